@@ -1,0 +1,20 @@
+# What every target of the project is compiled with, as one interface target.
+add_library(lumivert_options INTERFACE)
+target_include_directories(lumivert_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+target_compile_options(lumivert_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual)
+if(LUMIVERT_WERROR)
+  target_compile_options(lumivert_options INTERFACE -Werror)
+endif()
+if(LUMIVERT_SANITIZE)
+  target_compile_options(lumivert_options INTERFACE
+    -fsanitize=${LUMIVERT_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(lumivert_options INTERFACE -fsanitize=${LUMIVERT_SANITIZE})
+endif()
+
+# lumivert_library(NAME sources...): one static library a folder; its link line is its place in the
+# layers.
+function(lumivert_library name)
+  add_library(${name} STATIC ${ARGN})
+  target_link_libraries(${name} PUBLIC lumivert_options)
+endfunction()

@@ -1,0 +1,3 @@
+#include "manager/PrintManager.h"
+
+namespace lumivert {} // namespace lumivert

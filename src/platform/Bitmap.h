@@ -1,0 +1,80 @@
+#pragma once
+
+#include "platform/Bytes.h"
+#include "platform/ColorSpace.h"
+#include "platform/Geometry.h"
+
+#include <memory>
+#include <optional>
+#include <span>
+
+namespace lumivert {
+
+/// The shape of a bitmap's rows. Samples are interleaved; those of 16 bits are big-endian, as PDF
+/// and PNG want them.
+struct RowFormat {
+    PixelSize size;
+    /// 1 grey, 3 RGB, 4 CMYK (0 is no ink).
+    int channels = 0;
+    /// 8 or 16.
+    int bitsPerComponent = 0;
+    /// What the numbers mean: the photo's own ICC profile; empty for plain device numbers.
+    SharedBytes profile;
+
+    [[nodiscard]] std::size_t bytesPerRow() const {
+        return static_cast<std::size_t>(size.width) * static_cast<std::size_t>(channels) *
+               static_cast<std::size_t>(bitsPerComponent / 8);
+    }
+};
+
+/// One pass over a bitmap's rows, top to bottom. Used by one thread.
+class RowSource {
+public:
+    virtual ~RowSource() = default;
+
+    [[nodiscard]] virtual const RowFormat& format() const = 0;
+
+    /// Fills `buffer`, which holds a whole number of rows, with the next rows and returns how many
+    /// it wrote; fewer than fit only at the end. After the last row it returns 0. Nothing when the
+    /// rows broke off before the last one: what was read must not be used.
+    [[nodiscard]] virtual std::optional<std::size_t> readRows(std::span<std::byte> buffer) = 0;
+};
+
+/// The photo's own compressed stream, for a reader that decodes JPEG itself (ISO 32000-1, 7.4.8).
+struct JpegStream {
+    SharedBytes bytes;
+    /// As stored, before `orientation` is applied.
+    PixelSize storedSize;
+    /// EXIF orientation, 1 to 8.
+    int orientation = 1;
+    /// 1 grey, 3 RGB (or YCbCr), 4 CMYK.
+    int channels = 0;
+    /// CMYK samples stored with 255 for no ink.
+    bool inverted = false;
+    /// The embedded (or stated) ICC profile; empty for plain device numbers.
+    SharedBytes profile;
+};
+
+/// A drawable bitmap: a whole photo at its natural resolution, upright, or a crop of one. Holds no
+/// pixels; immutable; any thread.
+class Bitmap {
+public:
+    virtual ~Bitmap() = default;
+
+    [[nodiscard]] virtual PixelSize size() const = 0;
+
+    /// The part of this bitmap inside `rect`, cut to the bitmap; null when nothing is left.
+    [[nodiscard]] virtual std::shared_ptr<const Bitmap> cropped(PixelRect rect) const = 0;
+
+    /// The stream that shows exactly this bitmap, where there is one (never for a crop).
+    [[nodiscard]] virtual std::optional<JpegStream> jpegStream() const = 0;
+
+    /// Starts decoding. Without a target: the photo's own numbers, depth and profile, alpha
+    /// flattened on white. With one: converted through the full depth into the target's space with
+    /// its intent (black point compensation for all but absolute), 8 bits, no profile. Null when
+    /// the bitmap cannot be had at all. Blocks until the first rows stand ready or are refused.
+    [[nodiscard]] virtual std::unique_ptr<RowSource>
+    rows(const std::optional<ColorTarget>& target) const = 0;
+};
+
+} // namespace lumivert

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace lumivert {
+
+/// Files and folders. Paths and contents are bytes. Any thread.
+class FileSystem {
+public:
+    virtual ~FileSystem() = default;
+
+    /// The whole file; nothing when it is missing, unreadable or no file.
+    [[nodiscard]] virtual std::optional<std::string> readFile(const std::string& path) = 0;
+
+    /// Every file and folder below `folder`, at all depths, as paths relative to it, a folder
+    /// before its contents, otherwise as the disk lists them. Links are followed; a folder that
+    /// was already entered (a loop) and one that cannot be opened are listed but not entered.
+    /// Nothing when `folder` itself cannot be opened.
+    [[nodiscard]] virtual std::optional<std::vector<std::string>>
+    enumerate(const std::string& folder) = 0;
+
+    [[nodiscard]] virtual std::string homeDirectory() = 0;
+
+    /// The folder for temporary files, without a slash at its end.
+    [[nodiscard]] virtual std::string temporaryDirectory() = 0;
+
+    /// $XDG_DATA_HOME, else ~/.local/share (freedesktop.org, XDG Base Directory).
+    [[nodiscard]] virtual std::string dataHome() = 0;
+
+    /// $XDG_DATA_DIRS, else /usr/local/share and /usr/share, in order (same source).
+    [[nodiscard]] virtual std::vector<std::string> dataDirectories() = 0;
+
+    /// Whether the file is gone afterwards.
+    virtual bool removeFile(const std::string& path) = 0;
+};
+
+} // namespace lumivert

@@ -1,0 +1,21 @@
+# The environment that every test runs in: nothing of the machine's or the user's leaks in.
+set(LUMIVERT_TEST_ENVIRONMENT
+  "QT_QPA_PLATFORM=offscreen"
+  "QT_HASH_SEED=0"
+  "TZ=UTC"
+  "GTEST_COLOR=no"
+  "ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1"
+  "LSAN_OPTIONS=suppressions=${CMAKE_CURRENT_LIST_DIR}/lsan.supp:print_suppressions=0"
+  "UBSAN_OPTIONS=print_stacktrace=1")
+
+# lumivert_test(NAME sources...): a GoogleTest program `NAME`. Link what it tests with
+# target_link_libraries(NAME PRIVATE …). Results are also written as XML below the build tree, where
+# scripts/test counts them.
+function(lumivert_test name)
+  add_executable(${name} ${ARGN})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  target_link_libraries(${name} PRIVATE lumivert_options GTest::gtest GTest::gmock)
+  add_test(NAME ${name}
+    COMMAND ${name} --gtest_output=xml:${PROJECT_BINARY_DIR}/test-results/${name}.xml)
+  set_tests_properties(${name} PROPERTIES ENVIRONMENT "${LUMIVERT_TEST_ENVIRONMENT}")
+endfunction()
