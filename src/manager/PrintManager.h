@@ -7,12 +7,15 @@
 #include "platform/Observable.h"
 #include "platform/Platform.h"
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace lumivert {
+
+class SoftProof;
 
 /// The whole state of the application and every operation on it: the loaded photo, what discovery
 /// found, every print setting, the outcome of the last print, the flags that open dialogs, the
@@ -76,12 +79,24 @@ public:
     /// Fills `availablePaperTypes` from the queue's option listing and PPD and settles
     /// `selectedPaperTypeID`.
     void loadMediaTypes(const std::string& forPrinter);
+    /// The PPD's paper dimensions in points, by the text before each line's colon: a key with a
+    /// translation part stays whole and so names no choice. Empty when the PPD cannot be read.
+    [[nodiscard]] std::map<std::string, SizePoints>
+    loadPaperDimensions(const std::string& forPrinter) const;
+    /// The PPD's media labels by choice. Empty when the PPD cannot be read.
+    [[nodiscard]] std::map<std::string, std::string>
+    loadMediaTypeNames(const std::string& forPrinter) const;
     /// Walks the profile folders and fills `availableICCProfiles`; the selection stays.
     void loadICCProfiles();
 
     /// Decodes the file and makes it the current photo, then rescans the colour profiles. A file
     /// that does not decode changes nothing.
     void loadImage(const FileUrl& from);
+
+    /// The current photo for the screen: as the chosen profile will print it once that proof is
+    /// ready (its arrival is announced), plain until then and while the printer manages colour.
+    /// Null without a photo. The proof is started here, on the first read after a change.
+    [[nodiscard]] std::shared_ptr<const ScreenRendition> previewRendition();
 
     // Page geometry, computed on each read.
 
@@ -107,11 +122,22 @@ public:
     void deletePreset(const PrintPreset& preset);
 
 private:
+    /// Runs `command` in the Z shell; what it wrote, or nothing when it could not be run or wrote
+    /// no UTF-8. Its exit status does not count.
     [[nodiscard]] std::string shell(const std::string& command) const;
+    [[nodiscard]] static std::string formatPaperName(const std::string& name, double widthMM,
+                                                     double heightMM);
+    /// The colour space of the chosen profile; null for printer managed, an unreadable file, or
+    /// one that is no profile.
+    [[nodiscard]] std::shared_ptr<const ColorSpace> chosenColorSpace() const;
+    /// Renders the page into `path`. False when the document could not be made: no file then.
+    [[nodiscard]] bool renderPage(const std::string& path) const;
+    void print(const std::string& command, const std::string& path);
     void persistPresets() const;
     void loadPresets();
 
     const Platform m_platform;
+    const std::unique_ptr<SoftProof> m_softProof;
 };
 
 } // namespace lumivert

@@ -1,0 +1,70 @@
+#include "manager/PrintManager.h"
+#include "platform/FileSystem.h"
+
+#include <algorithm>
+#include <string_view>
+#include <unordered_set>
+
+namespace lumivert {
+namespace {
+
+std::vector<std::string> profileFolders(FileSystem& files) {
+    const std::string home = files.homeDirectory();
+    const std::string dataHome = files.dataHome();
+    std::vector<std::string> folders{
+        "/Library/ColorSync/Profiles",
+        home + "/Library/ColorSync/Profiles",
+        "/Library/Printers",
+        // Where profiles lie on Linux: the user's own, those that the colour daemon made, those of
+        // installed packages, and the ones that CUPS drivers bring.
+        dataHome + "/icc",
+        dataHome + "/color/icc",
+        home + "/.color/icc",
+        "/var/lib/colord/icc",
+        "/var/lib/color/icc",
+    };
+    for (const std::string& data : files.dataDirectories())
+        folders.push_back(data + "/color/icc");
+    folders.push_back("/usr/share/cups/profiles");
+    return folders;
+}
+
+bool isProfilePath(std::string path) {
+    std::transform(path.begin(), path.end(), path.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+    return path.ends_with(".icc") || path.ends_with(".icm");
+}
+
+// Only these three forms go, wherever they stand in the name; ".ICM" stays, as is intended.
+std::string profileName(std::string_view relativePath) {
+    std::string name(relativePath.substr(relativePath.rfind('/') + 1));
+    for (const std::string_view extension : {".icc", ".icm", ".ICC"})
+        for (auto at = name.find(extension); at != std::string::npos; at = name.find(extension, at))
+            name.erase(at, extension.size());
+    return name;
+}
+
+} // namespace
+
+void PrintManager::loadICCProfiles() {
+    std::vector<ICCProfile> profiles{printerManagedProfile()};
+    std::unordered_set<std::string> listed;
+    for (const std::string& folder : profileFolders(m_platform.files)) {
+        const auto entries = m_platform.files.enumerate(folder);
+        if (!entries)
+            continue;
+        for (const std::string& relativePath : *entries) {
+            if (!isProfilePath(relativePath))
+                continue;
+            const std::string path = folder + "/" + relativePath;
+            if (listed.insert(path).second)
+                profiles.push_back({.id = path,
+                                    .name = profileName(relativePath),
+                                    .path = path,
+                                    .isSystem = true});
+        }
+    }
+    availableICCProfiles = profiles;
+}
+
+} // namespace lumivert

@@ -1,0 +1,18 @@
+#include "manager/PrintManager.h"
+
+namespace lumivert {
+
+void PrintManager::loadImage(const FileUrl& from) {
+    const FileUrl url = from; // the caller's may be a property that an observer replaces
+    auto decoded = m_platform.images.decode(url);
+    if (!decoded)
+        return;
+    imageURL = url;
+    image = std::move(decoded);
+    // The photo's direction now decides the sheet's.
+    if (orientation == PaperOrientation::auto_)
+        announceChange();
+    loadICCProfiles();
+}
+
+} // namespace lumivert

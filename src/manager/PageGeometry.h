@@ -1,0 +1,50 @@
+#pragma once
+
+#include "model/Models.h"
+#include "platform/Geometry.h"
+
+#include <optional>
+
+// Where the photo lies on the sheet: pure sums, in double precision, in the stated order of
+// operations, never rounded.
+namespace lumivert {
+
+[[nodiscard]] double pointsFromMillimetres(double millimetres);
+[[nodiscard]] double millimetresFromPoints(double points);
+
+[[nodiscard]] Margins pointsFromMillimetres(const Margins& margins);
+
+/// A sheet in millimetres, turned.
+struct OrientedPaper {
+    double widthMM = 0;
+    double heightMM = 0;
+
+    bool operator==(const OrientedPaper&) const = default;
+};
+
+/// The sheet as it lies: landscape exchanges the sides, whatever they are.
+[[nodiscard]] OrientedPaper orientedPaper(const PaperSize& paper, PaperOrientation orientation);
+
+/// The largest rectangle of the image's aspect inside `rect`, centred. Both heights are not zero.
+[[nodiscard]] RectPoints fitRect(SizePoints imageSize, RectPoints rect);
+
+/// The smallest rectangle of the image's aspect that covers `rect`, centred. Heights as above.
+[[nodiscard]] RectPoints fillRect(SizePoints imageSize, RectPoints rect);
+
+/// The image at its own size, its centre on that of `rect`.
+[[nodiscard]] RectPoints actualSizeRect(SizePoints imageSize, RectPoints rect);
+
+/// The part of the page inside the margins (points); its sides can be negative.
+[[nodiscard]] RectPoints printableRect(SizePoints page, const Margins& marginPoints);
+
+/// Whether both sides are positive and finite.
+[[nodiscard]] bool hasArea(RectPoints rect);
+
+/// What two rectangles with an area share; nothing where they only touch or lie apart.
+[[nodiscard]] std::optional<RectPoints> intersection(RectPoints a, RectPoints b);
+
+/// The pixels of a bitmap drawn into `drawn` that show in `visible`, a part of it: each edge at its
+/// nearest pixel boundary, so at most half a pixel off, and at least one pixel each way.
+[[nodiscard]] PixelRect visiblePixels(PixelSize bitmap, RectPoints drawn, RectPoints visible);
+
+} // namespace lumivert

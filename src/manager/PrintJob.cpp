@@ -1,0 +1,149 @@
+#include "manager/PageGeometry.h"
+#include "manager/PrintManager.h"
+#include "manager/Shell.h"
+#include "platform/Console.h"
+#include "platform/DesktopServices.h"
+#include "platform/Dispatcher.h"
+#include "platform/FileSystem.h"
+#include "platform/PdfContext.h"
+#include "platform/UuidSource.h"
+
+#include <chrono>
+#include <utility>
+
+namespace lumivert {
+namespace {
+
+using namespace std::chrono_literals;
+
+// The print system has read the file when `lp` returns; the delay is for a slow spooler.
+constexpr auto deletionDelay = 10s;
+
+RectPoints imageRect(ScalingMode scaling, SizePoints imageSize, RectPoints printable) {
+    switch (scaling) {
+    case ScalingMode::fitToPage:
+        return fitRect(imageSize, printable);
+    case ScalingMode::fillPage:
+        return fillRect(imageSize, printable);
+    case ScalingMode::actualSize:
+        break;
+    }
+    return actualSizeRect(imageSize, printable);
+}
+
+// The part of the bitmap that shows in `printable`, in place of a whole that overhangs it.
+void drawCropped(PdfContext& context, const Bitmap& bitmap, RectPoints drawn,
+                 RectPoints printable) {
+    const auto visible = intersection(drawn, printable);
+    if (!visible)
+        return;
+    if (const auto crop = bitmap.cropped(visiblePixels(bitmap.size(), drawn, *visible)))
+        context.draw(*crop, *visible);
+}
+
+void fillMarginBands(PdfContext& context, SizePoints page, const Margins& margins) {
+    context.setFillColorRGB(1, 1, 1);
+    context.fillRect({0, page.height - margins.top, page.width, margins.top});
+    context.fillRect({0, 0, page.width, margins.bottom});
+    context.fillRect({0, 0, margins.left, page.height});
+    context.fillRect({page.width - margins.right, 0, margins.right, page.height});
+}
+
+} // namespace
+
+std::shared_ptr<const ColorSpace> PrintManager::chosenColorSpace() const {
+    const ICCProfile profile = selectedICCProfile();
+    if (!profile.path)
+        return nullptr;
+    const auto contents = m_platform.files.readFile(*profile.path);
+    if (!contents)
+        return nullptr;
+    const auto bytes = std::as_bytes(std::span(*contents));
+    return m_platform.colorSpaces.fromIccProfile(sharedBytes(Bytes(bytes.begin(), bytes.end())));
+}
+
+bool PrintManager::renderPage(const std::string& path) const {
+    const PaperSize paper = selectedPaperSize();
+    // Never turned: orientation shows in the margins of an explicit image size alone.
+    const SizePoints page{pointsFromMillimetres(paper.widthMM),
+                          pointsFromMillimetres(paper.heightMM)};
+    const Margins marginPoints = pointsFromMillimetres(effectiveMargins());
+
+    const auto context = m_platform.pdf.create(path);
+    if (!context)
+        return false;
+    context->beginPage({0, 0, page.width, page.height});
+
+    const RectPoints printable =
+        borderless ? RectPoints{0, 0, page.width, page.height} : printableRect(page, marginPoints);
+    if (const auto space = chosenColorSpace()) {
+        context->setRenderingIntent(renderingIntent);
+        context->setFillColorSpace(space);
+    }
+
+    // Margins that leave nothing of the sheet leave no place for the photo.
+    const auto bitmap = hasArea(printable) ? (*image)->bitmap() : nullptr;
+    if (bitmap) {
+        const RectPoints drawn = imageRect(scalingMode, (*image)->size(), printable);
+        context->setInterpolationQuality(InterpolationQuality::high);
+        if (!borderless && scalingMode == ScalingMode::fillPage)
+            drawCropped(*context, *bitmap, drawn, printable);
+        else
+            context->draw(*bitmap, drawn);
+    }
+
+    if (!borderless)
+        fillMarginBands(*context, page, marginPoints);
+    context->endPage();
+    return context->close();
+}
+
+void PrintManager::sendToCUPS(bool dryRun) {
+    if (!*image)
+        return;
+    const auto printer = selectedPrinter();
+    if (!printer) {
+        lastPrintError = "No printer selected";
+        return;
+    }
+
+    const std::string path = m_platform.files.temporaryDirectory() + "/Lumivert_" +
+                             m_platform.uuids.random().text() + ".pdf";
+    if (!renderPage(path)) {
+        lastPrintError = "Could not create PDF context";
+        return;
+    }
+
+    const PaperSize paper = selectedPaperSize();
+    const std::string pageSizeName =
+        borderless ? paper.cupsFullbleedName.value_or(paper.cupsName) : paper.cupsName;
+    // The shell reads the path and the values as they stand; none is escaped.
+    const std::string command = "lp -d " + printer->id + " -o PageSize=" + pageSizeName +
+                                " -o MediaType=" + selectedPaperType().cupsMediaType +
+                                " -o cupsPrintQuality=High \"" + path + "\"";
+    m_platform.console.writeLine("Lumivert CUPS command: " + command);
+    lastCUPSCommand = command;
+    if (dryRun)
+        m_platform.desktop.openFile(path);
+    else
+        print(command, path);
+}
+
+void PrintManager::print(const std::string& command, const std::string& path) {
+    auto result = runInShell(m_platform.processes, command);
+    if (const auto* failure = std::get_if<LaunchFailure>(&result)) {
+        lastPrintError = "Could not send to printer: " + failure->description;
+        return;
+    }
+    auto& outcome = std::get<ProcessOutcome>(result);
+    if (outcome.exitStatus != 0) {
+        lastPrintError = "Print failed: " + decodedOutput(std::move(outcome.output));
+        return;
+    }
+    lastPrintError = std::nullopt;
+    // The services outlive this object; the file system's calls may be made on any thread.
+    m_platform.dispatcher.asyncInBackground(
+        deletionDelay, [&files = m_platform.files, path] { files.removeFile(path); });
+}
+
+} // namespace lumivert

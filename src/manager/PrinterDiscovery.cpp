@@ -1,0 +1,60 @@
+#include "manager/PrintManager.h"
+#include "manager/TextLines.h"
+
+#include <algorithm>
+
+namespace lumivert {
+namespace {
+
+std::string lowerCased(std::string_view text) {
+    std::string result(text);
+    std::transform(result.begin(), result.end(), result.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+    return result;
+}
+
+std::vector<Printer> printersFrom(std::string_view output) {
+    std::vector<Printer> printers;
+    for (const std::string_view line : split(output, '\n')) {
+        const auto fields = split(line, ' ');
+        if (fields.size() < 2)
+            continue;
+        // The second word is the Swedish form of the same CUPS message.
+        const std::string keyword = lowerCased(fields[0]);
+        if (keyword != "printer" && keyword != "skrivare")
+            continue;
+        printers.push_back({.id = std::string(fields[1]), .name = std::string(fields[1])});
+    }
+    return printers;
+}
+
+// Line breaks belong to the value: only an output that ends without one names a queue.
+std::optional<std::string> defaultDestinationFrom(std::string_view output) {
+    const auto colon = output.rfind(':');
+    if (colon == std::string_view::npos)
+        return std::nullopt;
+    return std::string(trimmed(output.substr(colon + 1)));
+}
+
+} // namespace
+
+void PrintManager::detectPrinters() {
+    availablePrinters = printersFrom(shell("lpstat -p 2>/dev/null"));
+
+    const auto destination = defaultDestinationFrom(shell("lpstat -d 2>/dev/null"));
+    const std::vector<Printer> printers = availablePrinters;
+    if (destination && std::any_of(printers.begin(), printers.end(),
+                                   [&](const Printer& p) { return p.id == *destination; }))
+        selectedPrinterID = *destination;
+
+    if (selectedPrinterID->empty() && !printers.empty())
+        selectedPrinterID = printers.front().id;
+    if (selectedPrinterID->empty())
+        return;
+    // A copy: an observer may select another printer while the lists are replaced.
+    const std::string printer = selectedPrinterID;
+    loadPaperSizes(printer);
+    loadMediaTypes(printer);
+}
+
+} // namespace lumivert
