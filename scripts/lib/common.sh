@@ -1,0 +1,74 @@
+# Shared by the scripts beside it: what they say, what they install, as whom they build.
+# shellcheck shell=bash
+
+say() { printf '%s\n' "$*"; }
+fail() { printf '%s\n' "$*" >&2; exit 1; }
+
+top=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+cd "$top" || exit 1
+
+packages_build=(
+  g++ cmake ninja-build pkg-config qt6-base-dev qt6-svg-dev libvips-dev libraw-dev liblcms2-dev
+  libisal-dev nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev)
+packages_run=(
+  zsh cups cups-client cups-filters printer-driver-cups-pdf fonts-dejavu-core xdg-utils)
+packages_test=(
+  ghostscript poppler-utils qpdf xvfb xauth locales dbus icc-profiles-free colord-data)
+packages_bench=(libvips-tools img2pdf time poppler-utils xvfb xauth)
+
+# Runs a command with root's rights.
+as_root() {
+  if [ "$(id -u)" = 0 ]; then "$@"
+  elif command -v sudo >/dev/null 2>&1; then sudo "$@"
+  else fail "This needs root's rights and there is no sudo: $*"; fi
+}
+
+# Runs a command as the person who called: under "sudo scripts/…" what is built belongs to the
+# owner of the folder and not to root.
+as_person() {
+  local owner
+  owner=$(stat -c %U "$top")
+  if [ "$(id -u)" = 0 ] && [ -n "${SUDO_USER:-}" ] && [ "$owner" = "$SUDO_USER" ] &&
+     [ "$SUDO_USER" != root ]; then
+    runuser -u "$SUDO_USER" -- env HOME="$(getent passwd "$SUDO_USER" | cut -d: -f6)" "$@"
+  else
+    "$@"
+  fi
+}
+
+# Installs those of the named packages that are missing.
+install_missing() {
+  local missing=() package
+  for package in "$@"; do
+    dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' ||
+      missing+=("$package")
+  done
+  [ ${#missing[@]} = 0 ] && return
+  say "Installing: ${missing[*]}"
+  local log
+  log=$(mktemp)
+  if ! { as_root apt-get update &&
+         as_root env DEBIAN_FRONTEND=noninteractive \
+           apt-get install -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
+    tail -n 20 "$log" >&2
+    rm -f "$log"
+    fail "The packages could not be installed."
+  fi
+  rm -f "$log"
+}
+
+# build PRESET [TARGET...]: configures when needed and builds; silent but for errors.
+build() {
+  local preset=$1 log
+  shift
+  log=$(mktemp)
+  chmod 666 "$log"
+  say "Building (${preset}) into build/${preset}"
+  if [ ! -e "build/$preset/build.ninja" ]; then
+    as_person cmake --preset "$preset" >"$log" 2>&1 || { cat "$log" >&2; fail "Configuring failed."; }
+  fi
+  as_person cmake --build --preset "$preset" ${1:+--target "$@"} >"$log" 2>&1 ||
+    { grep -vE '^\[[0-9]+/[0-9]+\] (Building|Linking|Automatic)' "$log" | head -n 60 >&2
+      fail "The build failed."; }
+  rm -f "$log"
+}
