@@ -1,0 +1,27 @@
+#pragma once
+
+#include "platform/PreferencesStore.h"
+
+namespace lumivert {
+
+/// Preferences in QSettings' native form (an INI file), replaced as a whole by a rename, under a
+/// lock that every writer of that form takes. Opened anew by each call, so that what other
+/// processes wrote is seen and kept.
+class QtPreferencesStore : public PreferencesStore {
+public:
+    /// The user's: Lumivert/Lumivert.conf in $XDG_CONFIG_HOME, else in ~/.config.
+    QtPreferencesStore();
+    /// The file at `path`, which need not exist yet.
+    explicit QtPreferencesStore(std::string path);
+
+    [[nodiscard]] const std::string& path() const { return m_path; }
+
+    /// A value of another kind is any that was not written as a byte array.
+    [[nodiscard]] std::optional<std::string> data(const std::string& key) override;
+    void setData(const std::string& key, const std::string& bytes) override;
+
+private:
+    std::string m_path;
+};
+
+} // namespace lumivert
