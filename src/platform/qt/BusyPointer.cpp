@@ -6,21 +6,17 @@
 
 namespace lumivert {
 
-BusyPointer::BusyPointer()
-    : m_shown(qGuiApp != nullptr) {
-    if (!m_shown)
-        return;
-    const bool alreadyShowing = QGuiApplication::overrideCursor() != nullptr;
+BusyPointer::BusyPointer() {
+    const bool alreadyShown = QGuiApplication::overrideCursor() != nullptr;
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
     // The platform plugins send what they have gathered when the event loop is about to sleep, and
     // listen to this signal for it; handling events here would let other operations in.
-    if (auto* dispatcher = QAbstractEventDispatcher::instance(); dispatcher && !alreadyShowing)
+    if (auto* dispatcher = QAbstractEventDispatcher::instance(); dispatcher && !alreadyShown)
         Q_EMIT dispatcher->aboutToBlock();
 }
 
 BusyPointer::~BusyPointer() {
-    if (m_shown)
-        QGuiApplication::restoreOverrideCursor();
+    QGuiApplication::restoreOverrideCursor();
 }
 
 ProcessResult BusyProcessRunner::run(const std::string& executable,

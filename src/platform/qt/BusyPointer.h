@@ -7,16 +7,13 @@ namespace lumivert {
 
 /// Shows the wait pointer over every window of the program while it lives, from its construction
 /// on, although the event loop does not run: the request is sent to the display server, and no
-/// event is handled meanwhile. Nests. Without an application object it does nothing. Main thread.
+/// event is handled meanwhile. Nests. Needs the application object. Main thread.
 class BusyPointer {
 public:
     BusyPointer();
     ~BusyPointer();
     BusyPointer(const BusyPointer&) = delete;
     BusyPointer& operator=(const BusyPointer&) = delete;
-
-private:
-    bool m_shown = false;
 };
 
 /// Runs programs by `runner` (borrowed), under a busy pointer.
