@@ -1,0 +1,113 @@
+#include "platform/lcms/LcmsColorSpaceFactory.h"
+
+#include <lcms2.h>
+
+#include <limits>
+#include <type_traits>
+
+namespace lumivert {
+namespace {
+
+// The fields of the header that are looked at (ICC.1, 7.2).
+constexpr std::size_t headerSize = 128;
+
+template <class Handle, auto close>
+struct Closer {
+    void operator()(Handle handle) const { close(handle); }
+};
+using Context =
+    std::unique_ptr<std::remove_pointer_t<cmsContext>, Closer<cmsContext, &cmsDeleteContext>>;
+using Profile = std::unique_ptr<void, Closer<cmsHPROFILE, &cmsCloseProfile>>;
+using Transform = std::unique_ptr<void, Closer<cmsHTRANSFORM, &cmsDeleteTransform>>;
+
+// A context of one's own: the errors that hostile bytes make stay out of every other use of the
+// library, and go nowhere.
+Context silentContext() {
+    Context context(cmsCreateContext(nullptr, nullptr));
+    if (context)
+        cmsSetLogErrorHandlerTHR(context.get(), [](cmsContext, cmsUInt32Number, const char*) {});
+    return context;
+}
+
+// The size that the header states, in its first four bytes.
+std::size_t statedSize(std::span<const std::byte> bytes) {
+    std::size_t size = 0;
+    for (const std::byte byte : bytes.first(4))
+        size = size << 8 | std::to_integer<std::size_t>(byte);
+    return size;
+}
+
+int channelsOf(cmsColorSpaceSignature space) {
+    switch (space) {
+    case cmsSigGrayData:
+        return 1;
+    case cmsSigRgbData:
+    case cmsSigLabData:
+        return 3;
+    case cmsSigCmykData:
+        return 4;
+    default:
+        return 0; // a page has no space for it (ISO 32000-1, 8.6.5.5)
+    }
+}
+
+bool isDrawableClass(cmsProfileClassSignature profileClass) {
+    return profileClass == cmsSigInputClass || profileClass == cmsSigDisplayClass ||
+           profileClass == cmsSigOutputClass || profileClass == cmsSigColorSpaceClass;
+}
+
+// 16 bits a sample, in the order that Little CMS has for the space.
+cmsUInt32Number formatOf(cmsColorSpaceSignature space) {
+    return COLORSPACE_SH(static_cast<cmsUInt32Number>(_cmsLCMScolorSpace(space))) |
+           CHANNELS_SH(static_cast<cmsUInt32Number>(channelsOf(space))) | BYTES_SH(2);
+}
+
+bool connects(cmsContext context, cmsHPROFILE from, cmsHPROFILE to, cmsUInt32Number intent) {
+    return Transform(cmsCreateTransformTHR(context, from, formatOf(cmsGetColorSpace(from)), to,
+                                           formatOf(cmsGetColorSpace(to)), intent,
+                                           cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE)) != nullptr;
+}
+
+// Every intent is asked for, as one of them is chosen only later. A profile without tables takes
+// the same way for all of them, and turning its curves round takes up to 40 ms each time.
+bool hasWayBack(cmsContext context, cmsHPROFILE lab, cmsHPROFILE profile) {
+    const bool hasTables = cmsIsTag(profile, cmsSigBToA0Tag) || cmsIsTag(profile, cmsSigBToA1Tag) ||
+                           cmsIsTag(profile, cmsSigBToA2Tag) || cmsIsTag(profile, cmsSigBToD0Tag) ||
+                           cmsIsTag(profile, cmsSigBToD1Tag) || cmsIsTag(profile, cmsSigBToD2Tag) ||
+                           cmsIsTag(profile, cmsSigBToD3Tag);
+    if (!hasTables)
+        return connects(context, lab, profile, INTENT_RELATIVE_COLORIMETRIC);
+    return connects(context, lab, profile, INTENT_PERCEPTUAL) &&
+           connects(context, lab, profile, INTENT_RELATIVE_COLORIMETRIC) &&
+           connects(context, lab, profile, INTENT_SATURATION) &&
+           connects(context, lab, profile, INTENT_ABSOLUTE_COLORIMETRIC);
+}
+
+} // namespace
+
+std::shared_ptr<const ColorSpace> LcmsColorSpaceFactory::fromIccProfile(SharedBytes bytes) {
+    if (bytes.view.size() < headerSize || statedSize(bytes.view) > bytes.view.size() ||
+        bytes.view.size() > std::numeric_limits<cmsUInt32Number>::max())
+        return nullptr;
+    const Context context = silentContext();
+    if (!context)
+        return nullptr;
+    const Profile profile(cmsOpenProfileFromMemTHR(
+        context.get(), bytes.view.data(), static_cast<cmsUInt32Number>(bytes.view.size())));
+    const Profile lab(cmsCreateLab4ProfileTHR(context.get(), nullptr));
+    if (!profile || !lab)
+        return nullptr;
+    const cmsProfileClassSignature profileClass = cmsGetDeviceClass(profile.get());
+    const cmsColorSpaceSignature space = cmsGetColorSpace(profile.get());
+    const int channels = channelsOf(space);
+    if (!isDrawableClass(profileClass) || channels == 0 ||
+        !connects(context.get(), profile.get(), lab.get(), INTENT_PERCEPTUAL))
+        return nullptr;
+
+    const bool isDestination = profileClass != cmsSigInputClass && space != cmsSigLabData &&
+                               hasWayBack(context.get(), lab.get(), profile.get());
+    return std::make_shared<const ColorSpace>(
+        ColorSpace{std::move(bytes), channels, isDestination});
+}
+
+} // namespace lumivert

@@ -1,0 +1,178 @@
+#include "platform/pdf/PdfFile.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace lumivert {
+namespace {
+
+constexpr std::size_t bufferSize = std::size_t{1} << 20;
+
+// A cross-reference entry holds ten digits (ISO 32000-1, 7.5.4).
+constexpr std::uint64_t largestOffset = 9'999'999'999;
+
+std::string tenDigits(std::uint64_t offset) {
+    std::string digits = std::to_string(offset);
+    return std::string(10 - digits.size(), '0') + digits;
+}
+
+} // namespace
+
+std::string pdfReference(int number) {
+    return std::to_string(number) + " 0 R";
+}
+
+std::unique_ptr<PdfFile> PdfFile::create(const std::string& path) {
+    const int descriptor =
+        ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (descriptor < 0)
+        return nullptr;
+    return std::unique_ptr<PdfFile>(new PdfFile(path, descriptor));
+}
+
+PdfFile::PdfFile(std::string path, int descriptor)
+    : m_path(std::move(path))
+    , m_descriptor(descriptor)
+    , m_offsets(1, 0) {
+    m_buffer.reserve(bufferSize);
+    // The comment of four high bytes marks the file as binary (ISO 32000-1, 7.5.2).
+    put("%PDF-1.7\n%\xE2\xE3\xCF\xD3\n");
+}
+
+PdfFile::~PdfFile() {
+    if (!m_finished)
+        fail();
+}
+
+int PdfFile::newObject() {
+    m_offsets.push_back(0);
+    return static_cast<int>(m_offsets.size()) - 1;
+}
+
+void PdfFile::beginObject(int number) {
+    m_offsets[static_cast<std::size_t>(number)] = m_written + m_buffer.size();
+    put(std::to_string(number) + " 0 obj\n");
+}
+
+void PdfFile::writeObject(int number, std::string_view value) {
+    beginObject(number);
+    put(value);
+    put("\nendobj\n");
+}
+
+void PdfFile::writeStream(int number, std::string_view entries, std::span<const std::byte> bytes) {
+    beginObject(number);
+    put("<< ");
+    put(entries);
+    put(" /Length " + std::to_string(bytes.size()) + " >>\nstream\n");
+    put(bytes);
+    put("\nendstream\nendobj\n");
+}
+
+void PdfFile::writeStream(int number, std::string_view entries, std::string_view bytes) {
+    writeStream(number, entries, std::as_bytes(std::span(bytes)));
+}
+
+void PdfFile::beginStream(int number, std::string_view entries) {
+    m_lengthObject = newObject();
+    beginObject(number);
+    put("<< ");
+    put(entries);
+    put(" /Length " + pdfReference(m_lengthObject) + " >>\nstream\n");
+    m_streamStart = m_written + m_buffer.size();
+}
+
+void PdfFile::append(std::span<const std::byte> bytes) {
+    put(bytes);
+}
+
+void PdfFile::endStream() {
+    const std::uint64_t length = m_written + m_buffer.size() - m_streamStart;
+    put("\nendstream\nendobj\n");
+    writeObject(m_lengthObject, std::to_string(length));
+}
+
+bool PdfFile::finish(int catalog) {
+    const std::uint64_t tableOffset = m_written + m_buffer.size();
+    if (tableOffset > largestOffset)
+        fail();
+    if (m_failed)
+        return false;
+    std::string table = "xref\n0 " + std::to_string(m_offsets.size()) + "\n0000000000 65535 f \n";
+    for (std::size_t number = 1; number < m_offsets.size(); ++number)
+        table += m_offsets[number] == 0 ? "0000000000 65535 f \n"
+                                        : tenDigits(m_offsets[number]) + " 00000 n \n";
+    table += "trailer\n<< /Size " + std::to_string(m_offsets.size()) + " /Root " +
+             pdfReference(catalog) + " >>\nstartxref\n" + std::to_string(tableOffset) + "\n%%EOF\n";
+    put(table);
+    flush();
+    if (!m_failed && !pathLeadsHere())
+        fail();
+    if (m_failed)
+        return false;
+    // A network file system may report a full disk only here.
+    const int descriptor = std::exchange(m_descriptor, -1);
+    if (::close(descriptor) != 0 && errno != EINTR) {
+        m_failed = true;
+        ::unlink(m_path.c_str());
+        return false;
+    }
+    m_finished = true;
+    return true;
+}
+
+void PdfFile::fail() {
+    m_failed = true;
+    if (m_descriptor < 0)
+        return;
+    if (pathLeadsHere())
+        ::unlink(m_path.c_str());
+    ::close(std::exchange(m_descriptor, -1));
+}
+
+void PdfFile::put(std::string_view text) {
+    put(std::as_bytes(std::span(text)));
+}
+
+void PdfFile::put(std::span<const std::byte> bytes) {
+    if (m_failed)
+        return;
+    if (m_buffer.size() + bytes.size() > bufferSize)
+        flush();
+    if (bytes.size() >= bufferSize)
+        writeOut(bytes);
+    else
+        m_buffer.insert(m_buffer.end(), bytes.begin(), bytes.end());
+}
+
+void PdfFile::flush() {
+    writeOut(m_buffer);
+    m_buffer.clear();
+}
+
+void PdfFile::writeOut(std::span<const std::byte> bytes) {
+    while (!m_failed && !bytes.empty()) {
+        const ssize_t count = ::write(m_descriptor, bytes.data(), bytes.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0) {
+            fail();
+            return;
+        }
+        m_written += static_cast<std::uint64_t>(count);
+        bytes = bytes.subspan(static_cast<std::size_t>(count));
+    }
+}
+
+// The folder may have been removed or moved, the name given to another file.
+bool PdfFile::pathLeadsHere() const {
+    struct stat file {};
+    struct stat named {};
+    return ::fstat(m_descriptor, &file) == 0 && ::lstat(m_path.c_str(), &named) == 0 &&
+           file.st_dev == named.st_dev && file.st_ino == named.st_ino;
+}
+
+} // namespace lumivert

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace lumivert {
+
+/// Writes the objects of a PDF 1.7 file (ISO 32000-1, 7.5) one after the other, as their bytes
+/// come: nothing is held back but a buffer of 1 MiB, however long a stream is. Objects are reserved
+/// (newObject), then written once each, in any order, never one inside another.
+///
+/// The first write that fails, or fail(), makes every later call do nothing. Unless finish succeeds
+/// the file is removed, at the latest when this object is destroyed. One thread.
+class PdfFile {
+public:
+    /// Creates the file at `path`, which must not exist, readable and writable by the user alone.
+    /// Null when it cannot be created.
+    [[nodiscard]] static std::unique_ptr<PdfFile> create(const std::string& path);
+    ~PdfFile();
+    PdfFile(const PdfFile&) = delete;
+    PdfFile& operator=(const PdfFile&) = delete;
+
+    /// A number for an object that will be written.
+    [[nodiscard]] int newObject();
+
+    /// Writes the object `number` as `value`, a complete PDF value.
+    void writeObject(int number, std::string_view value);
+
+    /// Writes the stream object `number` from bytes that stand ready, straight from where they are.
+    /// `entries`: the dictionary's entries without Length.
+    void writeStream(int number, std::string_view entries, std::span<const std::byte> bytes);
+    void writeStream(int number, std::string_view entries, std::string_view bytes);
+
+    /// Writes a stream object whose length is known only at its end: begin, any number of append,
+    /// end.
+    void beginStream(int number, std::string_view entries);
+    void append(std::span<const std::byte> bytes);
+    void endStream();
+
+    /// Gives the file up.
+    void fail();
+    [[nodiscard]] bool failed() const { return m_failed; }
+
+    /// Writes the cross-reference table and the trailer, and closes the file. False, and the file
+    /// is removed, when anything failed, or when the path no longer leads to the file.
+    [[nodiscard]] bool finish(int catalog);
+
+private:
+    PdfFile(std::string path, int descriptor);
+
+    void put(std::string_view text);
+    void put(std::span<const std::byte> bytes);
+    void flush();
+    void writeOut(std::span<const std::byte> bytes);
+    void beginObject(int number);
+    [[nodiscard]] bool pathLeadsHere() const;
+
+    std::string m_path;
+    int m_descriptor;
+    bool m_failed = false;
+    bool m_finished = false;
+    std::vector<std::byte> m_buffer;
+    std::uint64_t m_written = 0;          // bytes handed to the system
+    std::vector<std::uint64_t> m_offsets; // by object number; 0 for one that is not written yet
+    int m_lengthObject = 0;               // of the open stream
+    std::uint64_t m_streamStart = 0;
+};
+
+/// "5 0 R" for 5.
+[[nodiscard]] std::string pdfReference(int number);
+
+} // namespace lumivert

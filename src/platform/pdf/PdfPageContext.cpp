@@ -1,0 +1,155 @@
+#include "platform/pdf/PdfPageContext.h"
+
+#include "platform/pdf/ImageXObject.h"
+#include "platform/pdf/PdfText.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string_view>
+
+namespace lumivert {
+namespace {
+
+// The side of the largest page (ISO 32000-1, Annex C). Nothing beyond shows, and renderers that
+// count in fixed point give up on a whole page for one path that is far outside.
+constexpr double largestPage = 14400;
+
+std::string_view intentName(RenderingIntent intent) {
+    switch (intent) {
+    case RenderingIntent::perceptual:
+        return "/Perceptual";
+    case RenderingIntent::relative:
+        return "/RelativeColorimetric";
+    case RenderingIntent::saturation:
+        return "/Saturation";
+    case RenderingIntent::absolute:
+        return "/AbsoluteColorimetric";
+    }
+    return "/RelativeColorimetric";
+}
+
+// Cuts the stretch from `start` over `length` to what a page can show.
+void cutToLargestPage(double& start, double& length) {
+    const double end = start + length;
+    if (std::abs(start) <= largestPage && std::abs(end) <= largestPage)
+        return;
+    start = std::clamp(start, -largestPage, largestPage);
+    length = std::clamp(end, -largestPage, largestPage) - start;
+}
+
+bool isDrawable(const RectPoints& rect) {
+    const auto holds = [](double value) { return std::abs(value) <= largestPdfNumber; };
+    return rect.width >= smallestPdfNumber && rect.height >= smallestPdfNumber && holds(rect.x) &&
+           holds(rect.y) && holds(rect.x + rect.width) && holds(rect.y + rect.height) &&
+           holds(rect.width) && holds(rect.height);
+}
+
+std::string component(double value) {
+    return pdfNumber(std::isnan(value) ? 0 : std::clamp(value, 0.0, 1.0));
+}
+
+} // namespace
+
+PdfPageContext::PdfPageContext(std::unique_ptr<PdfFile> file)
+    : m_file(std::move(file))
+    , m_pages(m_file->newObject())
+    , m_page(m_file->newObject()) {}
+
+void PdfPageContext::beginPage(RectPoints mediaBox) {
+    m_onPage = true;
+    m_mediaBox = mediaBox;
+}
+
+void PdfPageContext::setRenderingIntent(RenderingIntent intent) {
+    m_intent = intent;
+    m_content += intentName(intent);
+    m_content += " ri\n";
+}
+
+void PdfPageContext::setFillColorSpace(std::shared_ptr<const ColorSpace> space) {
+    if (!space || m_file->failed())
+        return;
+    m_fillSpace = std::move(space);
+    const std::string value =
+        writeIccBasedSpace(*m_file, m_fillSpace->profile, m_fillSpace->channels);
+    if (value.empty())
+        return;
+    const std::string name = "/CS" + std::to_string(m_colorSpaceCount++);
+    m_colorSpaces += name + " " + value + " ";
+    m_content += name + " cs\n";
+}
+
+void PdfPageContext::setFillColorRGB(double red, double green, double blue) {
+    m_fillSpace = nullptr;
+    // Device numbers: white stays bare paper. Through a profile, an absolute intent would print
+    // the profile's white point.
+    m_content += component(red) + " " + component(green) + " " + component(blue) + " rg\n";
+}
+
+void PdfPageContext::setInterpolationQuality(InterpolationQuality quality) {
+    m_quality = quality;
+}
+
+void PdfPageContext::fillRect(RectPoints rect) {
+    cutToLargestPage(rect.x, rect.width);
+    cutToLargestPage(rect.y, rect.height);
+    // A path without area would still paint every device pixel that it touches (ISO 32000-1,
+    // 10.6.5). The comparison also refuses what is not a number.
+    if (!(std::abs(rect.width) >= smallestPdfNumber && std::abs(rect.height) >= smallestPdfNumber))
+        return;
+    m_content += pdfNumber(rect.x) + " " + pdfNumber(rect.y) + " " + pdfNumber(rect.width) + " " +
+                 pdfNumber(rect.height) + " re f\n";
+}
+
+void PdfPageContext::draw(const Bitmap& bitmap, RectPoints rect) {
+    if (!m_onPage || m_file->failed() || !isDrawable(rect))
+        return;
+    const bool interpolate = m_quality == InterpolationQuality::high;
+    const bool converts = m_fillSpace && m_fillSpace->isDestination;
+    if (!converts) {
+        if (const auto stream = bitmap.jpegStream(); stream && isEmbeddable(*stream)) {
+            place(writeJpegImage(*m_file, *stream, interpolate), rect, stream->orientation);
+            return;
+        }
+    }
+    const auto target = converts ? std::optional(ColorTarget{m_fillSpace, m_intent}) : std::nullopt;
+    if (const auto rows = bitmap.rows(target))
+        place(writeRowsImage(*m_file, *rows, interpolate), rect, 1);
+}
+
+void PdfPageContext::place(int image, RectPoints rect, int orientation) {
+    const std::string name = "/Im" + std::to_string(m_imageCount++);
+    m_images += name + " " + pdfReference(image) + " ";
+    m_content += "q " + pdfNumbers(imagePlacement(rect, orientation)) + " cm " + name + " Do Q\n";
+}
+
+void PdfPageContext::endPage() {
+    if (!m_onPage)
+        return;
+    m_onPage = false;
+    m_pageEnded = true;
+    const int contents = m_file->newObject();
+    m_file->writeStream(contents, "", m_content);
+    const auto [x, y, width, height] = m_mediaBox;
+    std::string resources;
+    if (!m_colorSpaces.empty())
+        resources += " /ColorSpace << " + m_colorSpaces + ">>";
+    if (!m_images.empty())
+        resources += " /XObject << " + m_images + ">>";
+    m_file->writeObject(m_page, "<< /Type /Page /Parent " + pdfReference(m_pages) + " /MediaBox [" +
+                                    pdfNumber(x) + " " + pdfNumber(y) + " " + pdfNumber(x + width) +
+                                    " " + pdfNumber(y + height) + "] /Resources <<" + resources +
+                                    " >> /Contents " + pdfReference(contents) + " >>");
+}
+
+bool PdfPageContext::close() {
+    if (!m_pageEnded)
+        m_file->fail();
+    m_file->writeObject(m_pages,
+                        "<< /Type /Pages /Kids [" + pdfReference(m_page) + "] /Count 1 >>");
+    const int catalog = m_file->newObject();
+    m_file->writeObject(catalog, "<< /Type /Catalog /Pages " + pdfReference(m_pages) + " >>");
+    return m_file->finish(catalog);
+}
+
+} // namespace lumivert

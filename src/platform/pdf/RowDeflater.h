@@ -1,0 +1,32 @@
+#pragma once
+
+#include "platform/Bitmap.h"
+
+#include <cstddef>
+#include <functional>
+#include <span>
+
+namespace lumivert {
+
+/// How the work is divided.
+struct DeflateShape {
+    /// Rows are compressed in chunks of about this many bytes, one row at least.
+    std::size_t chunkBytes = std::size_t{1} << 20;
+    /// Threads that compress, beside the calling one, which reads and writes; 0 compresses on the
+    /// calling thread.
+    int workers = 0;
+};
+
+/// The shape for this machine.
+[[nodiscard]] DeflateShape deflateShapeForThisMachine();
+
+/// Reads all rows of `source` and hands them to `sink` as one zlib stream (RFC 1950) of rows behind
+/// the PNG "up" predictor, which PDF calls predictor 15. `source` and `sink` are called on the
+/// calling thread, the pieces come in order and are valid for the call. Memory: two chunks and a
+/// few more for each worker.
+/// False when the rows broke off or `sink` returned false, which ends the work.
+[[nodiscard]] bool deflateRows(RowSource& source,
+                               const std::function<bool(std::span<const std::byte>)>& sink,
+                               DeflateShape shape = deflateShapeForThisMachine());
+
+} // namespace lumivert

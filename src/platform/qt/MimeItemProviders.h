@@ -1,0 +1,20 @@
+#pragma once
+
+#include "platform/ItemProvider.h"
+
+#include <memory>
+#include <vector>
+
+class QMimeData;
+
+namespace lumivert {
+
+/// What was dropped: one provider for each URL of a local file (RFC 8089), in the order of the drop
+/// (text/uri-list, RFC 2483); other URLs are left out. A URL that names this machine as its host
+/// (as senders by the X drag-and-drop protocol may) is of a local file and loses the host.
+///
+/// Each has the form "public.file-url", the encoded URL, and delivers on a thread of Qt's global
+/// pool. `mime` is read at once and not kept.
+[[nodiscard]] std::vector<std::unique_ptr<ItemProvider>> itemProviders(const QMimeData& mime);
+
+} // namespace lumivert

@@ -1,0 +1,17 @@
+#include "platform/qt/QtDesktopServices.h"
+
+#include "model/FileUrl.h"
+
+#include <QByteArray>
+#include <QDesktopServices>
+#include <QUrl>
+
+namespace lumivert {
+
+void QtDesktopServices::openFile(const std::string& path) {
+    // By way of the escaped form: a path need not be text in any encoding.
+    const auto url = FileUrl::fromPath(path).dataRepresentation();
+    QDesktopServices::openUrl(QUrl::fromEncoded(QByteArray::fromStdString(url)));
+}
+
+} // namespace lumivert

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "platform/Dispatcher.h"
+
+#include <QObject>
+
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+namespace lumivert {
+
+/// Tasks for the event loop of the thread that made it (the main thread), and for one background
+/// thread, which is started by the first task for it and runs one task at a time, in the order in
+/// which they fall due.
+///
+/// Destroyed on the main thread, after the event loop and after every other thread's last call:
+/// background tasks that still wait, and those they add, run at once, one after the other; then
+/// tasks that still wait for the main thread are dropped.
+class QtDispatcher : public Dispatcher {
+public:
+    QtDispatcher() = default;
+    ~QtDispatcher() override;
+    QtDispatcher(const QtDispatcher&) = delete;
+    QtDispatcher& operator=(const QtDispatcher&) = delete;
+
+    void asyncOnMain(std::function<void()> task) override;
+    void asyncInBackground(std::chrono::milliseconds delay, std::function<void()> task) override;
+
+private:
+    using Clock = std::chrono::steady_clock;
+    /// When a task falls due; the second counts up, so that equal times keep their order.
+    using Due = std::pair<Clock::time_point, std::uint64_t>;
+
+    void runBackgroundTasks();
+
+    QObject m_main;
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::map<Due, std::function<void()>> m_waiting;
+    std::uint64_t m_count = 0;
+    bool m_ending = false;
+    std::thread m_thread;
+};
+
+} // namespace lumivert

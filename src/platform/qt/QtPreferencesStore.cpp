@@ -1,0 +1,93 @@
+#include "platform/qt/QtPreferencesStore.h"
+
+#include <QByteArray>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QLockFile>
+#include <QMetaType>
+#include <QSettings>
+#include <QTemporaryFile>
+#include <QVariant>
+
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace lumivert {
+namespace {
+
+std::string userFile() {
+    const QSettings settings(QSettings::NativeFormat, QSettings::UserScope, "Lumivert", "Lumivert");
+    return QFile::encodeName(settings.fileName()).toStdString();
+}
+
+QString fileName(const std::string& path) {
+    return QFile::decodeName(QByteArray::fromStdString(path));
+}
+
+QVariantMap valuesIn(const QString& file) {
+    const QSettings settings(file, QSettings::NativeFormat);
+    QVariantMap values;
+    for (const QString& key : settings.allKeys())
+        if (!key.isEmpty())
+            values.insert(key, settings.value(key));
+    return values;
+}
+
+/// Content and permissions; a file that does not exist is an empty one.
+bool copyInto(QTemporaryFile& copy, const QString& path) {
+    QFile file(path);
+    if (!file.exists())
+        return true;
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray content = file.readAll();
+    return copy.write(content) == content.size() && copy.flush() &&
+           copy.setPermissions(file.permissions());
+}
+
+} // namespace
+
+QtPreferencesStore::QtPreferencesStore()
+    : QtPreferencesStore(userFile()) {}
+
+QtPreferencesStore::QtPreferencesStore(std::string path)
+    : m_path(std::move(path)) {}
+
+std::optional<std::string> QtPreferencesStore::data(const std::string& key) {
+    const QSettings settings(fileName(m_path), QSettings::NativeFormat);
+    const QVariant value = settings.value(QString::fromStdString(key));
+    if (value.typeId() != QMetaType::QByteArray)
+        return std::nullopt;
+    return value.toByteArray().toStdString();
+}
+
+void QtPreferencesStore::setData(const std::string& key, const std::string& bytes) {
+    const QFileInfo file(fileName(m_path));
+    QDir().mkpath(file.absolutePath());
+    QLockFile lock(file.absoluteFilePath() + ".lock");
+    if (!lock.lock())
+        return;
+
+    const QString target = file.exists() ? file.canonicalFilePath() : file.absoluteFilePath();
+    QTemporaryFile next(target + ".XXXXXX");
+    if (!next.open() || !copyInto(next, target))
+        return;
+    next.close();
+
+    QVariantMap values = valuesIn(target);
+    values.insert(QString::fromStdString(key), QByteArray::fromStdString(bytes));
+    QSettings(next.fileName(), QSettings::NativeFormat)
+        .setValue(QString::fromStdString(key), QByteArray::fromStdString(bytes));
+    // Under a new name: of the old one, QSettings remembers what it believes to have written.
+    if (!next.rename(next.fileName() + ".new") || valuesIn(next.fileName()) != values)
+        return;
+
+    std::error_code failure;
+    std::filesystem::rename(QFile::encodeName(next.fileName()).toStdString(),
+                            QFile::encodeName(target).toStdString(), failure);
+    next.setAutoRemove(bool(failure));
+}
+
+} // namespace lumivert

@@ -1,0 +1,231 @@
+#include "fakes/FakeBitmap.h"
+#include "platform/pdf/PdfFileContextFactory.h"
+#include "platform/pdf/PdfTestTools.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <cmath>
+#include <limits>
+
+namespace lumivert {
+namespace {
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+
+FakeBitmap smallBitmap() {
+    return {RowFormat{{2, 2}, 3, 8, {}}, sharedBytes(noise(12))};
+}
+
+std::shared_ptr<const ColorSpace> colorSpace(const std::string& space, int channels,
+                                             bool isDestination = true) {
+    return std::make_shared<const ColorSpace>(
+        ColorSpace{profileHeader(space), channels, isDestination});
+}
+
+class PdfPageContextTest : public testing::Test {
+protected:
+    std::string page(const std::function<void(PdfContext&)>& draw) {
+        std::string written = writePage(folder.path("page" + std::to_string(m_count++)), draw);
+        EXPECT_NE(written, "");
+        EXPECT_EQ(faultsOf(written), "");
+        return written;
+    }
+
+    TemporaryFolder folder;
+
+private:
+    int m_count = 0;
+};
+
+TEST_F(PdfPageContextTest, anEmptyPageIsAFileWithoutFault) {
+    const std::string path = page([](PdfContext&) {});
+    EXPECT_EQ(contentOf(path), "");
+    EXPECT_EQ(readFileText(path).substr(0, 9), "%PDF-1.7\n");
+    EXPECT_EQ(runCommand("qpdf --show-npages '" + path + "'").output, "1\n");
+}
+
+TEST_F(PdfPageContextTest, thePageCarriesJustItsMediaBox) {
+    const std::string path = folder.path("a4.pdf");
+    const auto context = PdfFileContextFactory().create(path);
+    context->beginPage({0, 0, 210 * 72.0 / 25.4, 297 * 72.0 / 25.4});
+    context->endPage();
+    ASSERT_TRUE(context->close());
+    EXPECT_EQ(faultsOf(path), "");
+    const std::string pageText = objectText(path, objectHolding(path, "/Type /Page "));
+    EXPECT_THAT(pageText,
+                testing::HasSubstr("/MediaBox [ 0 0 595.2755905511812 841.8897637795276 ]"));
+    for (const char* other : {"/CropBox", "/Rotate", "/UserUnit", "/TrimBox", "/Group"})
+        EXPECT_THAT(pageText, testing::Not(testing::HasSubstr(other)));
+}
+
+TEST_F(PdfPageContextTest, writesOneRectangleAFill) {
+    const std::string path = page([](PdfContext& pdf) {
+        pdf.setFillColorRGB(1, 0.5, 0);
+        pdf.fillRect({0, 0, 28.346456692913385, 200});
+        pdf.fillRect({-1.5, 10, 2, 3});
+    });
+    EXPECT_EQ(contentOf(path), "1 0.5 0 rg\n0 0 28.346456692913385 200 re f\n-1.5 10 2 3 re f\n");
+    EXPECT_EQ(render(path).at(14, 100), (std::array{255, 128, 0}));
+    EXPECT_EQ(render(path).at(50, 100), (std::array{255, 255, 255}));
+}
+
+TEST_F(PdfPageContextTest, numbersKeepTheirPointInACommaLocale) {
+    std::setlocale(LC_ALL, "");
+    const std::string path = page([](PdfContext& pdf) { pdf.fillRect({0.5, 1.25, 2.5, 3.5}); });
+    std::setlocale(LC_ALL, "C");
+    EXPECT_EQ(contentOf(path), "0.5 1.25 2.5 3.5 re f\n");
+}
+
+TEST_F(PdfPageContextTest, anEmptyFillPaintsNothing) {
+    const std::string path = page([](PdfContext& pdf) {
+        pdf.fillRect({0, 100, 100, 0});
+        pdf.fillRect({50, 0, 0, 200});
+    });
+    EXPECT_EQ(contentOf(path), "");
+}
+
+TEST_F(PdfPageContextTest, aFillBeyondEveryPageIsCutToTheLargest) {
+    const std::string path = page([](PdfContext& pdf) {
+        pdf.fillRect({-1e9, -20000, 2e9, 30000});
+        pdf.fillRect({20000, 0, 10, 10});
+        pdf.fillRect({0, 0, infinity, 10});
+        pdf.fillRect({-infinity, 0, infinity, 10});
+        pdf.fillRect({notANumber, 0, 10, 10});
+        pdf.fillRect({0, 0, 10, notANumber});
+    });
+    EXPECT_EQ(contentOf(path), "-14400 -14400 28800 24400 re f\n0 0 14400 10 re f\n");
+    EXPECT_EQ(render(path).at(50, 100), (std::array{0, 0, 0}));
+}
+
+TEST_F(PdfPageContextTest, colourComponentsStayBetween0And1) {
+    const std::string path = page([](PdfContext& pdf) { pdf.setFillColorRGB(-1, 2, notANumber); });
+    EXPECT_EQ(contentOf(path), "0 1 0 rg\n");
+}
+
+TEST_F(PdfPageContextTest, namesEveryIntent) {
+    const std::string path = page([](PdfContext& pdf) {
+        for (const RenderingIntent intent : allCases<RenderingIntent>())
+            pdf.setRenderingIntent(intent);
+    });
+    EXPECT_EQ(contentOf(path), "/Perceptual ri\n/RelativeColorimetric ri\n/Saturation ri\n"
+                               "/AbsoluteColorimetric ri\n");
+}
+
+TEST_F(PdfPageContextTest, theFillSpaceIsTheProfile) {
+    const std::string path =
+        page([](PdfContext& pdf) { pdf.setFillColorSpace(colorSpace("CMYK", 4)); });
+    EXPECT_EQ(contentOf(path), "/CS0 cs\n");
+    const int profile = objectHolding(path, "/N 4");
+    EXPECT_THAT(objectText(path, profile), testing::HasSubstr("/Alternate /DeviceCMYK"));
+    EXPECT_EQ(rawStream(path, profile), textOf(profileHeader("CMYK")));
+    EXPECT_THAT(objectText(path, objectHolding(path, "/Type /Page ")),
+                testing::HasSubstr("/CS0 [ /ICCBased " + std::to_string(profile) + " 0 R ]"));
+}
+
+TEST_F(PdfPageContextTest, aLabSpaceHasItsRange) {
+    const std::string path =
+        page([](PdfContext& pdf) { pdf.setFillColorSpace(colorSpace("Lab ", 3, false)); });
+    const std::string profile = objectText(path, objectHolding(path, "/N 3"));
+    EXPECT_THAT(profile, testing::HasSubstr("/Range [ 0 100 -128 127 -128 127 ]"));
+    EXPECT_THAT(profile, testing::Not(testing::HasSubstr("/Alternate")));
+}
+
+TEST_F(PdfPageContextTest, intentAndSpaceStandBeforeTheImageAndWhiteBehindIt) {
+    const FakeBitmap bitmap = smallBitmap();
+    const std::string path = page([&](PdfContext& pdf) {
+        pdf.setRenderingIntent(RenderingIntent::absolute);
+        pdf.setFillColorSpace(colorSpace("RGB ", 3));
+        pdf.setInterpolationQuality(InterpolationQuality::high);
+        pdf.draw(bitmap, {10, 20, 30.5, 40});
+        pdf.setFillColorRGB(1, 1, 1);
+        pdf.fillRect({0, 0, 100, 10});
+    });
+    EXPECT_EQ(contentOf(path), "/AbsoluteColorimetric ri\n/CS0 cs\n"
+                               "q 30.5 0 0 40 10 20 cm /Im0 Do Q\n"
+                               "1 1 1 rg\n0 0 100 10 re f\n");
+}
+
+TEST_F(PdfPageContextTest, aPhotoIsConvertedIntoTheFillSpaceWithTheCurrentIntent) {
+    const FakeBitmap bitmap = smallBitmap();
+    const auto space = colorSpace("CMYK", 4);
+    const std::string path = page([&](PdfContext& pdf) {
+        pdf.setRenderingIntent(RenderingIntent::saturation);
+        pdf.setFillColorSpace(space);
+        pdf.draw(bitmap, {0, 0, 100, 100});
+    });
+    ASSERT_EQ(bitmap.asked.size(), 1U);
+    ASSERT_TRUE(bitmap.asked[0].has_value());
+    EXPECT_EQ(bitmap.asked[0]->space, space);
+    EXPECT_EQ(bitmap.asked[0]->intent, RenderingIntent::saturation);
+    const std::string image = objectText(path, objectHolding(path, "/Subtype /Image"));
+    EXPECT_THAT(image, testing::HasSubstr("/ColorSpace /DeviceCMYK"));
+    EXPECT_THAT(readFileText(path), testing::Not(testing::HasSubstr("/OutputIntents")));
+}
+
+TEST_F(PdfPageContextTest, aSpaceThatIsNoDestinationLeavesThePhotoAsItIs) {
+    const FakeBitmap bitmap = smallBitmap();
+    const std::string path = page([&](PdfContext& pdf) {
+        pdf.setFillColorSpace(colorSpace("CMYK", 4, false));
+        pdf.draw(bitmap, {0, 0, 100, 100});
+    });
+    ASSERT_EQ(bitmap.asked.size(), 1U);
+    EXPECT_FALSE(bitmap.asked[0].has_value());
+    EXPECT_THAT(contentOf(path), testing::StartsWith("/CS0 cs\n"));
+}
+
+TEST_F(PdfPageContextTest, aFillColourEndsTheConversion) {
+    const FakeBitmap bitmap = smallBitmap();
+    const std::string path = page([&](PdfContext& pdf) {
+        pdf.setFillColorSpace(colorSpace("RGB ", 3));
+        pdf.setFillColorRGB(1, 1, 1);
+        pdf.draw(bitmap, {0, 0, 100, 100});
+    });
+    ASSERT_EQ(bitmap.asked.size(), 1U);
+    EXPECT_FALSE(bitmap.asked[0].has_value());
+}
+
+TEST_F(PdfPageContextTest, aPhotoThatCannotBeHadLeavesThePageWithoutIt) {
+    FakeBitmap bitmap = smallBitmap();
+    bitmap.cannotBeHad = true;
+    const std::string path = page([&](PdfContext& pdf) {
+        pdf.draw(bitmap, {0, 0, 100, 100});
+        pdf.fillRect({0, 0, 1, 1});
+    });
+    EXPECT_EQ(contentOf(path), "0 0 1 1 re f\n");
+}
+
+TEST_F(PdfPageContextTest, aRectangleWithoutAreaOrEndShowsNoImage) {
+    const FakeBitmap bitmap = smallBitmap();
+    const std::string path = page([&](PdfContext& pdf) {
+        for (const RectPoints rect :
+             {RectPoints{0, 0, 0, 10}, RectPoints{0, 0, 10, 0}, RectPoints{0, 0, -10, 10},
+              RectPoints{0, 0, infinity, 10}, RectPoints{0, -infinity, 10, 10},
+              RectPoints{0, 0, 10, notANumber}, RectPoints{notANumber, 0, 10, 10},
+              RectPoints{0, 0, 1e-13, 10}, RectPoints{0, 0, 10, 1e12}, RectPoints{1e12, 0, 9, 9}})
+            pdf.draw(bitmap, rect);
+    });
+    EXPECT_EQ(contentOf(path), "");
+    EXPECT_TRUE(bitmap.asked.empty());
+}
+
+TEST_F(PdfPageContextTest, aPhotoLargerThanThePageIsDrawnWhole) {
+    const FakeBitmap bitmap = smallBitmap();
+    const std::string path = page([&](PdfContext& pdf) {
+        pdf.draw(bitmap, {-1000000, -50, 2000000, 300});
+    });
+    EXPECT_EQ(contentOf(path), "q 2000000 0 0 300 -1000000 -50 cm /Im0 Do Q\n");
+}
+
+TEST_F(PdfPageContextTest, aPageThatWasNotEndedIsNoFile) {
+    const std::string path = folder.path("open.pdf");
+    auto context = PdfFileContextFactory().create(path);
+    context->beginPage({0, 0, 100, 100});
+    EXPECT_FALSE(context->close());
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+} // namespace
+} // namespace lumivert

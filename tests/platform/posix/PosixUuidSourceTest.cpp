@@ -1,0 +1,42 @@
+#include "platform/posix/PosixUuidSource.h"
+
+#include <gtest/gtest.h>
+
+#include <unordered_set>
+
+namespace lumivert {
+namespace {
+
+TEST(PosixUuidSource, statesVersionAndVariant) {
+    PosixUuidSource source;
+    for (int i = 0; i < 100; ++i) {
+        const std::string text = source.random().text();
+        EXPECT_EQ(text[14], '4') << text;
+        EXPECT_NE(std::string("89AB").find(text[19]), std::string::npos) << text;
+    }
+}
+
+TEST(PosixUuidSource, neverGivesTheSameTwice) {
+    PosixUuidSource source;
+    std::unordered_set<Uuid> seen;
+    for (int i = 0; i < 1000; ++i)
+        EXPECT_TRUE(seen.insert(source.random()).second);
+}
+
+TEST(PosixUuidSource, variesEveryOtherBit) {
+    PosixUuidSource source;
+    Uuid everSet;
+    Uuid everClear;
+    for (int i = 0; i < 200; ++i) {
+        const Uuid uuid = source.random();
+        for (std::size_t byte = 0; byte < 16; ++byte) {
+            everSet.bytes[byte] |= uuid.bytes[byte];
+            everClear.bytes[byte] |= static_cast<std::uint8_t>(~uuid.bytes[byte]);
+        }
+    }
+    EXPECT_EQ(everSet.text(), "FFFFFFFF-FFFF-4FFF-BFFF-FFFFFFFFFFFF");
+    EXPECT_EQ(everClear.text(), "FFFFFFFF-FFFF-BFFF-7FFF-FFFFFFFFFFFF");
+}
+
+} // namespace
+} // namespace lumivert
