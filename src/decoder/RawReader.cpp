@@ -61,20 +61,25 @@ double findWhite(const LibRaw& raw) {
     return static_cast<double>(white << 3);
 }
 
-VImage toneTable(double white) {
+std::vector<std::uint16_t> toneTable(double white) {
     std::vector<std::uint16_t> table(65536);
     for (std::size_t i = 0; i < table.size(); ++i)
         table[i] = static_cast<std::uint16_t>(std::lround(
             65535 * std::pow(std::min(1.0, static_cast<double>(i) / white), 1 / gamma)));
-    return VImage::new_from_memory(table.data(), table.size() * sizeof(std::uint16_t), 65536, 1, 1,
-                                   VIPS_FORMAT_USHORT)
-        .copy_memory();
+    return table;
 }
+
+// What the developed photo's pixels look at.
+struct Development {
+    LibRaw raw;
+    std::vector<std::uint16_t> table;
+};
 
 } // namespace
 
 std::optional<Photo> openRaw(std::span<const std::byte> bytes, const OpenOptions& options) {
-    auto raw = std::make_shared<LibRaw>();
+    const auto development = std::make_shared<Development>();
+    LibRaw* const raw = &development->raw;
     raw->set_dataerror_handler([](void*, const char*, int) {}, nullptr);
     if (!open(*raw, bytes))
         return std::nullopt;
@@ -105,12 +110,16 @@ std::optional<Photo> openRaw(std::span<const std::byte> bytes, const OpenOptions
         std::size_t{sizes.iwidth} * sizes.iheight * sizeof(*raw->imgdata.image);
     const VImage linear = VImage::new_from_memory(raw->imgdata.image, size, sizes.iwidth,
                                                   sizes.iheight, 4, VIPS_FORMAT_USHORT);
+    development->table = toneTable(photo.rawWhite);
+    const VImage table = VImage::new_from_memory(
+        development->table.data(), development->table.size() * sizeof(std::uint16_t),
+        static_cast<int>(development->table.size()), 1, 1, VIPS_FORMAT_USHORT);
     photo.pixels = linear.extract_band(0, VImage::option()->set("n", 3))
-                       .maplut(toneTable(photo.rawWhite))
+                       .maplut(table)
                        .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_RGB16));
     photo.profile = wideGamutBytes();
     photo.isRandomAccess = true;
-    photo.backing = raw;
+    photo.backing = development;
     return photo;
 }
 

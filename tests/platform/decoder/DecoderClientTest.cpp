@@ -23,6 +23,7 @@ TEST(DecoderClient, readsThePhotosOfTheSampleFolder) {
         {"exif-orientation-8.jpg", {1200, 1800}},
         {"broken-exif.jpg", {636, 227}},
         {"iphone_7.heic", {4032, 3024}},
+        {"canon_eos_6d.dng", {1224, 816}},
         {"palette16.tif", {73, 43}},
         {"tiled.tif", {512, 384}},
     };
