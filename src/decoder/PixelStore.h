@@ -1,0 +1,20 @@
+#pragma once
+
+#include <vips/vips8>
+
+#include <memory>
+
+namespace lumivert::decoder {
+
+/// Pixels kept whole, for the orientations that need them in another order.
+struct PixelStore {
+    vips::VImage pixels;
+    /// What `pixels` looks at.
+    std::shared_ptr<void> backing;
+};
+
+/// Memory up to 256 MiB, beyond that a file without a name in the folder for temporary files, which
+/// the system writes out when memory is short. Throws vips::VError or std::exception.
+[[nodiscard]] PixelStore keepPixels(const vips::VImage& image);
+
+} // namespace lumivert::decoder

@@ -1,0 +1,138 @@
+#include "decoder/Profiles.h"
+
+#include <vips/vips8>
+
+#include <array>
+#include <cstring>
+#include <stdexcept>
+
+namespace lumivert::decoder {
+namespace {
+
+using ToneCurve = std::unique_ptr<cmsToneCurve, decltype(&cmsFreeToneCurve)>;
+using Texts = std::unique_ptr<cmsMLU, decltype(&cmsMLUfree)>;
+
+ToneCurve gammaCurve(double gamma) {
+    return {cmsBuildGamma(nullptr, gamma), &cmsFreeToneCurve};
+}
+
+ToneCurve srgbCurve() {
+    // IEC 61966-2-1 in Little CMS's form: Y = (aX + b)^gamma for X >= d, else cX.
+    const std::array parameters{2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045};
+    return {cmsBuildParametricToneCurve(nullptr, 4, parameters.data()), &cmsFreeToneCurve};
+}
+
+void name(void* profile, const char* description) {
+    const Texts text(cmsMLUalloc(nullptr, 1), &cmsMLUfree);
+    cmsMLUsetASCII(text.get(), "en", "US", description);
+    cmsWriteTag(profile, cmsSigProfileDescriptionTag, text.get());
+    const Texts rights(cmsMLUalloc(nullptr, 1), &cmsMLUfree);
+    cmsMLUsetASCII(rights.get(), "en", "US", "No copyright, use freely");
+    cmsWriteTag(profile, cmsSigCopyrightTag, rights.get());
+}
+
+Bytes savedBytes(const Profile& profile) {
+    cmsUInt32Number size = 0;
+    if (!profile || !cmsSaveProfileToMem(profile.get(), nullptr, &size))
+        throw std::runtime_error("no profile");
+    Bytes bytes(size);
+    if (!cmsSaveProfileToMem(profile.get(), bytes.data(), &size))
+        throw std::runtime_error("no profile");
+    // ICC.1, 7.2: the date of creation (24-35) must not change from run to run.
+    constexpr std::array<unsigned char, 12> date{0x07, 0xce, 0, 1, 0, 1, 0, 0, 0, 0, 0, 0};
+    std::memcpy(bytes.data() + 24, date.data(), date.size());
+    return bytes;
+}
+
+Bytes rgbBytes(cmsCIExyY white, cmsCIExyYTRIPLE primaries, double gamma, const char* description) {
+    const ToneCurve curve = gammaCurve(gamma);
+    const std::array curves{curve.get(), curve.get(), curve.get()};
+    const Profile profile(cmsCreateRGBProfile(&white, &primaries, curves.data()));
+    if (!profile)
+        throw std::runtime_error("no profile");
+    // Version 2: what a reader of PDF 1.4 knows.
+    cmsSetProfileVersion(profile.get(), 2.1);
+    name(profile.get(), description);
+    return savedBytes(profile);
+}
+
+Profile genericCmyk() {
+    VipsBlob* blob = nullptr;
+    if (vips_profile_load("cmyk", &blob, nullptr) != 0 || !blob)
+        return nullptr;
+    std::size_t size = 0;
+    const void* bytes = vips_blob_get(blob, &size);
+    Profile profile(cmsOpenProfileFromMem(bytes, static_cast<cmsUInt32Number>(size)));
+    vips_area_unref(VIPS_AREA(blob));
+    return profile;
+}
+
+} // namespace
+
+Profile openProfile(std::span<const std::byte> bytes) {
+    return Profile(cmsOpenProfileFromMem(bytes.data(), static_cast<cmsUInt32Number>(bytes.size())));
+}
+
+int channelsOf(const Profile& profile) {
+    switch (cmsGetColorSpace(profile.get())) {
+    case cmsSigGrayData:
+        return 1;
+    case cmsSigRgbData:
+        return 3;
+    case cmsSigCmykData:
+        return 4;
+    default:
+        return 0;
+    }
+}
+
+bool describes(std::span<const std::byte> bytes, int channels) {
+    if (bytes.empty())
+        return false;
+    const Profile profile = openProfile(bytes);
+    if (!profile || channelsOf(profile) != channels)
+        return false;
+    switch (cmsGetDeviceClass(profile.get())) {
+    case cmsSigInputClass:
+    case cmsSigDisplayClass:
+    case cmsSigOutputClass:
+    case cmsSigColorSpaceClass:
+        return cmsIsMatrixShaper(profile.get()) || channels == 1 ||
+               cmsIsCLUT(profile.get(), INTENT_RELATIVE_COLORIMETRIC, LCMS_USED_AS_INPUT);
+    default:
+        return false;
+    }
+}
+
+Profile sourceProfile(std::span<const std::byte> bytes, int channels) {
+    if (!bytes.empty())
+        return openProfile(bytes);
+    switch (channels) {
+    case 1:
+        return Profile(cmsCreateGrayProfile(cmsD50_xyY(), srgbCurve().get()));
+    case 4:
+        return genericCmyk();
+    default:
+        return srgbProfile();
+    }
+}
+
+Profile srgbProfile() {
+    return Profile(cmsCreate_sRGBProfile());
+}
+
+const Bytes& adobeRgbBytes() {
+    static const Bytes bytes =
+        rgbBytes({0.3127, 0.3290, 1}, {{0.64, 0.33, 1}, {0.21, 0.71, 1}, {0.15, 0.06, 1}},
+                 563.0 / 256, "Adobe RGB (1998) compatible");
+    return bytes;
+}
+
+const Bytes& wideGamutBytes() {
+    static const Bytes bytes =
+        rgbBytes(*cmsD50_xyY(), {{0.7347, 0.2653, 1}, {0.1596, 0.8404, 1}, {0.0366, 0.0001, 1}},
+                 1.8, "Wide gamut RGB with the primaries of ROMM");
+    return bytes;
+}
+
+} // namespace lumivert::decoder

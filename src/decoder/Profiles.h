@@ -1,0 +1,42 @@
+#pragma once
+
+#include "platform/Bytes.h"
+
+#include <lcms2.h>
+
+#include <memory>
+#include <span>
+
+/// ICC profiles in the decoder. Those made here have the same bytes every time.
+namespace lumivert::decoder {
+
+struct CloseProfile {
+    void operator()(void* profile) const { cmsCloseProfile(profile); }
+};
+/// Null for none.
+using Profile = std::unique_ptr<void, CloseProfile>;
+
+/// Null where the bytes are no profile.
+[[nodiscard]] Profile openProfile(std::span<const std::byte> bytes);
+
+/// 1 for a grey, 3 for an RGB, 4 for a CMYK profile; 0 for any other.
+[[nodiscard]] int channelsOf(const Profile& profile);
+
+/// Whether the bytes are a profile that can say what pixels of so many channels mean.
+[[nodiscard]] bool describes(std::span<const std::byte> bytes, int channels);
+
+/// What pixels mean: `bytes`, or where they are empty sRGB, grey with sRGB's curve, or the generic
+/// CMYK that libvips carries.
+[[nodiscard]] Profile sourceProfile(std::span<const std::byte> bytes, int channels);
+
+/// IEC 61966-2-1.
+[[nodiscard]] Profile srgbProfile();
+
+/// Adobe RGB (1998) Color Image Encoding, version 2005-05, 4.3.
+[[nodiscard]] const Bytes& adobeRgbBytes();
+
+/// ROMM RGB's primaries and white (ISO 22028-2) with a plain gamma of 1.8; holds every colour of
+/// CIELAB photos and camera RAW that paper can show.
+[[nodiscard]] const Bytes& wideGamutBytes();
+
+} // namespace lumivert::decoder

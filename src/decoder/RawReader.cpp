@@ -1,0 +1,126 @@
+#include "decoder/RawReader.h"
+
+#include "decoder/Profiles.h"
+
+#include <libraw/libraw.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+namespace lumivert::decoder {
+namespace {
+
+using vips::VImage;
+
+constexpr int proPhoto = 4; // LibRaw's output_color: the primaries of wideGamutBytes()
+constexpr double gamma = 1.8;
+
+bool open(LibRaw& raw, std::span<const std::byte> bytes) {
+    // LibRaw takes a pointer to writable memory but only reads from it.
+    auto* data = const_cast<std::byte*>(bytes.data());
+    return raw.open_buffer(data, bytes.size()) == LIBRAW_SUCCESS;
+}
+
+// LibRaw's flip counts quarter turns in bits; the four that occur, as EXIF orientations.
+int orientationOf(int flip) {
+    switch (flip) {
+    case 3:
+        return 3;
+    case 5:
+        return 8;
+    case 6:
+        return 6;
+    default:
+        return 1;
+    }
+}
+
+// The scene value shown as white: one pixel in a hundred of a channel may lie above.
+double findWhite(const LibRaw& raw) {
+    constexpr std::size_t bins = 0x2000;
+    std::array<std::vector<std::uint32_t>, 3> counts;
+    counts.fill(std::vector<std::uint32_t>(bins));
+    const auto& sizes = raw.imgdata.sizes;
+    const std::size_t pixels = std::size_t{sizes.iwidth} * sizes.iheight;
+    for (std::size_t i = 0; i < pixels; ++i)
+        for (std::size_t c = 0; c < counts.size(); ++c)
+            ++counts[c][raw.imgdata.image[i][c] >> 3];
+    std::size_t white = 32;
+    for (const auto& count : counts) {
+        std::size_t above = 0;
+        std::size_t bin = bins - 1;
+        while (bin > white && (above += count[bin]) <= pixels / 100)
+            --bin;
+        white = std::max(white, bin);
+    }
+    return static_cast<double>(white << 3);
+}
+
+std::vector<std::uint16_t> toneTable(double white) {
+    std::vector<std::uint16_t> table(65536);
+    for (std::size_t i = 0; i < table.size(); ++i)
+        table[i] = static_cast<std::uint16_t>(std::lround(
+            65535 * std::pow(std::min(1.0, static_cast<double>(i) / white), 1 / gamma)));
+    return table;
+}
+
+// What the developed photo's pixels look at.
+struct Development {
+    LibRaw raw;
+    std::vector<std::uint16_t> table;
+};
+
+} // namespace
+
+std::optional<Photo> openRaw(std::span<const std::byte> bytes, const OpenOptions& options) {
+    const auto development = std::make_shared<Development>();
+    LibRaw* const raw = &development->raw;
+    raw->set_dataerror_handler([](void*, const char*, int) {}, nullptr);
+    if (!open(*raw, bytes))
+        return std::nullopt;
+    if (raw->adjust_sizes_info_only() != LIBRAW_SUCCESS)
+        throw std::runtime_error("no size");
+    Photo photo;
+    const auto& sizes = raw->imgdata.sizes;
+    photo.orientation = orientationOf(sizes.flip);
+    // That call already swapped the axes of a turned photo.
+    photo.storedSize = photo.orientation >= 5 ? PixelSize{sizes.iheight, sizes.iwidth}
+                                              : PixelSize{sizes.iwidth, sizes.iheight};
+
+    raw->recycle();
+    auto& parameters = raw->imgdata.params;
+    const int longer = std::max(photo.storedSize.width, photo.storedSize.height);
+    parameters.half_size = options.screenEdge && longer / 2 >= *options.screenEdge ? 1 : 0;
+    parameters.use_camera_wb = 1;
+    parameters.output_color = proPhoto;
+    parameters.output_bps = 16;
+    parameters.no_auto_bright = 1;
+    parameters.gamm[0] = parameters.gamm[1] = 1;
+    if (!open(*raw, bytes) || raw->unpack() != LIBRAW_SUCCESS ||
+        raw->dcraw_process() != LIBRAW_SUCCESS)
+        throw std::runtime_error("sensor data does not develop");
+
+    photo.rawWhite = options.rawWhite > 0 ? options.rawWhite : findWhite(*raw);
+    const std::size_t size =
+        std::size_t{sizes.iwidth} * sizes.iheight * sizeof(*raw->imgdata.image);
+    const VImage linear = VImage::new_from_memory(raw->imgdata.image, size, sizes.iwidth,
+                                                  sizes.iheight, 4, VIPS_FORMAT_USHORT);
+    development->table = toneTable(photo.rawWhite);
+    const VImage table = VImage::new_from_memory(
+        development->table.data(), development->table.size() * sizeof(std::uint16_t),
+        static_cast<int>(development->table.size()), 1, 1, VIPS_FORMAT_USHORT);
+    photo.pixels = linear.extract_band(0, VImage::option()->set("n", 3))
+                       .maplut(table)
+                       .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_RGB16));
+    photo.profile = wideGamutBytes();
+    photo.isRandomAccess = true;
+    photo.backing = development;
+    return photo;
+}
+
+} // namespace lumivert::decoder

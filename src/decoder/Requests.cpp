@@ -1,0 +1,218 @@
+#include "decoder/Requests.h"
+
+#include "decoder/Photo.h"
+#include "decoder/Rendition.h"
+#include "decoder/Rows.h"
+#include "decoder/Strips.h"
+#include "platform/decoder/MemoryFile.h"
+#include "platform/decoder/Packets.h"
+
+#include <lcms2.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <new>
+#include <span>
+#include <stdexcept>
+#include <sys/mman.h>
+
+namespace lumivert::decoder {
+namespace {
+
+using protocol::Answer;
+using protocol::Kind;
+using protocol::Request;
+
+bool send(int socket, const Answer& answer, std::span<const int> descriptors = {}) {
+    return protocol::sendPacket(socket, std::as_bytes(std::span(&answer, 1)), descriptors);
+}
+
+SharedBytes mapped(const Descriptor& file) {
+    auto bytes = mapSealed(file.get());
+    if (!bytes)
+        throw std::runtime_error("not a sealed file");
+    return *bytes;
+}
+
+Photo opened(std::span<const std::byte> bytes, const OpenOptions& options) {
+    auto photo = openPhoto(bytes, options);
+    if (!photo)
+        throw std::runtime_error("not a photo");
+    return std::move(*photo);
+}
+
+// The answer's memory: pixels, then the profile; sealed.
+Descriptor answerFile(const vips::VImage& rendition, const Bytes& profile) {
+    const std::size_t pixelBytes = std::size_t{4} * static_cast<std::size_t>(rendition.width()) *
+                                   static_cast<std::size_t>(rendition.height());
+    const std::size_t size = pixelBytes + profile.size();
+    auto file = memoryFile(size);
+    if (!file)
+        throw std::bad_alloc();
+    void* address = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, file->get(), 0);
+    if (address == MAP_FAILED)
+        throw std::bad_alloc();
+    writeWords(rendition, static_cast<std::uint32_t*>(address));
+    std::ranges::copy(profile, static_cast<std::byte*>(address) + pixelBytes);
+    ::munmap(address, size);
+    if (!seal(file->get()))
+        throw std::runtime_error("cannot seal");
+    return std::move(*file);
+}
+
+void load(int socket, const Request& request, std::span<const Descriptor> descriptors) {
+    const SharedBytes bytes = mapped(descriptors[0]);
+    const Photo photo = opened(bytes.view, {request.screenEdge, 0});
+    const vips::VImage rendition = screenRendition(photo, request.screenEdge, std::nullopt);
+    const Descriptor file = answerFile(rendition, photo.profile);
+
+    Answer answer;
+    answer.kind = Kind::load;
+    answer.done = 1;
+    answer.width = photo.uprightSize().width;
+    answer.height = photo.uprightSize().height;
+    answer.channels = static_cast<std::uint32_t>(photo.channels());
+    answer.bitsPerComponent = static_cast<std::uint32_t>(photo.bits());
+    answer.densityX = photo.uprightDensity().x;
+    answer.densityY = photo.uprightDensity().y;
+    answer.profileSize = photo.profile.size();
+    answer.rawWhite = photo.rawWhite;
+    if (photo.jpeg) {
+        answer.jpegStream = 1;
+        answer.orientation = static_cast<std::uint32_t>(photo.orientation);
+        answer.storedWidth = photo.jpeg->width;
+        answer.storedHeight = photo.jpeg->height;
+        answer.inverted = photo.jpeg->inverted ? 1 : 0;
+    }
+    answer.renditionWidth = rendition.width();
+    answer.renditionHeight = rendition.height();
+    const int fd = file.get();
+    send(socket, answer, {&fd, 1});
+}
+
+void proof(int socket, const Request& request, std::span<const Descriptor> descriptors) {
+    const SharedBytes bytes = mapped(descriptors[0]);
+    const SharedBytes profile = mapped(descriptors[1]);
+    const Photo photo = opened(bytes.view, {request.screenEdge, request.rawWhite});
+    const vips::VImage rendition =
+        screenRendition(photo, request.screenEdge, Paper{profile.view, request.intent});
+    const Descriptor file = answerFile(rendition, {});
+
+    Answer answer;
+    answer.kind = Kind::proof;
+    answer.done = 1;
+    answer.renditionWidth = rendition.width();
+    answer.renditionHeight = rendition.height();
+    const int fd = file.get();
+    send(socket, answer, {&fd, 1});
+}
+
+bool writeAll(int fd, std::span<const std::byte> bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(fd, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return false;
+        bytes = bytes.subspan(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
+// Whether it went wrong after the answer had gone out.
+bool rows(int socket, const Request& request, std::span<const Descriptor> descriptors) {
+    const SharedBytes bytes = mapped(descriptors[0]);
+    const int pipe = descriptors[1].get();
+    std::optional<SharedBytes> profile;
+    std::optional<Paper> target;
+    if (request.hasTarget != 0) {
+        profile = mapped(descriptors[2]);
+        target = Paper{profile->view, request.intent};
+    }
+    const Photo photo = opened(bytes.view, {std::nullopt, request.rawWhite});
+    const Rows rows =
+        photoRows(photo, {request.x, request.y, request.width, request.height}, target);
+
+    Answer answer;
+    answer.kind = Kind::rows;
+    answer.done = 1;
+    answer.width = rows.pixels.width();
+    answer.height = rows.pixels.height();
+    answer.channels = static_cast<std::uint32_t>(rows.channels);
+    answer.bitsPerComponent = static_cast<std::uint32_t>(rows.bits);
+    bool answered = false;
+    try {
+        forEachStrip(rows.pixels, [&](const Strip& strip) {
+            // Not before the first rows stand ready: until then a photo can still be refused.
+            if (!answered)
+                answered = send(socket, answer);
+            if (!answered)
+                return false;
+            if (strip.stride == strip.bytesPerLine)
+                return writeAll(
+                    pipe, {strip.first, strip.stride * static_cast<std::size_t>(strip.lines)});
+            for (int i = 0; i < strip.lines; ++i)
+                if (!writeAll(pipe, strip.line(i)))
+                    return false;
+            return true;
+        });
+    } catch (...) {
+        if (!answered)
+            throw;
+        return false;
+    }
+    return true;
+}
+
+std::size_t descriptorsOf(const Request& request) {
+    switch (request.kind) {
+    case Kind::load:
+        return 1;
+    case Kind::proof:
+        return 2;
+    case Kind::rows:
+        return request.hasTarget != 0 ? 3 : 2;
+    }
+    return 0;
+}
+
+} // namespace
+
+bool serve(int socket, const Request& request, std::vector<Descriptor> descriptors) {
+    try {
+        const bool isWhole = request.magic == protocol::magic &&
+                             request.version == protocol::version && !descriptors.empty() &&
+                             descriptors.size() == descriptorsOf(request);
+        if (isWhole && request.kind == Kind::rows)
+            return rows(socket, request, descriptors);
+        const bool hasEdge =
+            request.screenEdge > 0 && request.screenEdge <= protocol::maximumScreenEdge;
+        if (isWhole && hasEdge && request.kind == Kind::load) {
+            load(socket, request, descriptors);
+            return true;
+        }
+        if (isWhole && hasEdge && request.kind == Kind::proof) {
+            proof(socket, request, descriptors);
+            return true;
+        }
+    } catch (const std::exception&) {
+        // Falls through to the refusal.
+    }
+    Answer refusal;
+    refusal.kind = request.kind;
+    send(socket, refusal);
+    return true;
+}
+
+void prepareLibraries(const char* programName) {
+    // The libraries' complaints about odd files are nobody's business on standard error.
+    g_log_set_default_handler([](const char*, GLogLevelFlags, const char*, void*) {}, nullptr);
+    if (VIPS_INIT(programName) != 0)
+        throw std::runtime_error("libvips does not start");
+    vips_block_untrusted_set(1);
+    vips_cache_set_max(0); // nothing is asked twice
+    cmsSetLogErrorHandler([](cmsContext, cmsUInt32Number, const char*) {});
+}
+
+} // namespace lumivert::decoder

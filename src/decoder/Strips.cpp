@@ -1,0 +1,25 @@
+#include "decoder/Strips.h"
+
+namespace lumivert::decoder {
+namespace {
+
+int takeRegion(VipsRegion* region, VipsRect* area, void* context) {
+    const auto& take = *static_cast<const std::function<bool(const Strip&)>*>(context);
+    Strip strip;
+    strip.first = reinterpret_cast<const std::byte*>(VIPS_REGION_ADDR(region, 0, area->top));
+    strip.bytesPerLine = VIPS_IMAGE_SIZEOF_LINE(region->im);
+    strip.stride = VIPS_REGION_LSKIP(region);
+    strip.top = area->top;
+    strip.lines = area->height;
+    return take(strip) ? 0 : -1;
+}
+
+} // namespace
+
+void forEachStrip(const vips::VImage& image, const std::function<bool(const Strip&)>& take) {
+    auto context = take;
+    if (vips_sink_disc(image.get_image(), takeRegion, &context) != 0)
+        throw vips::VError();
+}
+
+} // namespace lumivert::decoder

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "decoder/Photo.h"
+
+namespace lumivert::decoder {
+
+/// Opens JPEG, PNG, TIFF, WebP, GIF and HEIF (HEIC, AVIF) with libvips. Data that ends early is an
+/// error when the pixels are asked for. See openPhoto().
+[[nodiscard]] std::optional<Photo> openWithVips(std::span<const std::byte> bytes,
+                                                const OpenOptions& options);
+
+} // namespace lumivert::decoder

@@ -1,0 +1,108 @@
+#include "platform/decoder/DecoderBitmap.h"
+
+#include "platform/decoder/DecoderRows.h"
+#include "platform/decoder/MemoryFile.h"
+
+#include <algorithm>
+#include <array>
+#include <fcntl.h>
+#include <utility>
+
+namespace lumivert {
+
+std::uint32_t iccIntent(RenderingIntent intent) {
+    switch (intent) {
+    case RenderingIntent::perceptual:
+        return 0;
+    case RenderingIntent::relative:
+        return 1;
+    case RenderingIntent::saturation:
+        return 2;
+    case RenderingIntent::absolute:
+        return 3;
+    }
+    return 0;
+}
+
+DecoderBitmap::DecoderBitmap(std::shared_ptr<DecoderService> service,
+                             std::shared_ptr<const DecodedPhoto> photo, PixelRect part)
+    : m_service(std::move(service))
+    , m_photo(std::move(photo))
+    , m_part(part) {}
+
+std::shared_ptr<const Bitmap> DecoderBitmap::cropped(PixelRect rect) const {
+    const auto cut = [](std::int64_t from, std::int64_t length, std::int64_t limit) {
+        const std::int64_t low = std::clamp<std::int64_t>(from, 0, limit);
+        const std::int64_t high = std::clamp<std::int64_t>(from + length, low, limit);
+        return std::pair(static_cast<int>(low), static_cast<int>(high - low));
+    };
+    const auto [x, width] = cut(rect.x, rect.width, m_part.width);
+    const auto [y, height] = cut(rect.y, rect.height, m_part.height);
+    if (width <= 0 || height <= 0)
+        return nullptr;
+    return std::make_shared<DecoderBitmap>(m_service, m_photo,
+                                           PixelRect{m_part.x + x, m_part.y + y, width, height});
+}
+
+std::optional<JpegStream> DecoderBitmap::jpegStream() const {
+    if (!m_photo->jpeg || size() != m_photo->size)
+        return std::nullopt;
+    auto bytes = mapSealed(m_photo->bytes.get());
+    constexpr std::array start{std::byte{0xff}, std::byte{0xd8}, std::byte{0xff}};
+    if (!bytes || bytes->view.size() < start.size() ||
+        !std::ranges::equal(bytes->view.first(start.size()), start))
+        return std::nullopt;
+    JpegStream stream = *m_photo->jpeg;
+    stream.bytes = std::move(*bytes);
+    return stream;
+}
+
+std::unique_ptr<RowSource> DecoderBitmap::rows(const std::optional<ColorTarget>& target) const {
+    if (target && !target->space)
+        return nullptr;
+    RowFormat expected{size(), m_photo->channels, m_photo->bitsPerComponent, m_photo->profile};
+    if (target)
+        expected = {size(), target->space->channels, 8, {}};
+
+    std::array<int, 2> ends{-1, -1};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0)
+        return nullptr;
+    Descriptor readEnd(ends[0]);
+    Descriptor writeEnd(ends[1]);
+    // Where the system does not allow so much, the pipe is merely slower.
+    ::fcntl(readEnd.get(), F_SETPIPE_SZ, protocol::pipeBytes);
+
+    protocol::Request request;
+    request.kind = protocol::Kind::rows;
+    request.x = m_part.x;
+    request.y = m_part.y;
+    request.width = m_part.width;
+    request.height = m_part.height;
+    request.rawWhite = m_photo->rawWhite;
+    std::vector<int> descriptors{m_photo->bytes.get(), writeEnd.get()};
+    std::optional<Descriptor> profile;
+    if (target) {
+        profile = sealedCopyOf(target->space->profile.view);
+        if (!profile)
+            return nullptr;
+        request.hasTarget = 1;
+        request.intent = iccIntent(target->intent);
+        descriptors.push_back(profile->get());
+    }
+
+    auto process = m_service->pool().take();
+    if (!process)
+        return nullptr;
+    const auto reply = process->ask(request, descriptors, m_service->options().answerTimeout);
+    if (!reply || reply->answer.width != expected.size.width ||
+        reply->answer.height != expected.size.height ||
+        reply->answer.channels != static_cast<std::uint32_t>(expected.channels) ||
+        reply->answer.bitsPerComponent != static_cast<std::uint32_t>(expected.bitsPerComponent))
+        return nullptr;
+    // Only the decoder holds the other end now: when it ends, so does the pipe.
+    writeEnd.reset();
+    return std::make_unique<DecoderRows>(m_service, std::move(process), std::move(readEnd),
+                                         std::move(expected));
+}
+
+} // namespace lumivert

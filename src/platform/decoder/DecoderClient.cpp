@@ -1,0 +1,32 @@
+#include "platform/decoder/DecoderClient.h"
+
+#include "model/FileUrl.h"
+#include "platform/decoder/DecoderImage.h"
+#include "platform/decoder/MemoryFile.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace lumivert {
+
+DecoderClient::DecoderClient(DecoderOptions options)
+    : m_service(std::make_shared<DecoderService>(std::move(options))) {}
+
+DecoderClient::~DecoderClient() {
+    m_service->stop();
+}
+
+void DecoderClient::prepareSpare() {
+    m_service->pool().prepareSpare();
+}
+
+std::shared_ptr<const Image> DecoderClient::decode(const FileUrl& url) {
+    auto photo = sealedCopyOfFile(url.path());
+    if (!photo)
+        return nullptr;
+    const int wanted = m_service->options().screenEdge ? m_service->options().screenEdge() : 2048;
+    return DecoderImage::load(m_service, std::move(*photo),
+                              std::clamp(wanted, 1, protocol::maximumScreenEdge));
+}
+
+} // namespace lumivert

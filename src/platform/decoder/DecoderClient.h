@@ -1,0 +1,27 @@
+#pragma once
+
+#include "platform/Image.h"
+#include "platform/decoder/DecoderService.h"
+
+namespace lumivert {
+
+/// Decodes photos in processes of their own: whatever a file does to its decoder, the program sees
+/// no more than an image that did not decode. Main thread. Images may outlive the client; rows and
+/// streams are still to be had from them then, soft proofs are not.
+class DecoderClient : public ImageDecoder {
+public:
+    explicit DecoderClient(DecoderOptions options);
+    /// Waits for a soft proof that is being made, and ends the spare decoder.
+    ~DecoderClient() override;
+
+    /// Starts a decoder that waits for the first photo, unless one waits. It takes the system about
+    /// 1 ms here, and a second core 50 ms: best called once the first window has been painted.
+    void prepareSpare();
+
+    [[nodiscard]] std::shared_ptr<const Image> decode(const FileUrl& url) override;
+
+private:
+    std::shared_ptr<DecoderService> m_service;
+};
+
+} // namespace lumivert

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "platform/decoder/DecoderProtocol.h"
+#include "platform/decoder/Descriptor.h"
+
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+#include <sys/types.h>
+#include <utility>
+#include <vector>
+
+namespace lumivert {
+
+/// One running decoder. Destroyed, it is ended and waited for, whatever it is doing. One thread.
+class DecoderProcess {
+public:
+    /// Starts the program at `path`. Null when it cannot be started.
+    [[nodiscard]] static std::unique_ptr<DecoderProcess> start(const std::string& path);
+
+    DecoderProcess(const DecoderProcess&) = delete;
+    DecoderProcess& operator=(const DecoderProcess&) = delete;
+    ~DecoderProcess();
+
+    [[nodiscard]] bool isRunning();
+
+    struct Reply {
+        protocol::Answer answer;
+        std::vector<Descriptor> descriptors;
+    };
+
+    /// Sends the request and waits for its answer. Nothing when the decoder ends, answers with
+    /// anything but a well-formed "done" of the same kind, or stays silent for so long.
+    [[nodiscard]] std::optional<Reply> ask(const protocol::Request& request,
+                                           std::span<const int> descriptors,
+                                           std::chrono::milliseconds timeout);
+
+    [[nodiscard]] pid_t pid() const { return m_pid; }
+
+private:
+    DecoderProcess(pid_t pid, Descriptor socket);
+
+    pid_t m_pid;
+    Descriptor m_socket;
+};
+
+/// Hands out decoders and keeps one waiting, so that its start costs nobody time. Any thread.
+class DecoderPool {
+public:
+    explicit DecoderPool(std::string path)
+        : m_path(std::move(path)) {}
+
+    /// A decoder that waits for its request; null when none can be started.
+    [[nodiscard]] std::unique_ptr<DecoderProcess> take();
+
+    /// Starts the spare one, unless it waits already.
+    void prepareSpare();
+
+    /// Ends the spare one; no other is kept from here on.
+    void close();
+
+private:
+    std::string m_path;
+    std::mutex m_mutex;
+    std::unique_ptr<DecoderProcess> m_spare;
+    bool m_closed = false;
+};
+
+} // namespace lumivert

@@ -1,0 +1,69 @@
+#include "platform/decoder/DecoderService.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace lumivert {
+
+DecoderService::DecoderService(DecoderOptions options)
+    : m_options(std::move(options))
+    , m_pool(m_options.path) {}
+
+DecoderService::~DecoderService() {
+    stop();
+}
+
+void DecoderService::runInBackground(const void* owner, std::function<void()> task,
+                                     std::function<void()> cancelled) {
+    std::function<void()> overtaken;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_stopped) {
+            overtaken = std::move(cancelled);
+        } else {
+            const auto waiting = std::ranges::find(m_tasks, owner, &Task::owner);
+            if (waiting != m_tasks.end()) {
+                overtaken = std::move(waiting->cancelled);
+                m_tasks.erase(waiting);
+            }
+            m_tasks.push_back({owner, std::move(task), std::move(cancelled)});
+            if (!m_thread.joinable())
+                m_thread = std::thread([this] { work(); });
+            m_wake.notify_one();
+        }
+    }
+    if (overtaken)
+        overtaken();
+}
+
+void DecoderService::stop() {
+    std::deque<Task> left;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_stopped = true;
+        left.swap(m_tasks);
+        m_wake.notify_one();
+    }
+    for (const Task& task : left)
+        task.cancelled();
+    if (m_thread.joinable())
+        m_thread.join();
+    m_pool.close();
+}
+
+void DecoderService::work() {
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+        m_wake.wait(lock, [this] { return m_stopped || !m_tasks.empty(); });
+        if (m_stopped)
+            return;
+        Task task = std::move(m_tasks.front());
+        m_tasks.pop_front();
+        lock.unlock();
+        task.run();
+        task = {}; // what it holds goes before the wait
+        lock.lock();
+    }
+}
+
+} // namespace lumivert

@@ -1,0 +1,111 @@
+#include "platform/decoder/MemoryFile.h"
+
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/sendfile.h>
+#include <sys/stat.h>
+
+namespace lumivert {
+namespace {
+
+constexpr int allSeals = F_SEAL_SEAL | F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE;
+
+bool writeAll(int fd, std::span<const std::byte> bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(fd, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return false;
+        bytes = bytes.subspan(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
+// For file systems that sendfile does not read from.
+bool copyByReading(int from, int to) {
+    std::vector<std::byte> block(std::size_t{1} << 20);
+    for (;;) {
+        const ssize_t count = ::read(from, block.data(), block.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            return count == 0;
+        if (!writeAll(to, {block.data(), static_cast<std::size_t>(count)}))
+            return false;
+    }
+}
+
+bool copyAll(int from, int to) {
+    for (;;) {
+        const ssize_t count = ::sendfile(to, from, nullptr, std::size_t{1} << 30);
+        if (count == 0)
+            return true;
+        if (count < 0 && (errno == EINVAL || errno == ENOSYS))
+            return copyByReading(from, to);
+        if (count < 0 && errno != EINTR)
+            return false;
+    }
+}
+
+std::optional<Descriptor> create() {
+    Descriptor file(::memfd_create("lumivert", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    if (!file)
+        return std::nullopt;
+    return file;
+}
+
+} // namespace
+
+std::optional<Descriptor> sealedCopyOfFile(const std::string& path) {
+    // Non-blocking, so that a pipe without a writer does not hold the program up.
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    struct stat status {};
+    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+        return std::nullopt;
+    auto memory = create();
+    if (!memory || !copyAll(file.get(), memory->get()))
+        return std::nullopt;
+    if (::fstat(memory->get(), &status) != 0 || status.st_size == 0 || !seal(memory->get()))
+        return std::nullopt;
+    return memory;
+}
+
+std::optional<Descriptor> sealedCopyOf(std::span<const std::byte> bytes) {
+    auto memory = create();
+    if (!memory || !writeAll(memory->get(), bytes) || !seal(memory->get()))
+        return std::nullopt;
+    return memory;
+}
+
+std::optional<Descriptor> memoryFile(std::uint64_t size) {
+    auto memory = create();
+    if (!memory || ::ftruncate(memory->get(), static_cast<off_t>(size)) != 0)
+        return std::nullopt;
+    return memory;
+}
+
+bool seal(int fd) {
+    return ::fcntl(fd, F_ADD_SEALS, allSeals) == 0;
+}
+
+std::optional<SharedBytes> mapSealed(int fd, std::optional<std::uint64_t> expectedSize) {
+    constexpr int needed = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE;
+    const int seals = ::fcntl(fd, F_GET_SEALS);
+    struct stat status {};
+    if (seals < 0 || (seals & needed) != needed || ::fstat(fd, &status) != 0 || status.st_size <= 0)
+        return std::nullopt;
+    const auto size = static_cast<std::size_t>(status.st_size);
+    if (expectedSize && *expectedSize != size)
+        return std::nullopt;
+    // Private: kernels before 6.7 refuse shared mappings of a file sealed against writing.
+    void* address = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, fd, 0);
+    if (address == MAP_FAILED)
+        return std::nullopt;
+    std::shared_ptr<const void> owner(address, [size](void* mapped) { ::munmap(mapped, size); });
+    return SharedBytes{std::move(owner), {static_cast<const std::byte*>(address), size}};
+}
+
+} // namespace lumivert
