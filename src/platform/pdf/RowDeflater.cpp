@@ -9,6 +9,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -24,13 +25,17 @@ struct Chunk {
     bool done = false;
 };
 
-// Threads that compress chunks in any order.
+// Threads that compress chunks beside each other; without any, the calling thread does.
 class Workers {
 public:
     Workers(int count, std::size_t bytesPerRow)
         : m_bytesPerRow(bytesPerRow) {
-        for (int i = 0; i < count; ++i)
-            m_threads.emplace_back([this] { run(); });
+        try {
+            for (int i = 0; i < count; ++i)
+                m_threads.emplace_back([this] { run(); });
+        } catch (const std::system_error&) {
+            // No more threads to be had: those that stand, or the calling one, do the work.
+        }
     }
     ~Workers() {
         {

@@ -162,6 +162,23 @@ TEST(DeflateChunk, subtractsTheRowAbove) {
                              std::byte{255}, std::byte{255}, std::byte{252}}));
 }
 
+TEST(DeflateChunk, codesGrainWithoutASearchForMatches) {
+    const RowFormat format{{1000, 100}, 3, 8, {}};
+    Bytes rows(format.bytesPerRow());
+    const Bytes grain = grainyRows(format, 40);
+    rows.insert(rows.end(), grain.begin(), grain.end());
+    Bytes output;
+    const auto piece = ChunkDeflater().deflate(rows, format.bytesPerRow(), true, output);
+    const Bytes bytes = predicted(format, grain);
+    EXPECT_EQ(piece.length, bytes.size());
+    Bytes expected;
+    const auto coder = LiteralCoder::forBytes(bytes);
+    ASSERT_TRUE(coder);
+    expected.resize(coder->encode(bytes, true, expected));
+    output.resize(piece.size);
+    EXPECT_TRUE(output == expected);
+}
+
 TEST(DeflateChunk, checksumsCombineAsIfTheBytesWereOne) {
     const auto checksum = [](const Bytes& bytes) {
         return static_cast<std::uint32_t>(::adler32(1, reinterpret_cast<const Bytef*>(bytes.data()),
