@@ -3,6 +3,10 @@ add_library(lumivert_options INTERFACE)
 target_include_directories(lumivert_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 target_compile_options(lumivert_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual)
+# GCC 12 warns of its own std::string operators at -O3 (GCC bug 105651).
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  target_compile_options(lumivert_options INTERFACE -Wno-restrict)
+endif()
 if(LUMIVERT_WERROR)
   target_compile_options(lumivert_options INTERFACE -Werror)
 endif()

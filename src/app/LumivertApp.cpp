@@ -1,0 +1,55 @@
+#include "app/LumivertApp.h"
+
+#include "manager/PrintManager.h"
+
+#include <QEvent>
+#include <QTimer>
+
+#include <utility>
+
+namespace lumivert {
+
+namespace {
+
+/// Runs `task` on the turn after the watched widget's first painting, and is done.
+class FirstPaint : public QObject {
+public:
+    FirstPaint(QWidget* widget, std::function<void()> task)
+        : QObject(widget)
+        , m_task(std::move(task)) {
+        widget->installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::Paint) {
+            watched->removeEventFilter(this);
+            QTimer::singleShot(0, this, [this] {
+                deleteLater();
+                m_task();
+            });
+        }
+        return false;
+    }
+
+private:
+    std::function<void()> m_task;
+};
+
+} // namespace
+
+LumivertApp::LumivertApp(AppServices services)
+    : m_services(std::move(services)) {}
+
+LumivertApp::~LumivertApp() = default;
+
+void LumivertApp::openWindow() {
+    m_printManager = std::make_unique<PrintManager>(m_services.platform);
+    m_window = std::make_unique<ContentView>(*m_printManager, m_services.platform.dispatcher,
+                                             m_services.providersOf);
+    if (m_services.firstWindowPainted)
+        new FirstPaint(m_window.get(), m_services.firstWindowPainted);
+    m_window->show();
+}
+
+} // namespace lumivert

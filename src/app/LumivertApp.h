@@ -1,0 +1,42 @@
+#pragma once
+
+#include "platform/Platform.h"
+#include "views/ContentView.h"
+
+#include <functional>
+#include <memory>
+
+namespace lumivert {
+
+class PrintManager;
+
+/// What the application is given. Everything referred to outlives it.
+struct AppServices {
+    Platform platform;
+    ContentView::ProvidersOf providersOf;
+    /// Called once, when the first window has been painted.
+    std::function<void()> firstWindowPainted;
+};
+
+/// The application: one PrintManager, made when the first window is, and the window. Needs the
+/// QApplication; main thread.
+class LumivertApp {
+public:
+    explicit LumivertApp(AppServices services);
+    ~LumivertApp();
+
+    /// Builds the window, and the state behind it, and shows it. Blocks while the print system's
+    /// tools run. Called once.
+    void openWindow();
+
+    /// Null before openWindow.
+    [[nodiscard]] PrintManager* printManager() const { return m_printManager.get(); }
+    [[nodiscard]] ContentView* window() const { return m_window.get(); }
+
+private:
+    AppServices m_services;
+    std::unique_ptr<PrintManager> m_printManager;
+    std::unique_ptr<ContentView> m_window;
+};
+
+} // namespace lumivert

@@ -1,0 +1,76 @@
+#include "app/SystemServices.h"
+
+#include "platform/decoder/DecoderClient.h"
+#include "platform/lcms/LcmsColorSpaceFactory.h"
+#include "platform/pdf/PdfFileContextFactory.h"
+#include "platform/posix/PosixConsole.h"
+#include "platform/posix/PosixFileSystem.h"
+#include "platform/posix/PosixProcessRunner.h"
+#include "platform/posix/PosixUuidSource.h"
+#include "platform/qt/BusyPointer.h"
+#include "platform/qt/MimeItemProviders.h"
+#include "platform/qt/QtDesktopServices.h"
+#include "platform/qt/QtDispatcher.h"
+#include "platform/qt/QtPreferencesStore.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QGuiApplication>
+#include <QScreen>
+
+#include <algorithm>
+#include <cmath>
+
+namespace lumivert {
+
+namespace {
+
+std::string decoderPath() {
+    const QString beside =
+        QCoreApplication::applicationDirPath() + QStringLiteral("/lumivert-decoder");
+    return QFile::encodeName(beside).toStdString();
+}
+
+/// In device pixels; a window can be moved to any screen.
+int longestScreenEdge() {
+    double edge = 0;
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        const QSize size = screen->size();
+        edge = std::max(edge, std::max(size.width(), size.height()) * screen->devicePixelRatio());
+    }
+    return static_cast<int>(std::ceil(edge));
+}
+
+} // namespace
+
+struct SystemServices::Owned {
+    PosixProcessRunner quietProcesses;
+    BusyProcessRunner processes{quietProcesses};
+    PosixFileSystem files;
+    QtPreferencesStore preferences;
+    DecoderClient decoder{{.path = decoderPath(), .screenEdge = longestScreenEdge}};
+    BusyImageDecoder images{decoder};
+    LcmsColorSpaceFactory colorSpaces;
+    PdfFileContextFactory pdf;
+    QtDesktopServices desktop;
+    PosixUuidSource uuids;
+    PosixConsole console;
+    // Its background tasks use the others: it goes first.
+    QtDispatcher dispatcher;
+};
+
+SystemServices::SystemServices()
+    : m_owned(std::make_unique<Owned>()) {}
+
+SystemServices::~SystemServices() = default;
+
+AppServices SystemServices::appServices() {
+    Owned& owned = *m_owned;
+    return {.platform = {owned.processes, owned.files, owned.preferences, owned.images,
+                         owned.colorSpaces, owned.pdf, owned.dispatcher, owned.desktop, owned.uuids,
+                         owned.console},
+            .providersOf = itemProviders,
+            .firstWindowPainted = [&owned] { owned.decoder.prepareSpare(); }};
+}
+
+} // namespace lumivert

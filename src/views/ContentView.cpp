@@ -1,0 +1,136 @@
+#include "views/ContentView.h"
+
+#include "manager/PrintManager.h"
+#include "platform/Dispatcher.h"
+#include "views/OpenImageDialog.h"
+#include "views/PreviewPanel.h"
+#include "views/SettingsPanel.h"
+#include "views/SettingsTexts.h"
+#include "views/controls/Alert.h"
+#include "views/controls/Presentation.h"
+
+#include <QApplication>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QFile>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QSplitter>
+#include <QStandardPaths>
+
+#include <utility>
+
+namespace lumivert {
+
+namespace {
+
+/// Where the current photo lies, else where the desktop keeps pictures.
+QString startFolder(const PrintManager& pm) {
+    if (const auto& url = pm.imageURL.get())
+        return QFileInfo(QFile::decodeName(QByteArray::fromStdString(url->path()))).path();
+    return QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
+}
+
+} // namespace
+
+ContentView::ContentView(PrintManager& pm, Dispatcher& dispatcher, ProvidersOf providersOf)
+    : m_pm(pm)
+    , m_dispatcher(dispatcher)
+    , m_providersOf(std::move(providersOf)) {
+    setAcceptDrops(true);
+    auto* split = new QSplitter(Qt::Horizontal, this);
+    split->setChildrenCollapsible(false);
+    split->addWidget(new PreviewPanel(pm, split));
+    split->addWidget(new SettingsPanel(pm, split));
+    split->setStretchFactor(0, 1);
+    split->setStretchFactor(1, 0);
+    split->setMinimumSize(leastSize);
+    setCentralWidget(split);
+    addMenus();
+    addDialogs();
+    resize(firstSize);
+}
+
+void ContentView::addMenus() {
+    m_applicationMenu = menuBar()->addMenu(QStringLiteral("Lumivert"));
+    m_applicationMenu->addAction(tr("About Lumivert"), this, &ContentView::showAbout);
+    m_applicationMenu->addSeparator();
+    QAction* quit = m_applicationMenu->addAction(tr("Quit"), qApp, &QApplication::quit);
+    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+
+    QMenu* file = menuBar()->addMenu(tr("File"));
+    QAction* open =
+        file->addAction(tr("Open Image..."), this, [this] { m_pm.showFileImporter = true; });
+    open->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_O));
+}
+
+void ContentView::addDialogs() {
+    new Presentation(
+        this, m_pm.showFileImporter,
+        [this](QWidget* window) { return makeOpenImageDialog(window, startFolder(m_pm)); },
+        [this](QDialog& dialog, int result) {
+            const QStringList files = static_cast<QFileDialog&>(dialog).selectedFiles();
+            if (result == QDialog::Accepted && !files.isEmpty())
+                m_pm.loadImage(
+                    FileUrl::fromPath(QFile::encodeName(files.constFirst()).toStdString()));
+        });
+    new Presentation(
+        this, m_pm.showConfirmPrint,
+        [this](QWidget* window) {
+            const std::string message = confirmationText(m_pm.selectedPaperSize(),
+                                                         m_pm.selectedPaperType(), m_pm.borderless);
+            return new Alert(window, tr("Print"), QString::fromStdString(message), tr("Print"));
+        },
+        [this](QDialog&, int result) {
+            if (result == QDialog::Accepted)
+                m_pm.sendToCUPS(false);
+        });
+}
+
+void ContentView::showAbout() {
+    auto* about = new QMessageBox(this);
+    about->setAttribute(Qt::WA_DeleteOnClose);
+    about->setWindowTitle(tr("About Lumivert"));
+    about->setText(QStringLiteral("Lumivert ") + QCoreApplication::applicationVersion());
+    about->setInformativeText(tr("Prints one photograph at a time, exactly."));
+    about->setStandardButtons(QMessageBox::Ok);
+    about->open();
+}
+
+bool ContentView::handleDrop(const ItemProviders& providers) {
+    if (providers.empty())
+        return false;
+    const auto completion =
+        [&pm = m_pm, &dispatcher = m_dispatcher,
+         window = std::weak_ptr<const bool>(m_alive)](const std::optional<std::string>& item) {
+            auto url = acceptedDrop(item);
+            if (!url)
+                return;
+            dispatcher.asyncOnMain([&pm, window, url = std::move(*url)] {
+                if (!window.expired())
+                    pm.loadImage(url);
+            });
+        };
+    providers.front()->loadItem(fileUrlType, completion);
+    return true;
+}
+
+void ContentView::dragEnterEvent(QDragEnterEvent* event) {
+    if (m_providersOf(*event->mimeData()).empty())
+        return;
+    event->setDropAction(Qt::CopyAction);
+    event->accept();
+}
+
+void ContentView::dropEvent(QDropEvent* event) {
+    if (!handleDrop(m_providersOf(*event->mimeData())))
+        return;
+    // Never a move: the source would then remove the file.
+    event->setDropAction(Qt::CopyAction);
+    event->accept();
+}
+
+} // namespace lumivert

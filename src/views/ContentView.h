@@ -1,0 +1,57 @@
+#pragma once
+
+#include "views/Dropping.h"
+
+#include <QMainWindow>
+
+#include <functional>
+#include <memory>
+
+class QMenu;
+class QMimeData;
+
+namespace lumivert {
+
+class Dispatcher;
+class PrintManager;
+
+/// The window: preview and settings side by side, the menus, the file dialog, the drop target and
+/// the question before a print. `pm` and `dispatcher` outlive it. It carries no title of its own:
+/// the desktop shows the application's name.
+class ContentView : public QMainWindow {
+    Q_OBJECT
+public:
+    /// The dropped files among what a drag carries.
+    using ProvidersOf = std::function<ItemProviders(const QMimeData&)>;
+
+    ContentView(PrintManager& pm, Dispatcher& dispatcher, ProvidersOf providersOf);
+
+    /// The menu that bears the application's name; more items go behind the first.
+    [[nodiscard]] QMenu* applicationMenu() const { return m_applicationMenu; }
+
+    /// Takes the first of the dropped items and returns at once whether the drop is accepted, which
+    /// is so for any item; a file with one of a drop's endings is loaded on a later turn of the
+    /// main thread, anything else is let go silently.
+    bool handleDrop(const ItemProviders& providers);
+
+    static constexpr QSize leastSize{900, 650};
+    static constexpr QSize firstSize{1100, 750};
+
+protected:
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private:
+    void addMenus();
+    void addDialogs();
+    void showAbout();
+
+    PrintManager& m_pm;
+    Dispatcher& m_dispatcher;
+    ProvidersOf m_providersOf;
+    QMenu* m_applicationMenu = nullptr;
+    /// Ends with the window: what still waits for the main thread then does nothing.
+    std::shared_ptr<const bool> m_alive = std::make_shared<const bool>(true);
+};
+
+} // namespace lumivert

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QStringList>
+
+class QFileDialog;
+class QWidget;
+
+namespace lumivert {
+
+/// The kinds of files to choose from, in the order offered: any image, camera RAW, TIFF, PNG, JPEG,
+/// HEIC. Patterns stand in both letter cases, for dialogs that tell them apart.
+[[nodiscard]] QStringList imageNameFilters();
+
+/// The desktop's dialog for one existing file, starting in `folder`.
+[[nodiscard]] QFileDialog* makeOpenImageDialog(QWidget* window, const QString& folder);
+
+} // namespace lumivert

@@ -1,0 +1,270 @@
+#include "views/PhotoScaling.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <numbers>
+#include <thread>
+#include <utility>
+
+namespace lumivert {
+
+namespace {
+
+// Four channels of one pixel, or of two neighbours, worked on at once (GCC and Clang vectors).
+using Bytes8 [[gnu::vector_size(8)]] = std::uint8_t;
+using Words8 [[gnu::vector_size(16)]] = std::uint16_t;
+using Bytes4 [[gnu::vector_size(4)]] = std::uint8_t;
+using Floats4 [[gnu::vector_size(16)]] = float;
+
+/// Runs `work(first, last)` over bands of 0..count, on several threads for large work.
+void inBands(int count, std::int64_t pixels, const std::function<void(int, int)>& work) {
+    constexpr std::int64_t worthAThread = 250'000;
+    const int cores = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, 8u));
+    const int bands = static_cast<int>(std::clamp<std::int64_t>(
+        std::min<std::int64_t>(cores, count), 1, pixels / worthAThread + 1));
+    const auto start = [&](int band) {
+        return static_cast<int>(static_cast<std::int64_t>(count) * band / bands);
+    };
+    std::vector<std::jthread> others;
+    for (int band = 1; band < bands; ++band)
+        others.emplace_back([&, band] { work(start(band), start(band + 1)); });
+    work(start(0), start(1));
+}
+
+QImage wrap(const std::shared_ptr<const ScreenRendition>& rendition) {
+    if (rendition->size.width <= 0 || rendition->size.height <= 0)
+        return {};
+    auto* keepAlive = new std::shared_ptr<const ScreenRendition>(rendition);
+    return {reinterpret_cast<const uchar*>(rendition->pixels.view.data()),
+            rendition->size.width,
+            rendition->size.height,
+            static_cast<qsizetype>(rendition->size.width) * 4,
+            QImage::Format_RGB32,
+            [](void* kept) { delete static_cast<std::shared_ptr<const ScreenRendition>*>(kept); },
+            keepAlive};
+}
+
+QImage halved(const QImage& image) {
+    const int width = image.width() / 2;
+    const int height = image.height() / 2;
+    QImage half(width, height, QImage::Format_RGB32);
+    uchar* bits = half.bits();
+    const qsizetype stride = half.bytesPerLine();
+    inBands(height, static_cast<std::int64_t>(width) * height, [&](int first, int last) {
+        for (int y = first; y < last; ++y) {
+            const uchar* above = image.constScanLine(2 * y);
+            const uchar* below = image.constScanLine(2 * y + 1);
+            uchar* out = bits + y * stride;
+            for (int x = 0; x < width; ++x) {
+                Bytes8 a;
+                Bytes8 b;
+                std::memcpy(&a, above + 8 * x, sizeof a);
+                std::memcpy(&b, below + 8 * x, sizeof b);
+                const Words8 sum =
+                    __builtin_convertvector(a, Words8) + __builtin_convertvector(b, Words8);
+                for (int c = 0; c < 4; ++c)
+                    out[4 * x + c] = static_cast<uchar>((sum[c] + sum[c + 4] + 2) / 4);
+            }
+        }
+    });
+    return half;
+}
+
+/// For each place along an axis the left one of two neighbours and the right one's share of 256.
+struct Neighbour {
+    int index;
+    int share;
+};
+
+std::vector<Neighbour> neighbours(int places, double photoStart, double photoLength, int pixels) {
+    std::vector<Neighbour> result(static_cast<std::size_t>(places));
+    const double scale = pixels / photoLength;
+    for (int i = 0; i < places; ++i) {
+        const double centre = (i + 0.5 - photoStart) * scale - 0.5;
+        const double inside = std::clamp(centre, 0.0, pixels - 1.0);
+        const int index = std::min(static_cast<int>(inside), pixels - 2);
+        result[static_cast<std::size_t>(i)] = {
+            index, static_cast<int>(std::lround((inside - index) * 256))};
+    }
+    return result;
+}
+
+/// For each place along an axis the first pixel of its filter and the weights from there on, whose
+/// sum is 1.
+struct Taps {
+    int count = 0; // per place
+    std::vector<int> first;
+    std::vector<float> weights;
+};
+
+double lanczos3(double x) {
+    constexpr double lobes = 3;
+    if (x == 0)
+        return 1;
+    if (std::abs(x) >= lobes)
+        return 0;
+    const double t = std::numbers::pi * x;
+    return lobes * std::sin(t) * std::sin(t / lobes) / (t * t);
+}
+
+Taps lanczosTaps(int places, double photoStart, double photoLength, int pixels) {
+    const double scale = pixels / photoLength;
+    const double stretch = std::max(scale, 1.0);
+    const double reach = 3 * stretch;
+    Taps taps;
+    taps.count = std::min(static_cast<int>(std::ceil(reach)) * 2 + 1, pixels);
+    taps.first.resize(static_cast<std::size_t>(places));
+    taps.weights.resize(static_cast<std::size_t>(places) * static_cast<std::size_t>(taps.count));
+    for (int i = 0; i < places; ++i) {
+        const double centre = std::clamp((i + 0.5 - photoStart) * scale - 0.5, 0.0, pixels - 1.0);
+        const int first = std::clamp(static_cast<int>(std::floor(centre)) - taps.count / 2, 0,
+                                     pixels - taps.count);
+        taps.first[static_cast<std::size_t>(i)] = first;
+        float* weights =
+            &taps.weights[static_cast<std::size_t>(i) * static_cast<std::size_t>(taps.count)];
+        double sum = 0;
+        for (int t = 0; t < taps.count; ++t)
+            sum += lanczos3((first + t - centre) / stretch);
+        for (int t = 0; t < taps.count; ++t)
+            weights[t] = static_cast<float>(lanczos3((first + t - centre) / stretch) / sum);
+    }
+    return taps;
+}
+
+bool canScale(const QImage& level, const PhotoPlacement& placement) {
+    return !level.isNull() && !placement.size.isEmpty() && placement.photo.width() > 0 &&
+           placement.photo.height() > 0;
+}
+
+// A neighbour both ways is always there to read.
+QImage atLeastTwoByTwo(const QImage& level) {
+    if (level.width() >= 2 && level.height() >= 2)
+        return level;
+    return level.scaled(std::max(level.width(), 2), std::max(level.height(), 2));
+}
+
+} // namespace
+
+PhotoPyramid::PhotoPyramid(std::shared_ptr<const ScreenRendition> rendition)
+    : m_rendition(std::move(rendition))
+    , m_levels{wrap(m_rendition)} {}
+
+const QImage& PhotoPyramid::levelFor(QSizeF size, double factor) {
+    const double width = size.width() * factor;
+    const double height = size.height() * factor;
+    std::size_t level = 0;
+    while (true) {
+        const int halfWidth = m_levels[level].width() / 2;
+        const int halfHeight = m_levels[level].height() / 2;
+        if (halfWidth < 1 || halfHeight < 1 || halfWidth < width || halfHeight < height)
+            return m_levels[level];
+        if (++level == m_levels.size())
+            m_levels.push_back(halved(m_levels[level - 1]));
+    }
+}
+
+QImage draftPhoto(const QImage& level, const PhotoPlacement& placement) {
+    if (!canScale(level, placement))
+        return {};
+    const QImage source = atLeastTwoByTwo(level);
+    const int width = placement.size.width();
+    const int height = placement.size.height();
+    const QRectF& photo = placement.photo;
+    const auto columns = neighbours(width, photo.x(), photo.width(), source.width());
+    const auto lines = neighbours(height, photo.y(), photo.height(), source.height());
+
+    std::vector<Words8> shares(columns.size());
+    for (std::size_t x = 0; x < columns.size(); ++x)
+        for (int c = 0; c < 4; ++c) {
+            shares[x][c] = static_cast<std::uint16_t>(256 - columns[x].share);
+            shares[x][c + 4] = static_cast<std::uint16_t>(columns[x].share);
+        }
+
+    QImage result(placement.size, QImage::Format_RGB32);
+    uchar* bits = result.bits();
+    const qsizetype stride = result.bytesPerLine();
+    inBands(height, static_cast<std::int64_t>(width) * height, [&](int first, int last) {
+        for (int y = first; y < last; ++y) {
+            const Neighbour& line = lines[static_cast<std::size_t>(y)];
+            const uchar* above = source.constScanLine(line.index);
+            const uchar* below = source.constScanLine(line.index + 1);
+            const auto lower = static_cast<std::uint16_t>(line.share);
+            const auto upper = static_cast<std::uint16_t>(256 - line.share);
+            uchar* out = bits + y * stride;
+            for (std::size_t x = 0; x < columns.size(); ++x) {
+                const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(columns[x].index) * 4;
+                Bytes8 a;
+                Bytes8 b;
+                std::memcpy(&a, above + at, sizeof a);
+                std::memcpy(&b, below + at, sizeof b);
+                const Words8 pair = (__builtin_convertvector(a, Words8) * upper +
+                                     __builtin_convertvector(b, Words8) * lower + 128) >>
+                                    8;
+                const Words8 weighed = pair * shares[x];
+                const Words8 other = __builtin_shuffle(weighed, Words8{4, 5, 6, 7, 0, 1, 2, 3});
+                const Words8 sum = (weighed + other + 128) >> 8;
+                const Bytes8 bytes = __builtin_convertvector(sum, Bytes8);
+                std::memcpy(out + 4 * x, &bytes, 4);
+            }
+        }
+    });
+    return result;
+}
+
+QImage finePhoto(const QImage& level, const PhotoPlacement& placement,
+                 const std::atomic<bool>& abandoned) {
+    if (!canScale(level, placement))
+        return {};
+    const int width = placement.size.width();
+    const int height = placement.size.height();
+    const QRectF& photo = placement.photo;
+    const Taps across = lanczosTaps(width, photo.x(), photo.width(), level.width());
+    const Taps down = lanczosTaps(height, photo.y(), photo.height(), level.height());
+    // The columns of the level that any place needs.
+    const int firstColumn = across.first.front();
+    const int columns = across.first.back() + across.count - firstColumn;
+
+    QImage result(placement.size, QImage::Format_RGB32);
+    uchar* bits = result.bits();
+    const qsizetype stride = result.bytesPerLine();
+    inBands(height, static_cast<std::int64_t>(width) * height, [&](int first, int last) {
+        std::vector<float> line(static_cast<std::size_t>(columns) * 4);
+        for (int y = first; y < last && !abandoned; ++y) {
+            std::ranges::fill(line, 0.0F);
+            const auto row = static_cast<std::size_t>(y);
+            for (int t = 0; t < down.count; ++t) {
+                const float weight = down.weights[row * static_cast<std::size_t>(down.count) +
+                                                  static_cast<std::size_t>(t)];
+                const uchar* source = level.constScanLine(down.first[row] + t) +
+                                      static_cast<std::ptrdiff_t>(firstColumn) * 4;
+                float* sums = line.data();
+                for (std::size_t i = 0; i < line.size(); ++i)
+                    sums[i] += weight * static_cast<float>(source[i]);
+            }
+            uchar* out = bits + y * stride;
+            const float* weights = across.weights.data();
+            for (int x = 0; x < width; ++x) {
+                const float* from =
+                    line.data() + static_cast<std::ptrdiff_t>(
+                                      across.first[static_cast<std::size_t>(x)] - firstColumn) *
+                                      4;
+                Floats4 sum{0.5F, 0.5F, 0.5F, 0.5F};
+                for (int t = 0; t < across.count; ++t, from += 4) {
+                    Floats4 pixel;
+                    std::memcpy(&pixel, from, sizeof pixel);
+                    sum += pixel * *weights++;
+                }
+                for (int c = 0; c < 4; ++c)
+                    out[4 * x + c] = static_cast<uchar>(std::clamp(sum[c], 0.0F, 255.0F));
+            }
+        }
+    });
+    if (abandoned)
+        return {};
+    return result;
+}
+
+} // namespace lumivert

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "platform/Image.h"
+
+#include <QImage>
+#include <QRectF>
+#include <QSize>
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+namespace lumivert {
+
+/// A photo's pixels at full, half, quarter … size, each made from the one before by averaging two
+/// by two pixels, when it is first asked for. The full size is the rendition's own bytes.
+class PhotoPyramid {
+public:
+    explicit PhotoPyramid(std::shared_ptr<const ScreenRendition> rendition);
+
+    /// The smallest level that is at least `factor` times as large as `size` both ways; the full
+    /// size where none is.
+    [[nodiscard]] const QImage& levelFor(QSizeF size, double factor);
+
+    [[nodiscard]] const std::shared_ptr<const ScreenRendition>& rendition() const {
+        return m_rendition;
+    }
+
+private:
+    std::shared_ptr<const ScreenRendition> m_rendition;
+    std::vector<QImage> m_levels;
+};
+
+/// The photo over the pixels of an image: of `size`, onto whose coordinates the whole photo falls
+/// in `photo` (which may overhang it; where it does not reach, its border pixels go on).
+struct PhotoPlacement {
+    QSize size;
+    QRectF photo;
+
+    bool operator==(const PhotoPlacement&) const = default;
+};
+
+/// Quick: two by two pixels of a level that is less than twice as large. Spread over the cores
+/// where that pays.
+[[nodiscard]] QImage draftPhoto(const QImage& level, const PhotoPlacement& placement);
+
+/// Good: a Lanczos filter of three lobes. Gives up, with a null image, once `abandoned` is set. Any
+/// thread.
+[[nodiscard]] QImage finePhoto(const QImage& level, const PhotoPlacement& placement,
+                               const std::atomic<bool>& abandoned);
+
+} // namespace lumivert

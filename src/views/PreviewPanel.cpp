@@ -1,0 +1,32 @@
+#include "views/PreviewPanel.h"
+
+#include "manager/PrintManager.h"
+#include "views/DropZoneView.h"
+#include "views/PaperPreview.h"
+#include "views/controls/Appearance.h"
+#include "views/controls/Builders.h"
+
+#include <QPaintEvent>
+#include <QPainter>
+#include <QVBoxLayout>
+
+namespace lumivert {
+
+PreviewPanel::PreviewPanel(PrintManager& pm, QWidget* parent)
+    : QWidget(parent) {
+    setMinimumWidth(leastWidth);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+    const auto hasImage = [&pm] { return pm.image.get() != nullptr; };
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(visibleWhen(hasImage, new PaperPreview(pm, this)));
+    layout->addWidget(visibleWhen([&pm] { return !pm.image.get(); }, new DropZoneView(pm, this)));
+    keepFresh(this, pm);
+}
+
+void PreviewPanel::paintEvent(QPaintEvent* event) {
+    QPainter(this).fillRect(event->rect(), previewGround(palette()));
+}
+
+} // namespace lumivert

@@ -1,0 +1,292 @@
+#include "views/SettingsPanel.h"
+
+#include "manager/PageGeometry.h"
+#include "manager/PrintManager.h"
+#include "model/NumberText.h"
+#include "views/ImageSizeInput.h"
+#include "views/MarginSlider.h"
+#include "views/PresetRow.h"
+#include "views/SettingsTexts.h"
+#include "views/controls/Alert.h"
+#include "views/controls/Builders.h"
+#include "views/controls/Presentation.h"
+#include "views/controls/Rows.h"
+
+#include <QLineEdit>
+#include <QScrollBar>
+#include <QStyle>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace lumivert {
+
+namespace {
+
+QString fromUtf8(const std::string& text) {
+    return QString::fromStdString(text);
+}
+
+OrientedPaper paperAsItLies(const PrintManager& pm) {
+    return orientedPaper(pm.selectedPaperSize(), pm.effectiveOrientation());
+}
+
+bool hasImage(const PrintManager& pm) {
+    return pm.image.get() != nullptr;
+}
+
+} // namespace
+
+SettingsPanel::SettingsPanel(PrintManager& pm, QWidget* parent)
+    : QScrollArea(parent)
+    , m_pm(pm)
+    , m_printerID(pm.selectedPrinterID)
+    , m_printerSubscription(pm.selectedPrinterID.subscribe([this] { reactToPrinter(); })) {
+    setFixedWidth(columnWidth);
+    setFrameShape(QFrame::NoFrame);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setWidgetResizable(true);
+    setFocusPolicy(Qt::NoFocus);
+
+    QWidget* content = column(
+        20,
+        {
+            visibleWhen([&pm] { return pm.imageURL.get().has_value(); }, imageGroup()),
+            presetsGroup(),
+            printerGroup(),
+            paperGroup(),
+            marginsGroup(),
+            scalingGroup(),
+            colorGroup(),
+            button(tr("Print"), [&pm] { pm.showConfirmPrint = true; },
+                   {.size = ButtonSize::large,
+                    .icon = Icon::printer,
+                    .fullWidth = true,
+                    .prominent = true,
+                    .shortcut = QKeySequence(Qt::CTRL | Qt::Key_P),
+                    .enabledWhen = [&pm] { return hasImage(pm); }}),
+            button(tr("Show CUPS Command"), [&pm] { pm.sendToCUPS(true); },
+                   {.icon = Icon::terminal,
+                    .fullWidth = true,
+                    .enabledWhen = [&pm] { return hasImage(pm); }}),
+            visibleWhen([&pm] { return pm.lastCUPSCommand.get().has_value(); }, commandGroup()),
+            visibleWhen([&pm] { return pm.lastPrintError.get().has_value(); },
+                        selectableText([&pm] { return fromUtf8(pm.lastPrintError->value_or("")); },
+                                       TextSize::caption, Tone::error)),
+            flexibleSpace(),
+        });
+
+    // The scroll bar comes and goes within the right padding: nothing moves.
+    constexpr int padding = 16;
+    const int scrollBar = style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, this);
+    content->setFixedWidth(columnWidth - padding - std::max(padding, scrollBar + 2));
+    auto* page = new QWidget;
+    auto* layout = new QVBoxLayout(page);
+    layout->setContentsMargins(padding, padding, 0, padding);
+    layout->addWidget(content, 1, Qt::AlignLeft);
+    setWidget(page);
+
+    alignPickerLabels(page);
+    presentSavePreset();
+    keepFresh(page, pm);
+}
+
+void SettingsPanel::reactToPrinter() {
+    if (m_pm.selectedPrinterID.get() == m_printerID)
+        return;
+    m_printerID = m_pm.selectedPrinterID;
+    // A copy: what is loaded may settle the selection anew.
+    const std::string printer = m_printerID;
+    m_pm.loadPaperSizes(printer);
+    m_pm.loadMediaTypes(printer);
+}
+
+QWidget* SettingsPanel::imageGroup() {
+    PrintManager& pm = m_pm;
+    const auto pixels = [&pm]() -> const PixelSize* {
+        const std::shared_ptr<const Image>& image = pm.image;
+        return image && !image->representations().empty() ? &image->representations().front()
+                                                          : nullptr;
+    };
+    return group(
+        tr("Image"), 4,
+        {
+            elidedText(
+                [&pm] {
+                    return pm.imageURL.get() ? fromUtf8(pm.imageURL.get()->lastPathComponent())
+                                             : QString();
+                },
+                TextSize::headline),
+            visibleWhen([pixels] { return pixels() != nullptr; },
+                        text(TextSource([pixels] { return fromUtf8(pixelSizeText(*pixels())); }),
+                             TextSize::caption, Tone::secondary)),
+            button(tr("Change Image..."), [&pm] { pm.showFileImporter = true; },
+                   {.size = ButtonSize::small}),
+        });
+}
+
+QWidget* SettingsPanel::presetsGroup() {
+    PrintManager& pm = m_pm;
+    return group(
+        tr("Presets"), 8,
+        {
+            visibleWhen([&pm] { return pm.presets->empty(); },
+                        text(tr("No saved presets"), TextSize::caption, Tone::secondary)),
+            visibleWhen([&pm] { return !pm.presets->empty(); },
+                        rows<PrintPreset>(pm.presets,
+                                          [&pm](const PrintPreset& preset) {
+                                              return presetRow(
+                                                  preset, [&pm, preset] { pm.applyPreset(preset); },
+                                                  [&pm, preset] { pm.deletePreset(preset); });
+                                          })),
+            divider(),
+            button(tr("Save Current Settings"), [&pm] { pm.showSavePreset = true; },
+                   {.size = ButtonSize::small, .icon = Icon::plus, .fullWidth = true}),
+        });
+}
+
+QWidget* SettingsPanel::printerGroup() {
+    PrintManager& pm = m_pm;
+    const auto printers = [&pm] {
+        std::vector<PickerItem> items;
+        for (const Printer& printer : pm.availablePrinters.get())
+            items.push_back({printer.id, printerTitle(printer)});
+        return items;
+    };
+    return group(
+        tr("Printer"), 10,
+        {
+            picker(tr("Printer"), printers, binding(pm.selectedPrinterID)),
+            visibleWhen([&pm] { return pm.availablePrinters->empty(); },
+                        text(tr("No printers found"), TextSize::caption, Tone::warning)),
+            button(tr("Refresh"), [&pm] { pm.detectPrinters(); }, {.size = ButtonSize::small}),
+        });
+}
+
+QWidget* SettingsPanel::paperGroup() {
+    return group(tr("Paper"), 10,
+                 {
+                     picker(tr("Size"), m_pm.availablePaperSizes, m_pm.selectedPaperSizeID),
+                     picker(tr("Type"), m_pm.availablePaperTypes, m_pm.selectedPaperTypeID),
+                     picker(tr("Orientation"), m_pm.orientation),
+                 });
+}
+
+QWidget* SettingsPanel::marginsGroup() {
+    PrintManager& pm = m_pm;
+    return group(
+        tr("Margins"), 10,
+        {
+            toggle(tr("Borderless"), binding(pm.borderless)),
+            visibleWhen(
+                [&pm] { return pm.borderless && !pm.selectedPaperSize().cupsFullbleedName; },
+                paragraph(
+                    tr("This paper size may not support borderless printing on all printers."),
+                    TextSize::caption, Tone::warning)),
+            visibleWhen([&pm] { return !pm.borderless; }, sizingControls()),
+        });
+}
+
+QWidget* SettingsPanel::sizingControls() {
+    PrintManager& pm = m_pm;
+    return column(10,
+                  {
+                      segmentedPicker(tr("Mode"), pm.sizingMode),
+                      visibleWhen([&pm] { return pm.sizingMode.get() == SizingMode::margins; },
+                                  marginControls()),
+                      visibleWhen([&pm] { return pm.sizingMode.get() == SizingMode::imageSize; },
+                                  imageSizeControls()),
+                  });
+}
+
+QWidget* SettingsPanel::marginControls() {
+    constexpr double mostMM = 50;
+    const auto most = [] { return mostMM; };
+    return column(10,
+                  {
+                      new MarginSlider(tr("Top"), binding(m_pm.margins, &Margins::top), most),
+                      new MarginSlider(tr("Bottom"), binding(m_pm.margins, &Margins::bottom), most),
+                      new MarginSlider(tr("Left"), binding(m_pm.margins, &Margins::left), most),
+                      new MarginSlider(tr("Right"), binding(m_pm.margins, &Margins::right), most),
+                  });
+}
+
+QWidget* SettingsPanel::imageSizeControls() {
+    PrintManager& pm = m_pm;
+    const auto placed = [&pm] { return !pm.imageSizeCentered; };
+    return column(
+        10,
+        {
+            new ImageSizeInput(tr("Width"), binding(pm.imageWidthMM),
+                               [&pm] { return paperAsItLies(pm).widthMM; }),
+            new ImageSizeInput(tr("Height"), binding(pm.imageHeightMM),
+                               [&pm] { return paperAsItLies(pm).heightMM; }),
+            divider(),
+            toggle(tr("Centered"), binding(pm.imageSizeCentered)),
+            visibleWhen(placed, new MarginSlider(tr("Top"), binding(pm.imageSizeMarginTop),
+                                                 [&pm] {
+                                                     return std::max(0.0,
+                                                                     paperAsItLies(pm).heightMM -
+                                                                         pm.imageHeightMM);
+                                                 })),
+            visibleWhen(placed, new MarginSlider(tr("Left"), binding(pm.imageSizeMarginLeft),
+                                                 [&pm] {
+                                                     return std::max(0.0,
+                                                                     paperAsItLies(pm).widthMM -
+                                                                         pm.imageWidthMM);
+                                                 })),
+            row(6,
+                {
+                    text(tr("Margins:"), TextSize::caption, Tone::secondary),
+                    numberText([&pm] { return fromUtf8(marginsText(pm.marginsFromImageSize())); },
+                               TextSize::caption, Tone::secondary),
+                }),
+        });
+}
+
+QWidget* SettingsPanel::scalingGroup() {
+    return group(tr("Scaling"), 10, {picker(tr("Mode"), m_pm.scalingMode)});
+}
+
+QWidget* SettingsPanel::colorGroup() {
+    PrintManager& pm = m_pm;
+    return group(
+        tr("Color"), 10,
+        {
+            picker(tr("ICC Profile"), pm.availableICCProfiles, pm.selectedICCProfileID),
+            visibleWhen(
+                [&pm] { return pm.selectedICCProfileID.get() != printerManagedProfile().id; },
+                picker(tr("Rendering"), pm.renderingIntent)),
+        });
+}
+
+QWidget* SettingsPanel::commandGroup() {
+    PrintManager& pm = m_pm;
+    return group(
+        tr("Command"), 0,
+        {padded(4, selectableText([&pm] { return fromUtf8(pm.lastCUPSCommand->value_or("")); },
+                                  TextSize::monospacedCaption, Tone::primary))});
+}
+
+void SettingsPanel::presentSavePreset() {
+    new Presentation(
+        this, m_pm.showSavePreset,
+        [this](QWidget* window) {
+            auto* alert = new Alert(window, tr("Save Preset"), tr("Enter a name for this preset"),
+                                    tr("Save"));
+            QLineEdit* field = alert->addField(tr("Preset name"), m_presetName);
+            connect(field, &QLineEdit::textChanged, this,
+                    [this](const QString& typed) { m_presetName = typed; });
+            return alert;
+        },
+        [this](QDialog&, int result) {
+            if (result != QDialog::Accepted) {
+                m_presetName.clear();
+            } else if (!isBlankName(m_presetName.toStdString())) {
+                m_pm.savePreset(m_presetName.toStdString());
+                m_presetName.clear();
+            }
+        });
+}
+
+} // namespace lumivert

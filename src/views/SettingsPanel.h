@@ -1,0 +1,46 @@
+#pragma once
+
+#include "platform/Observable.h"
+
+#include <QScrollArea>
+#include <QString>
+
+#include <string>
+
+namespace lumivert {
+
+class PrintManager;
+
+/// The right column of the window: every setting as a control, the presets, the buttons that print,
+/// the last command and the last error. Its own reaction: whenever the value of `selectedPrinterID`
+/// changes, the paper sizes and then the media types of that printer are loaded.
+class SettingsPanel : public QScrollArea {
+    Q_OBJECT
+public:
+    explicit SettingsPanel(PrintManager& pm, QWidget* parent = nullptr);
+
+    static constexpr int columnWidth = 320;
+
+private:
+    [[nodiscard]] QWidget* imageGroup();
+    [[nodiscard]] QWidget* presetsGroup();
+    [[nodiscard]] QWidget* printerGroup();
+    [[nodiscard]] QWidget* paperGroup();
+    [[nodiscard]] QWidget* marginsGroup();
+    [[nodiscard]] QWidget* sizingControls();
+    [[nodiscard]] QWidget* marginControls();
+    [[nodiscard]] QWidget* imageSizeControls();
+    [[nodiscard]] QWidget* scalingGroup();
+    [[nodiscard]] QWidget* colorGroup();
+    [[nodiscard]] QWidget* commandGroup();
+    void presentSavePreset();
+    void reactToPrinter();
+
+    PrintManager& m_pm;
+    /// What is typed into the "Save Preset" alert.
+    QString m_presetName;
+    std::string m_printerID;
+    Subscription m_printerSubscription;
+};
+
+} // namespace lumivert

@@ -1,0 +1,193 @@
+#include "views/controls/Appearance.h"
+
+#include <QApplication>
+#include <QEvent>
+#include <QFontDatabase>
+#include <QPalette>
+#include <QWidget>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace lumivert {
+
+namespace {
+
+double linear(double channel) {
+    return channel <= 0.04045 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
+}
+
+double luminance(const QColor& color) {
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) +
+           0.0722 * linear(color.blueF());
+}
+
+QColor mixed(const QColor& from, const QColor& to, double share) {
+    const auto channel = [share](float a, float b) {
+        return static_cast<float>(a + (b - a) * share);
+    };
+    return QColor::fromRgbF(channel(from.redF(), to.redF()), channel(from.greenF(), to.greenF()),
+                            channel(from.blueF(), to.blueF()));
+}
+
+class AppearanceWatcher : public QObject {
+public:
+    AppearanceWatcher(QWidget* widget, std::function<void()> apply)
+        : QObject(widget)
+        , m_apply(std::move(apply)) {
+        widget->installEventFilter(this);
+        run();
+    }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        switch (event->type()) {
+        case QEvent::ApplicationFontChange:
+        case QEvent::ApplicationPaletteChange:
+        case QEvent::PaletteChange:
+        case QEvent::StyleChange:
+            run();
+            break;
+        default:
+            break;
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    // What is applied changes the widget's own palette, which comes back here.
+    void run() {
+        if (m_running)
+            return;
+        m_running = true;
+        m_apply();
+        m_running = false;
+    }
+
+    std::function<void()> m_apply;
+    bool m_running = false;
+};
+
+} // namespace
+
+double contrastRatio(const QColor& a, const QColor& b) {
+    const auto [darker, lighter] = std::minmax({luminance(a), luminance(b)});
+    return (lighter + 0.05) / (darker + 0.05);
+}
+
+QColor readableOn(const QColor& ground, const QColor& hue, double contrast) {
+    const QColor away =
+        contrastRatio(ground, Qt::black) > contrastRatio(ground, Qt::white) ? Qt::black : Qt::white;
+    constexpr int steps = 50;
+    for (int i = 0; i < steps; ++i) {
+        const QColor candidate = mixed(hue, away, static_cast<double>(i) / steps);
+        if (contrastRatio(candidate, ground) >= contrast)
+            return candidate;
+    }
+    return away;
+}
+
+QFont fontFor(TextSize size, const QFont& base) {
+    QFont font = base;
+    const auto scale = [&font](double factor) {
+        if (font.pointSizeF() > 0)
+            font.setPointSizeF(font.pointSizeF() * factor);
+        else
+            font.setPixelSize(std::max(1, qRound(font.pixelSize() * factor)));
+    };
+    switch (size) {
+    case TextSize::body:
+        break;
+    case TextSize::headline:
+        font.setBold(true);
+        break;
+    case TextSize::title2:
+        scale(1.4);
+        break;
+    case TextSize::callout:
+        scale(0.95);
+        break;
+    case TextSize::caption:
+        scale(0.88);
+        break;
+    case TextSize::monospacedCaption:
+        font.setFamilies({QFontDatabase::systemFont(QFontDatabase::FixedFont).family()});
+        font.setStyleHint(QFont::Monospace);
+        scale(0.88);
+        break;
+    }
+    return font;
+}
+
+QColor colorFor(Tone tone, const QPalette& palette) {
+    // A group box may tint its ground a little; the texts keep their contrast on that as well.
+    constexpr double contrast = leastContrast * 1.12;
+    const QColor ground = palette.color(QPalette::Active, QPalette::Window);
+    const QColor text = palette.color(QPalette::Active, QPalette::WindowText);
+    switch (tone) {
+    case Tone::primary:
+        break;
+    case Tone::secondary:
+        return readableOn(ground, mixed(text, ground, 0.38), contrast);
+    case Tone::warning:
+        return readableOn(ground, QColor(0xe0, 0x7a, 0x00), contrast);
+    case Tone::error:
+        return readableOn(ground, QColor(0xe0, 0x30, 0x28), contrast);
+    }
+    return text;
+}
+
+QColor accentFill(const QPalette& palette) {
+    return readableOn(palette.color(QPalette::Active, QPalette::HighlightedText),
+                      palette.color(QPalette::Active, QPalette::Highlight));
+}
+
+QColor dividerColor(const QPalette& palette) {
+    return mixed(palette.color(QPalette::Active, QPalette::Window),
+                 palette.color(QPalette::Active, QPalette::WindowText), 0.2);
+}
+
+QColor previewGround(const QPalette& palette) {
+    const QColor base = palette.color(QPalette::Active, QPalette::Base);
+    const QColor text = palette.color(QPalette::Active, QPalette::Text);
+    const int grey = qGray(mixed(base, text, luminance(base) > 0.5 ? 0.13 : 0.02).rgb());
+    return {grey, grey, grey};
+}
+
+void whenAppearanceChanges(QWidget* widget, std::function<void()> apply) {
+    new AppearanceWatcher(widget, std::move(apply));
+}
+
+void fillWithAccent(QWidget* button, bool filled) {
+    QPalette palette = QApplication::palette(button);
+    // Fusion lightens a button's colour by up to a quarter from its lower to its upper edge.
+    constexpr int gradient = 124;
+    if (filled)
+        for (const auto group : {QPalette::Active, QPalette::Inactive}) {
+            palette.setColor(group, QPalette::Button, accentFill(palette).darker(gradient));
+            palette.setColor(group, QPalette::ButtonText,
+                             palette.color(QPalette::Active, QPalette::HighlightedText));
+        }
+    if (button->palette() != palette)
+        button->setPalette(palette);
+}
+
+void setTextStyle(QWidget* widget, TextSize size, Tone tone) {
+    whenAppearanceChanges(widget, [widget, size, tone] {
+        const QFont font = fontFor(size, QApplication::font(widget));
+        if (widget->font() != font)
+            widget->setFont(font);
+        if (tone == Tone::primary)
+            return;
+        QPalette palette = widget->palette();
+        const QColor color = colorFor(tone, QApplication::palette());
+        if (palette.color(QPalette::Active, QPalette::WindowText) == color)
+            return;
+        for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+            palette.setColor(role, color);
+        widget->setPalette(palette);
+    });
+}
+
+} // namespace lumivert

@@ -1,0 +1,239 @@
+#include "views/controls/Builders.h"
+
+#include "views/controls/Labels.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QFrame>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QPalette>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <utility>
+
+namespace lumivert {
+
+namespace {
+
+// Marks the labels that alignPickerLabels lines up.
+constexpr QLatin1String pickerLabelName("pickerLabel");
+
+void add(QBoxLayout& layout, QWidget* child) {
+    const auto policy = child->sizePolicy().horizontalPolicy();
+    const bool natural = policy == QSizePolicy::Fixed || policy == QSizePolicy::Maximum;
+    const bool vertical = layout.direction() == QBoxLayout::TopToBottom;
+    layout.addWidget(child, 0, natural && vertical ? Qt::AlignLeft : Qt::Alignment());
+}
+
+template <class Layout>
+QWidget* stack(int spacing, Children children) {
+    auto* holder = new QWidget;
+    auto* layout = new Layout(holder);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(spacing);
+    for (QWidget* child : children)
+        add(*layout, child);
+    return holder;
+}
+
+QLabel* plainLabel(TextSize size, Tone tone) {
+    auto* label = new QLabel;
+    label->setTextFormat(Qt::PlainText);
+    setTextStyle(label, size, tone);
+    return label;
+}
+
+QWidget* following(QLabel* label, TextSource content) {
+    whenRefreshed(label, [label, content = std::move(content)] {
+        const QString text = content();
+        if (label->text() != text)
+            label->setText(text);
+    });
+    return label;
+}
+
+QWidget* labelled(const QString& label, QWidget* control) {
+    auto* name = new QLabel(label);
+    name->setTextFormat(Qt::PlainText);
+    name->setObjectName(pickerLabelName);
+    name->setBuddy(control);
+    control->setAccessibleName(label);
+
+    auto* holder = new QWidget;
+    auto* layout = new QHBoxLayout(holder);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(8);
+    layout->addWidget(name);
+    layout->addWidget(control, 1);
+    return holder;
+}
+
+/// With room around its label, whatever the style gives.
+class RoomyButton : public QPushButton {
+public:
+    RoomyButton(const QString& title, ButtonSize size)
+        : QPushButton(title)
+        , m_size(size) {}
+
+    QSize sizeHint() const override {
+        const QSize hint = QPushButton::sizeHint();
+        constexpr int room = 14;
+        return {hint.width() + room,
+                m_size == ButtonSize::large ? hint.height() * 5 / 4 : hint.height()};
+    }
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
+private:
+    ButtonSize m_size;
+};
+
+} // namespace
+
+QWidget* column(int spacing, Children children) {
+    return stack<QVBoxLayout>(spacing, children);
+}
+
+QWidget* row(int spacing, Children children) {
+    return stack<QHBoxLayout>(spacing, children);
+}
+
+QWidget* group(const QString& title, int spacing, Children children) {
+    auto* box = new QGroupBox(title);
+    auto* layout = new QVBoxLayout(box);
+    constexpr int padding = 4;
+    layout->setContentsMargins(10, 6 + padding, 10, 6 + padding);
+    layout->setSpacing(spacing);
+    for (QWidget* child : children)
+        add(*layout, child);
+    return box;
+}
+
+QWidget* flexibleSpace() {
+    auto* space = new QWidget;
+    space->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+    return space;
+}
+
+QWidget* divider() {
+    auto* line = new QFrame;
+    line->setFrameShape(QFrame::HLine);
+    line->setFrameShadow(QFrame::Plain);
+    whenAppearanceChanges(line, [line] {
+        QPalette palette = line->palette();
+        palette.setColor(QPalette::WindowText, dividerColor(QApplication::palette()));
+        if (line->palette() != palette)
+            line->setPalette(palette);
+    });
+    return line;
+}
+
+QWidget* padded(int padding, QWidget* child) {
+    QWidget* holder = column(0, {child});
+    holder->layout()->setContentsMargins(0, padding, 0, padding);
+    return holder;
+}
+
+QWidget* visibleWhen(std::function<bool()> condition, QWidget* widget) {
+    showWhen(widget, std::move(condition));
+    return widget;
+}
+
+QWidget* text(const QString& content, TextSize size, Tone tone) {
+    QLabel* label = plainLabel(size, tone);
+    label->setText(content);
+    return label;
+}
+
+QWidget* text(TextSource content, TextSize size, Tone tone) {
+    return following(plainLabel(size, tone), std::move(content));
+}
+
+QWidget* paragraph(const QString& content, TextSize size, Tone tone) {
+    QLabel* label = plainLabel(size, tone);
+    label->setWordWrap(true);
+    label->setText(content);
+    return label;
+}
+
+QWidget* elidedText(TextSource content, TextSize size) {
+    auto* label = new ElidedLabel;
+    setTextStyle(label, size, Tone::primary);
+    return following(label, std::move(content));
+}
+
+QWidget* numberText(TextSource content, TextSize size, Tone tone) {
+    auto* label = new FittedLabel(QString(), Qt::AlignRight);
+    label->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    setTextStyle(label, size, tone);
+    return following(label, std::move(content));
+}
+
+QWidget* selectableText(TextSource content, TextSize size, Tone tone) {
+    auto* view = new WrappedText;
+    setTextStyle(view, size, tone);
+    whenRefreshed(view, [view, content = std::move(content)] { view->setShownText(content()); });
+    return view;
+}
+
+QWidget* button(const QString& title, std::function<void()> action, ButtonOptions options) {
+    auto* button = new RoomyButton(title, options.size);
+    button->setAccessibleName(title);
+    if (options.icon)
+        button->setIcon(
+            lineIcon(*options.icon, options.prominent ? IconTint::onAccent : IconTint::buttonText));
+    if (options.size == ButtonSize::small)
+        setTextStyle(button, TextSize::callout, Tone::primary);
+    button->setSizePolicy(options.fullWidth ? QSizePolicy::Minimum : QSizePolicy::Fixed,
+                          QSizePolicy::Fixed);
+    button->setAutoDefault(false);
+    button->setShortcut(options.shortcut);
+    if (options.prominent)
+        whenAppearanceChanges(button, [button] { fillWithAccent(button, true); });
+    if (options.enabledWhen)
+        whenRefreshed(button, [button, enabled = std::move(options.enabledWhen)] {
+            button->setEnabled(enabled());
+        });
+    QObject::connect(button, &QPushButton::clicked, button, std::move(action));
+    return button;
+}
+
+QWidget* toggle(const QString& label, Binding<bool> value) {
+    auto* box = new QCheckBox(label);
+    box->setAccessibleName(label);
+    whenRefreshed(box, [box, get = value.get] {
+        const QSignalBlocker blocker(box);
+        box->setChecked(get());
+    });
+    QObject::connect(box, &QCheckBox::clicked, box, std::move(value.set));
+    return box;
+}
+
+QWidget* picker(const QString& label, std::function<std::vector<PickerItem>()> items,
+                Binding<std::string> selection) {
+    auto* control = new Picker(std::move(items), std::move(selection));
+    whenRefreshed(control, [control] { control->refresh(); });
+    return labelled(label, control);
+}
+
+QWidget* segmentedPicker(const QString& label, std::vector<PickerItem> items,
+                         Binding<std::string> selection) {
+    auto* control = new SegmentedPicker(items, std::move(selection));
+    whenRefreshed(control, [control] { control->refresh(); });
+    return labelled(label, control);
+}
+
+void alignPickerLabels(QWidget* root) {
+    whenAppearanceChanges(root, [root] {
+        const auto labels = root->findChildren<QLabel*>(pickerLabelName);
+        int width = 0;
+        for (const QLabel* label : labels)
+            width = std::max(width, label->sizeHint().width());
+        for (QLabel* label : labels)
+            label->setFixedWidth(width);
+    });
+}
+
+} // namespace lumivert

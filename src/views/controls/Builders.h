@@ -1,0 +1,111 @@
+#pragma once
+
+#include "views/controls/Appearance.h"
+#include "views/controls/Icons.h"
+#include "views/controls/Picker.h"
+#include "views/controls/Refresh.h"
+
+#include <QKeySequence>
+#include <QString>
+
+#include <functional>
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <vector>
+
+class QWidget;
+
+// A view reads like what it shows, nested from top to bottom. Each function makes a real widget at
+// once, without a parent; the one around it takes it over. Nothing here is stored. The widgets
+// follow the model once keepFresh is called on the outermost.
+namespace lumivert {
+
+using Children = std::initializer_list<QWidget*>;
+using TextSource = std::function<QString()>;
+
+/// Children from top to bottom, `spacing` between those that are shown. One of a fixed or maximum
+/// width stands at the left, the others are stretched.
+[[nodiscard]] QWidget* column(int spacing, Children children);
+/// Children from left to right.
+[[nodiscard]] QWidget* row(int spacing, Children children);
+/// A titled box around a column.
+[[nodiscard]] QWidget* group(const QString& title, int spacing, Children children);
+/// Takes what room there is.
+[[nodiscard]] QWidget* flexibleSpace();
+[[nodiscard]] QWidget* divider();
+/// `padding` above and below the child.
+[[nodiscard]] QWidget* padded(int padding, QWidget* child);
+
+/// `widget`, shown while `condition` holds.
+[[nodiscard]] QWidget* visibleWhen(std::function<bool()> condition, QWidget* widget);
+
+/// Plain text on one line.
+[[nodiscard]] QWidget* text(const QString& content, TextSize size = TextSize::body,
+                            Tone tone = Tone::primary);
+[[nodiscard]] QWidget* text(TextSource content, TextSize size = TextSize::body,
+                            Tone tone = Tone::primary);
+/// Plain text that wraps between words.
+[[nodiscard]] QWidget* paragraph(const QString& content, TextSize size, Tone tone);
+/// Plain text on one line, cut in its middle where it does not fit.
+[[nodiscard]] QWidget* elidedText(TextSource content, TextSize size);
+/// Plain text with equally wide digits on one line, made smaller where it does not fit.
+[[nodiscard]] QWidget* numberText(TextSource content, TextSize size, Tone tone);
+/// Plain text that can be selected and that wraps anywhere where it has to.
+[[nodiscard]] QWidget* selectableText(TextSource content, TextSize size, Tone tone);
+
+enum class ButtonSize { small, regular, large };
+
+struct ButtonOptions {
+    ButtonSize size = ButtonSize::regular;
+    std::optional<Icon> icon = {};
+    /// Stretched to the full width, the label centred.
+    bool fullWidth = false;
+    /// Filled with the accent colour.
+    bool prominent = false;
+    QKeySequence shortcut = {};
+    std::function<bool()> enabledWhen = {};
+};
+
+[[nodiscard]] QWidget* button(const QString& title, std::function<void()> action,
+                              ButtonOptions options = {});
+
+[[nodiscard]] QWidget* toggle(const QString& label, Binding<bool> value);
+
+/// A label beside a combo box; the labels of all pickers below one alignPickerLabels() line up.
+[[nodiscard]] QWidget* picker(const QString& label, std::function<std::vector<PickerItem>()> items,
+                              Binding<std::string> selection);
+/// A label beside a row of buttons.
+[[nodiscard]] QWidget* segmentedPicker(const QString& label, std::vector<PickerItem> items,
+                                       Binding<std::string> selection);
+
+/// A picker over a published list of records, bound to the `id` of one, showing each one's name.
+template <class Record>
+[[nodiscard]] QWidget* picker(const QString& label, const Published<std::vector<Record>>& list,
+                              Published<std::string>& selection) {
+    return picker(
+        label,
+        [&list] {
+            std::vector<PickerItem> items;
+            items.reserve(list.get().size());
+            for (const Record& record : list.get())
+                items.push_back({record.id, record.name});
+            return items;
+        },
+        binding(selection));
+}
+
+/// A picker over the cases of a choice.
+template <class Choice>
+[[nodiscard]] QWidget* picker(const QString& label, Published<Choice>& choice) {
+    return picker(label, choiceItems<Choice>, choiceBinding(choice));
+}
+template <class Choice>
+[[nodiscard]] QWidget* segmentedPicker(const QString& label, Published<Choice>& choice) {
+    return segmentedPicker(label, choiceItems<Choice>(), choiceBinding(choice));
+}
+
+/// Gives the labels of all pickers below `root` one width, and keeps it so when the font changes.
+void alignPickerLabels(QWidget* root);
+
+} // namespace lumivert

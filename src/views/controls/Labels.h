@@ -1,0 +1,64 @@
+#pragma once
+
+#include <QLabel>
+#include <QTextEdit>
+
+namespace lumivert {
+
+/// `text` for a tooltip, shown as it is whatever it looks like; empty for an empty text.
+[[nodiscard]] QString plainToolTip(const QString& text);
+
+/// One line of plain text that is cut in its middle where it does not fit; then its tooltip is the
+/// whole text.
+class ElidedLabel : public QLabel {
+    Q_OBJECT
+public:
+    explicit ElidedLabel(QWidget* parent = nullptr);
+
+    QSize minimumSizeHint() const override;
+
+protected:
+    bool event(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QString shownText() const;
+};
+
+/// One line in a frame that cannot grow: the font is made smaller, down to a half, until
+/// `reference` fits (so that several of these look alike), and all digits are equally wide.
+class FittedLabel : public QLabel {
+    Q_OBJECT
+public:
+    FittedLabel(const QString& reference, Qt::Alignment alignment, QWidget* parent = nullptr);
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QString m_reference;
+};
+
+/// Plain text that can be selected and copied and that wraps anywhere where it has to, as tall as
+/// it needs.
+class WrappedText : public QTextEdit {
+    Q_OBJECT
+public:
+    explicit WrappedText(QWidget* parent = nullptr);
+
+    void setShownText(const QString& text);
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+    bool hasHeightForWidth() const override { return true; }
+    int heightForWidth(int width) const override;
+
+protected:
+    void changeEvent(QEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+};
+
+} // namespace lumivert

@@ -1,0 +1,88 @@
+#pragma once
+
+#include "model/Models.h"
+#include "views/controls/Binding.h"
+
+#include <QComboBox>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+class QButtonGroup;
+
+namespace lumivert {
+
+/// One entry of a picker: what is stored and what is shown (UTF-8).
+struct PickerItem {
+    std::string id;
+    std::string name;
+
+    bool operator==(const PickerItem&) const = default;
+};
+
+/// A combo box over items, bound to the `id` of one. A selection that no item has shows as an empty
+/// choice; of several items with one `id` the first shows. Only a person's choice of another item
+/// writes. Names that do not fit are cut, and whole in the tooltip; the wheel turns it only while
+/// it has the focus.
+class Picker : public QComboBox {
+    Q_OBJECT
+public:
+    Picker(std::function<std::vector<PickerItem>()> items, Binding<std::string> selection,
+           QWidget* parent = nullptr);
+
+    /// Shows the items and the selection as they are now, without writing.
+    void refresh();
+
+    void showPopup() override;
+
+protected:
+    bool event(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+
+private:
+    void choose(int index);
+    [[nodiscard]] QString shownText(int width) const;
+    [[nodiscard]] int textWidth() const;
+
+    std::function<std::vector<PickerItem>()> m_items;
+    Binding<std::string> m_selection;
+    std::vector<PickerItem> m_shown;
+};
+
+/// A row of buttons of which one is down, bound like a Picker; for few and fixed items.
+class SegmentedPicker : public QWidget {
+    Q_OBJECT
+public:
+    SegmentedPicker(const std::vector<PickerItem>& items, Binding<std::string> selection,
+                    QWidget* parent = nullptr);
+
+    void refresh();
+
+private:
+    std::vector<PickerItem> m_items;
+    Binding<std::string> m_selection;
+    QButtonGroup* m_buttons;
+};
+
+/// The cases of a choice in the order shown.
+template <class Choice>
+[[nodiscard]] std::vector<PickerItem> choiceItems() {
+    std::vector<PickerItem> items;
+    for (const Choice choice : allCases<Choice>())
+        items.push_back({std::string(id(choice)), std::string(rawValue(choice))});
+    return items;
+}
+
+/// A choice by its raw value; a text that is no case is not set.
+template <class Choice>
+[[nodiscard]] Binding<std::string> choiceBinding(Published<Choice>& property) {
+    return {[&property] { return std::string(rawValue(property.get())); },
+            [&property](const std::string& text) {
+                if (const auto choice = fromRawValue<Choice>(text))
+                    property = *choice;
+            }};
+}
+
+} // namespace lumivert

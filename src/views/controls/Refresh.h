@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QWidget>
+
+#include <functional>
+
+namespace lumivert {
+
+class ObservableObject;
+
+// How a tree of widgets follows the model. Builders attach to a widget what brings it up to date;
+// one subscription for the whole tree runs all of it after every notification. Nothing runs before
+// keepFresh (or refreshTree) is called.
+
+/// `condition` decides whether `widget` is shown.
+void showWhen(QWidget* widget, std::function<bool()> condition);
+
+/// `refresh` brings `widget` up to date. It is not called while the widget, or what holds it, is
+/// not shown by its conditions; it is called in the refresh that shows it.
+void whenRefreshed(QWidget* widget, std::function<void()> refresh);
+
+/// First every condition in the tree below and including `root`, then every refresh of what is
+/// shown. Code that runs here must not write to the model.
+void refreshTree(QWidget* root);
+
+/// Refreshes the tree now and after every notification of `source`, as long as `root` lives.
+void keepFresh(QWidget* root, const ObservableObject& source);
+
+} // namespace lumivert
