@@ -277,6 +277,13 @@ TEST_F(PaperSizes, roundHalvesAwayFromZero) {
     EXPECT_EQ(size("4.5 4.5").name, "K (2 × 2 mm)") << "1.5875";
 }
 
+TEST_F(PaperSizes, areNamedByTheirUnroundedMillimetres) {
+    // 284.77 points are 100.4605 mm: 100.5 to the tenth, which would round on to 101.
+    const auto list = sizes("PageSize/M: K\n", "*PaperDimension K: \"284.77 284.77\"\n");
+    EXPECT_EQ(list[0].widthMM, 100.5);
+    EXPECT_EQ(list[0].name, "K (100 × 100 mm)");
+}
+
 TEST_F(PaperSizes, nameEveryKnownChoiceAsItself) {
     for (const char* choice : {"A3", "A4", "A5", "A6", "B4", "B5", "B6", "Letter", "Legal",
                                "Tabloid", "Executive", "Statement", "Postcard", "w288h432"}) {
