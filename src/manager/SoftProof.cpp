@@ -20,27 +20,30 @@ SoftProof::rendition(const Request& request,
         return m_state->proof;
     m_state->request = request;
     m_state->proof = nullptr;
+    const std::uint64_t generation = ++m_state->generation;
     const auto space = target();
     if (!space || !space->isDestination)
         return nullptr;
 
-    request.image->softProof({.space = space, .intent = request.intent},
-                             [&dispatcher = m_dispatcher, weak = std::weak_ptr(m_state),
-                              request](std::shared_ptr<const ScreenRendition> proof) {
-                                 dispatcher.asyncOnMain([weak, request, proof = std::move(proof)] {
-                                     const auto state = weak.lock();
-                                     // Another photo, profile or intent may have been chosen
-                                     // meanwhile.
-                                     if (!state || !proof || state->request != request)
-                                         return;
-                                     state->proof = proof;
-                                     state->arrived();
-                                 });
-                             });
+    // The step carries a number, not the request: a photo replaced meanwhile must neither be kept
+    // by it nor be destroyed on the thread that runs it.
+    const auto ready = [&dispatcher = m_dispatcher, weak = std::weak_ptr(m_state),
+                        generation](std::shared_ptr<const ScreenRendition> proof) {
+        dispatcher.asyncOnMain([weak, generation, proof = std::move(proof)] {
+            const auto state = weak.lock();
+            // Another photo, profile or intent may have been chosen meanwhile.
+            if (!state || !proof || state->generation != generation)
+                return;
+            state->proof = proof;
+            state->arrived();
+        });
+    };
+    request.image->softProof({.space = space, .intent = request.intent}, ready);
     return nullptr;
 }
 
 void SoftProof::clear() {
+    ++m_state->generation;
     m_state->request.reset();
     m_state->proof = nullptr;
 }

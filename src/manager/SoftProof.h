@@ -2,6 +2,7 @@
 
 #include "platform/Image.h"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -33,12 +34,14 @@ public:
     rendition(const Request& request,
               const std::function<std::shared_ptr<const ColorSpace>()>& target);
 
-    /// Lets go of the photo and the proof.
+    /// Lets go of the photo and the proof, also of one that is still being made.
     void clear();
 
 private:
     struct State {
         std::optional<Request> request;
+        /// Counts the changes; a proof of an earlier one comes too late.
+        std::uint64_t generation = 0;
         std::shared_ptr<const ScreenRendition> proof;
         std::function<void()> arrived;
     };

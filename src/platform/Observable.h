@@ -13,7 +13,8 @@ class Subscription;
 
 /// A list of receivers. Receivers run in the order in which they subscribed. While it fires:
 /// a receiver subscribed meanwhile is first called at the next firing; one whose subscription ends
-/// meanwhile is not called any more; the signal itself may be destroyed by a receiver.
+/// meanwhile is not called any more; the signal itself may be destroyed by a receiver, and then no
+/// other is called.
 template <class... Arguments>
 class Signal {
 public:
@@ -22,20 +23,23 @@ public:
     Signal() = default;
     Signal(const Signal&) = delete;
     Signal& operator=(const Signal&) = delete;
+    ~Signal() { m_state->alive = false; }
 
     [[nodiscard]] Subscription subscribe(Receiver receiver);
 
-    void fire(Arguments... arguments) {
+    /// Whether this signal still stands afterwards; false when a receiver destroyed it.
+    bool fire(Arguments... arguments) {
         const std::shared_ptr<State> state = m_state; // keeps the list alive
         const std::size_t count = state->entries.size();
         ++state->firing;
         const Depth depth{*state};
-        for (std::size_t i = 0; i < count; ++i) {
+        for (std::size_t i = 0; i < count && state->alive; ++i) {
             // A copy: the list may grow, and so move, while the receiver runs.
             const std::shared_ptr<const Receiver> receiver = state->entries[i].receiver;
             if (receiver)
                 (*receiver)(arguments...);
         }
+        return state->alive;
     }
 
 private:
@@ -47,11 +51,14 @@ private:
         std::vector<Entry> entries;
         std::uint64_t nextId = 0;
         int firing = 0;
+        bool alive = true;
 
         void remove(std::uint64_t id) {
+            // Let go of last: what a receiver holds may end other subscriptions of this list.
+            std::shared_ptr<const Receiver> released;
             for (Entry& entry : entries)
                 if (entry.id == id)
-                    entry.receiver = nullptr;
+                    released = std::exchange(entry.receiver, nullptr);
             if (firing == 0)
                 sweep();
         }
@@ -137,7 +144,8 @@ private:
 };
 
 /// A property that notifies at every assignment, also of an equal value: first its own observers,
-/// then its object's. The new value stands when they run. It is changed by assignment alone.
+/// then its object's. The new value stands when they run. It is changed by assignment alone. An
+/// observer may destroy the object; the reference that the assignment returns is void then.
 template <class T>
 class Published {
 public:
@@ -149,8 +157,8 @@ public:
 
     Published& operator=(T value) {
         m_value = std::move(value);
-        m_changed.fire();
-        m_owner->announceChange();
+        if (m_changed.fire())
+            m_owner->announceChange();
         return *this;
     }
 

@@ -119,6 +119,7 @@ pid_t spawnKeeper(const std::string& folder, int lifeline) {
 
     std::vector<std::string> words = {"sh", "-c", keeperScript, "keeper", folder, schedulerProgram};
     std::vector<char*> argv;
+    argv.reserve(words.size() + 1);
     for (auto& word : words)
         argv.push_back(word.data());
     argv.push_back(nullptr);

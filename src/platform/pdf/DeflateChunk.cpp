@@ -1,8 +1,8 @@
 #include "platform/pdf/DeflateChunk.h"
 
-#include <isa-l/igzip_lib.h>
+#include "platform/pdf/LiteralCoder.h"
 
-#include <algorithm>
+#include <isa-l/igzip_lib.h>
 
 namespace lumivert {
 namespace {
@@ -51,8 +51,16 @@ ChunkDeflater::Piece ChunkDeflater::deflate(std::span<const std::byte> rows,
     const std::size_t length = (rows.size() / bytesPerRow - 1) * (bytesPerRow + 1);
     if (m_predicted.size() < length)
         m_predicted.resize(length);
-    predictUp(rows, bytesPerRow, m_predicted);
+    const auto predicted = std::span(m_predicted).first(length);
+    predictUp(rows, bytesPerRow, predicted);
+    const auto coder = LiteralCoder::forBytes(predicted);
+    const std::size_t size = coder ? coder->encode(predicted, last, output)
+                                   : deflateWithMatches(predicted, last, output);
+    return {size, isal_adler32(1, isalBytes(m_predicted.data()), length), length};
+}
 
+std::size_t ChunkDeflater::deflateWithMatches(std::span<std::byte> bytes, bool last,
+                                              Bytes& output) {
     isal_zstream stream{};
     isal_deflate_init(&stream);
     stream.level = 1;
@@ -61,12 +69,12 @@ ChunkDeflater::Piece ChunkDeflater::deflate(std::span<const std::byte> rows,
     stream.gzip_flag = IGZIP_DEFLATE;
     stream.flush = FULL_FLUSH;
     stream.end_of_stream = last ? 1 : 0;
-    stream.next_in = isalBytes(m_predicted.data());
-    stream.avail_in = static_cast<std::uint32_t>(length);
+    stream.next_in = isalBytes(bytes.data());
+    stream.avail_in = static_cast<std::uint32_t>(bytes.size());
     std::size_t size = 0;
     do {
-        if (output.size() - size < length / 2 + 1024)
-            output.resize(output.size() + length + 1024);
+        if (output.size() - size < bytes.size() / 2 + 1024)
+            output.resize(output.size() + bytes.size() + 1024);
         const std::size_t room = output.size() - size;
         stream.next_out = isalBytes(output.data() + size);
         stream.avail_out = static_cast<std::uint32_t>(room);
@@ -74,7 +82,7 @@ ChunkDeflater::Piece ChunkDeflater::deflate(std::span<const std::byte> rows,
         size += room - stream.avail_out;
         // Room left over means that nothing waits inside to be written.
     } while (stream.avail_out == 0 || stream.avail_in > 0);
-    return {size, isal_adler32(1, isalBytes(m_predicted.data()), length), length};
+    return size;
 }
 
 } // namespace lumivert

@@ -38,6 +38,9 @@ public:
                                 Bytes& output);
 
 private:
+    [[nodiscard]] std::size_t deflateWithMatches(std::span<std::byte> bytes, bool last,
+                                                 Bytes& output);
+
     Bytes m_levelBuffer;
     Bytes m_predicted;
 };

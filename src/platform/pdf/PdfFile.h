@@ -48,7 +48,8 @@ public:
     [[nodiscard]] bool failed() const { return m_failed; }
 
     /// Writes the cross-reference table and the trailer, and closes the file. False, and the file
-    /// is removed, when anything failed, or when the path no longer leads to the file.
+    /// is removed, when anything failed. False too when the path no longer leads to the file; then
+    /// nothing is removed.
     [[nodiscard]] bool finish(int catalog);
 
 private:

@@ -75,12 +75,14 @@ std::optional<std::vector<std::string>> walkFolder(const std::string& folder) {
             continue;
         }
         const Entry& entry = level.entries[level.next++];
-        const std::string path = level.prefix + entry.name;
+        std::string path = level.prefix + entry.name;
         paths.push_back(path);
         if (!entry.mayBeFolder)
             continue;
-        if (auto below = enterFolder(folder + '/' + path, entered))
-            levels.push_back({path + '/', std::move(*below)});
+        if (auto below = enterFolder(folder + '/' + path, entered)) {
+            path += '/';
+            levels.push_back({std::move(path), std::move(*below)});
+        }
     }
     return paths;
 }

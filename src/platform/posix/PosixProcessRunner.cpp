@@ -105,7 +105,7 @@ ProcessResult PosixProcessRunner::run(const std::string& executable,
                                       const std::vector<std::string>& arguments) {
     // The system would cut such a text at its NUL and run something else.
     if (holdsNul(executable) || std::any_of(arguments.begin(), arguments.end(), holdsNul))
-        return launchFailure(executable.c_str(), EINVAL);
+        return launchFailure(executable.substr(0, executable.find('\0')), EINVAL);
 
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0)

@@ -8,7 +8,7 @@
 namespace lumivert {
 
 bool readToEnd(int fd, std::string& bytes) {
-    std::array<char, 65536> buffer;
+    std::array<char, 65536> buffer{};
     while (true) {
         const ssize_t count =
             retryingInterrupts([&] { return ::read(fd, buffer.data(), buffer.size()); });

@@ -4,9 +4,9 @@
 
 namespace lumivert {
 
-/// Preferences in QSettings' native form (an INI file). Opened anew by each call, so that what other
-/// processes wrote is seen. A change is written to a file beside it, read back, and only then put in
-/// the place of the former by a rename, under the lock that QSettings takes: on a full disk
+/// Preferences in QSettings' native form (an INI file). Opened anew by each call, so that what
+/// other processes wrote is seen. A change is written to a file beside it, read back, and only then
+/// put in the place of the former by a rename, under the lock that QSettings takes: on a full disk
 /// QSettings' own way (6.4) leaves a file that was cut off, and reports no error.
 class QtPreferencesStore : public PreferencesStore {
 public:

@@ -1,6 +1,7 @@
 #include "fakes/FakeBitmap.h"
 #include "platform/pdf/PdfFileContextFactory.h"
 #include "platform/pdf/PdfTestTools.h"
+#include "platform/pdf/TestJpeg.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -106,6 +107,189 @@ TEST_F(PdfImageTest, rowsThatBreakOffLeaveNoFile) {
                             }),
                   "")
             << row;
+        EXPECT_TRUE(folder.isEmpty());
+    }
+}
+
+// A bitmap whose pixels are only in its stream.
+FakeBitmap embedded(JpegStream stream) {
+    FakeBitmap bitmap({{1, 1}, 1, 8, {}}, sharedBytes(Bytes(1)));
+    bitmap.jpeg = std::move(stream);
+    return bitmap;
+}
+
+TEST_F(PdfImageTest, aJpegStreamIsEmbeddedByteForByte) {
+    const Bytes jpeg = jpegOf({64, 48}, 3, noise(64 * 48 * 3));
+    const FakeBitmap bitmap = embedded({sharedBytes(jpeg), {64, 48}, 1, 3, false, {}});
+    const std::string path = page(bitmap);
+    const int image = objectHolding(path, "/Subtype /Image");
+    EXPECT_TRUE(rawStream(path, image) == textOf(sharedBytes(jpeg)));
+    const std::string text = objectText(path, image);
+    for (const char* entry : {"/Filter /DCTDecode", "/Width 64", "/Height 48",
+                              "/BitsPerComponent 8", "/ColorSpace /DeviceRGB", "/Interpolate true"})
+        EXPECT_THAT(text, testing::HasSubstr(entry));
+    EXPECT_THAT(text, testing::Not(testing::HasSubstr("/Decode ")));
+    EXPECT_TRUE(bitmap.asked.empty());
+    EXPECT_EQ(contentOf(path), "q 50 0 0 60 10 20 cm /Im0 Do Q\n");
+}
+
+TEST_F(PdfImageTest, aJpegStreamWithAProfileIsTagged) {
+    const std::pair<int, std::string> spaces[] = {{1, "GRAY"}, {3, "RGB "}, {4, "CMYK"}};
+    for (const auto& [channels, space] : spaces) {
+        const Bytes jpeg = jpegOf({8, 8}, channels, noise(64 * static_cast<std::size_t>(channels)));
+        const std::string path =
+            page(embedded({sharedBytes(jpeg), {8, 8}, 1, channels, false, profileHeader(space)}));
+        const int profile = objectHolding(path, "/N " + std::to_string(channels));
+        EXPECT_NE(profile, 0) << space;
+        EXPECT_THAT(imageOf(path), testing::HasSubstr("[ /ICCBased " + std::to_string(profile)));
+    }
+}
+
+TEST_F(PdfImageTest, aTargetTakesTheRowsInsteadOfTheStream) {
+    FakeBitmap bitmap({{2, 2}, 3, 8, profileHeader("RGB ")}, sharedBytes(noise(12)));
+    bitmap.jpeg = JpegStream{sharedBytes(jpegOf({2, 2}, 3, noise(12))), {2, 2}, 1, 3, false, {}};
+    const auto space =
+        std::make_shared<const ColorSpace>(ColorSpace{profileHeader("CMYK"), 4, true});
+    const std::string path = folder.path("converted.pdf");
+    ASSERT_EQ(writePage(path,
+                        [&](PdfContext& pdf) {
+                            pdf.setFillColorSpace(space);
+                            pdf.draw(bitmap, {0, 0, 100, 100});
+                        }),
+              path);
+    EXPECT_THAT(imageOf(path), testing::HasSubstr("/FlateDecode"));
+    EXPECT_THAT(imageOf(path), testing::HasSubstr("/ColorSpace /DeviceCMYK"));
+    // The pixels that the bitmap gives for that target.
+    EXPECT_EQ(decodedStream(path, objectHolding(path, "/Subtype /Image")).size(), 16U);
+}
+
+TEST_F(PdfImageTest, aStreamOfNoSpaceThatAPageHasIsDrawnFromItsRows) {
+    for (const int channels : {0, 2, 5}) {
+        FakeBitmap bitmap({{2, 2}, 3, 8, {}}, sharedBytes(noise(12)));
+        bitmap.jpeg = JpegStream{sharedBytes(noise(10)), {2, 2}, 1, channels, false, {}};
+        EXPECT_THAT(imageOf(page(bitmap)), testing::HasSubstr("/FlateDecode"));
+    }
+}
+
+// Six colours, three beside each other and two below, and how a camera stores them turned.
+constexpr int blocksWide = 3;
+constexpr int blocksHigh = 2;
+constexpr int blockPixels = 16;
+constexpr std::array<std::array<int, 3>, 6> blockColors{{
+    {220, 30, 40},
+    {40, 200, 60},
+    {50, 70, 230},
+    {240, 220, 40},
+    {30, 30, 30},
+    {200, 60, 210},
+}};
+
+// Where the upright block (x, y) stands in the stored picture: the sides of the scene that the
+// first row and the first column show (CIPA DC-008, tag 0x0112).
+std::pair<int, int> storedBlock(int orientation, int x, int y) {
+    const int fromRight = blocksWide - 1 - x;
+    const int fromBottom = blocksHigh - 1 - y;
+    switch (orientation) {
+    case 2:
+        return {fromRight, y};
+    case 3:
+        return {fromRight, fromBottom};
+    case 4:
+        return {x, fromBottom};
+    case 5:
+        return {y, x};
+    case 6:
+        return {y, fromRight};
+    case 7:
+        return {fromBottom, fromRight};
+    case 8:
+        return {fromBottom, x};
+    default:
+        return {x, y};
+    }
+}
+
+TEST_F(PdfImageTest, aTurnedStreamIsShownUpright) {
+    for (int orientation = 1; orientation <= 8; ++orientation) {
+        const bool swaps = orientation >= 5;
+        const PixelSize stored{(swaps ? blocksHigh : blocksWide) * blockPixels,
+                               (swaps ? blocksWide : blocksHigh) * blockPixels};
+        Bytes samples(static_cast<std::size_t>(stored.width * stored.height * 3));
+        for (int y = 0; y < blocksHigh; ++y)
+            for (int x = 0; x < blocksWide; ++x) {
+                const auto [column, row] = storedBlock(orientation, x, y);
+                for (int i = 0; i < blockPixels * blockPixels; ++i) {
+                    const int px = column * blockPixels + i % blockPixels;
+                    const int py = row * blockPixels + i / blockPixels;
+                    for (int c = 0; c < 3; ++c)
+                        samples[static_cast<std::size_t>((py * stored.width + px) * 3 + c)] =
+                            static_cast<std::byte>(blockColors[static_cast<std::size_t>(
+                                y * blocksWide + x)][static_cast<std::size_t>(c)]);
+                }
+            }
+        const std::string path = page(
+            embedded({sharedBytes(jpegOf(stored, 3, samples)), stored, orientation, 3, false, {}}));
+        const Rendering shown = render(path, 144);
+        // The picture covers (10, 20) to (60, 80) of a page 200 points high.
+        for (int y = 0; y < blocksHigh; ++y)
+            for (int x = 0; x < blocksWide; ++x) {
+                const std::array<int, 3> color =
+                    shown.at(2 * 10 + (2 * x + 1) * 100 / (2 * blocksWide),
+                             2 * 120 + (2 * y + 1) * 120 / (2 * blocksHigh));
+                for (std::size_t c = 0; c < 3; ++c)
+                    EXPECT_NEAR(color[c],
+                                blockColors[static_cast<std::size_t>(y * blocksWide + x)][c], 4)
+                        << "orientation " << orientation << ", block " << x << ", " << y;
+            }
+    }
+}
+
+TEST_F(PdfImageTest, cmykStoredInvertedIsShownAsMeant) {
+    // Cyan alone: 255, 0, 0, 0, or 0, 255, 255, 255 inverted.
+    for (const bool inverted : {false, true}) {
+        Bytes samples;
+        for (int i = 0; i < 64; ++i)
+            for (int c = 0; c < 4; ++c)
+                samples.push_back(static_cast<std::byte>((c == 0) != inverted ? 255 : 0));
+        const std::string path =
+            page(embedded({sharedBytes(jpegOf({8, 8}, 4, samples)), {8, 8}, 1, 4, inverted, {}}));
+        EXPECT_EQ(imageOf(path).find("/Decode [ 1 0 1 0 1 0 1 0 ]") != std::string::npos, inverted);
+        const auto [red, green, blue] = render(path).at(35, 150);
+        EXPECT_LT(red, 60) << inverted;
+        EXPECT_GT(green, 120) << inverted;
+        EXPECT_GT(blue, 180) << inverted;
+    }
+}
+
+TEST_F(PdfImageTest, aCropFillsTheRectangle) {
+    // Each pixel says where it is.
+    Bytes samples;
+    for (int y = 0; y < 10; ++y)
+        for (int x = 0; x < 20; ++x)
+            for (const int sample : {x * 10, y * 20, 77})
+                samples.push_back(static_cast<std::byte>(sample));
+    FakeBitmap bitmap({{20, 10}, 3, 8, {}}, sharedBytes(samples));
+    bitmap.jpeg = JpegStream{sharedBytes(jpegOf({20, 10}, 3, samples)), {20, 10}, 1, 3, false, {}};
+    const auto crop = bitmap.cropped({5, 2, 10, 6});
+    ASSERT_TRUE(crop);
+    const std::string path = page(*crop, InterpolationQuality::none);
+    EXPECT_THAT(imageOf(path), testing::HasSubstr("/FlateDecode"));
+    const Rendering shown = render(path);
+    EXPECT_EQ(shown.at(12, 125), (std::array{50, 40, 77}));  // pixel 5, 2
+    EXPECT_EQ(shown.at(57, 125), (std::array{140, 40, 77})); // pixel 14, 2
+    EXPECT_EQ(shown.at(12, 175), (std::array{50, 140, 77})); // pixel 5, 7
+}
+
+TEST_F(PdfImageTest, rowsOfNoKindThatAPageHoldsLeaveNoFile) {
+    for (const RowFormat& format :
+         {RowFormat{{2, 2}, 2, 8, {}}, RowFormat{{2, 2}, 3, 4, {}}, RowFormat{{0, 2}, 3, 8, {}},
+          RowFormat{{2, -1}, 3, 8, {}}, RowFormat{{2'000'000'000, 1}, 4, 16, {}}}) {
+        const FakeBitmap bitmap(format, sharedBytes(noise(100)));
+        EXPECT_EQ(writePage(folder.path("odd.pdf"),
+                            [&](PdfContext& pdf) {
+                                pdf.draw(bitmap, {0, 0, 10, 10});
+                            }),
+                  "");
         EXPECT_TRUE(folder.isEmpty());
     }
 }

@@ -21,6 +21,7 @@ using testing::HasSubstr;
 using testing::Optional;
 
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 
 const std::string key = "SavedPrintPresets";
 
@@ -119,7 +120,7 @@ TEST_F(QtPreferencesStoreTest, readsAValueOfAnotherKindAsNothing) {
 }
 
 TEST_F(QtPreferencesStoreTest, outlivesACorruptFile) {
-    const std::string garbage("\0\377][ no = \n = \n\x80[General", 26);
+    const std::string garbage = "\0\377][ no = \n = \n\x80[General"s;
     writeFile(garbage);
     EXPECT_EQ(store.data(key), std::nullopt);
     EXPECT_EQ(file(), garbage) << "reading changed it";

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "app/SystemServices.h"
+#include "platform/DesktopServices.h"
+#include "platform/ProcessRunner.h"
+
+#include <string>
+#include <vector>
+
+namespace lumivert::bench {
+
+/// The program's own services, but nothing is sent to a printer and no viewer opens: the page that
+/// the viewer would have shown is removed.
+class BenchWorld {
+public:
+    BenchWorld();
+
+    [[nodiscard]] AppServices appServices();
+
+private:
+    struct NoTools : ProcessRunner {
+        ProcessResult run(const std::string&, const std::vector<std::string>&) override {
+            return ProcessOutcome{};
+        }
+    };
+    struct NoViewer : DesktopServices {
+        void openFile(const std::string& path) override;
+    };
+
+    SystemServices m_services;
+    NoTools m_processes;
+    NoViewer m_viewer;
+};
+
+} // namespace lumivert::bench

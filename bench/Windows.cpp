@@ -1,0 +1,135 @@
+#include "Windows.h"
+
+#include "BenchWorld.h"
+#include "Timing.h"
+#include "app/LumivertApp.h"
+#include "manager/PrintManager.h"
+#include "views/PaperPreview.h"
+
+#include <QApplication>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QElapsedTimer>
+#include <QMimeData>
+#include <QTimer>
+#include <QUrl>
+
+#include <stdexcept>
+
+namespace lumivert::bench {
+namespace {
+
+// Counts the paintings of whatever widget it watches, timing them from `restart`.
+class PaintWatch : public QObject {
+public:
+    int paints = 0;
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override {
+        paints += event->type() == QEvent::Paint;
+        return false;
+    }
+};
+
+void runEventsFor(int milliseconds) {
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < milliseconds)
+        QApplication::processEvents(QEventLoop::AllEvents, 5);
+}
+
+Seconds dropToPreview(const std::string& photo) {
+    BenchWorld world;
+    LumivertApp app(world.appServices());
+    app.openWindow();
+    runEventsFor(300); // the spare decoder is up
+    QMimeData mime;
+    mime.setUrls({QUrl::fromLocalFile(QString::fromStdString(photo))});
+    return timed([&] {
+        QDragEnterEvent enter({50, 50}, Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(app.window(), &enter);
+        QDropEvent drop({50, 50}, Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(app.window(), &drop);
+        PaintWatch watch;
+        PaperPreview* preview = nullptr;
+        while (watch.paints == 0) {
+            QApplication::processEvents(QEventLoop::WaitForMoreEvents);
+            if (!preview && (preview = app.window()->findChild<PaperPreview*>())) {
+                // The panel may have painted it within the same turn.
+                preview->installEventFilter(&watch);
+                preview->update();
+            }
+        }
+    });
+}
+
+void benchRedraw(const std::string& photo, QSize size, double medianLimit, double worstLimit) {
+    BenchWorld world;
+    LumivertApp app(world.appServices());
+    app.openWindow();
+    app.window()->resize(size);
+    PrintManager& pm = *app.printManager();
+    pm.loadImage(FileUrl::fromPath(photo));
+    runEventsFor(500);
+    auto* preview = app.window()->findChild<PaperPreview*>();
+    PaintWatch watch;
+    preview->installEventFilter(&watch);
+    std::vector<double> times;
+    for (int i = 0; i < 400; ++i) {
+        Margins margins = pm.margins;
+        margins.top = 5 + 0.5 * (i % 60);
+        const int before = watch.paints;
+        times.push_back(timed([&] {
+            pm.margins = margins;
+            while (watch.paints == before)
+                QApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        }));
+    }
+    const std::string work = "redraw while a slider moves, " + std::to_string(size.width()) +
+                             " x " + std::to_string(size.height());
+    const double median = quantile(times, 0.5) * 1000;
+    const double worst = quantile(times, 0.99) * 1000;
+    printRow(work + ", median", "–", milliseconds(median / 1000), median, medianLimit, " ms");
+    printRow(work + ", p99", "–", milliseconds(worst / 1000), worst, worstLimit, " ms");
+}
+
+} // namespace
+
+void benchWindows(const BenchFiles& files) {
+    const Comparison drop = compare(
+        5, [&] { return dropToPreview(files.jpeg45); },
+        [&] {
+            return timedProcess({"vipsthumbnail", "-s", "2048", files.jpeg45, "-o",
+                                 files.scratch + "/thumbnail.jpg"});
+        });
+    printRow("drop to first painted preview, 45 MP JPEG", "`vipsthumbnail -s 2048`, whole process",
+             milliseconds(drop.ours) + " : " + milliseconds(drop.theirs), drop.ratio, 1.2, " x");
+
+    benchRedraw(files.jpeg45, {1100, 750}, 4, 8);
+    benchRedraw(files.jpeg45, {3840, 2160}, 0, 16);
+
+    const std::string bin = QApplication::applicationDirPath().toStdString();
+    std::vector<double> tools;
+    std::vector<double> own;
+    std::vector<double> least;
+    std::vector<double> ratios;
+    for (int i = 0; i < 16; ++i) {
+        const double t = timedProcess({"/bin/zsh", "-c", "lpstat -p 2>/dev/null; true"}) +
+                         timedProcess({"/bin/zsh", "-c", "lpstat -d 2>/dev/null; true"});
+        const double a = timedProcess({bin + "/first_window"});
+        const double b = timedProcess({bin + "/minimal_window"});
+        if (i == 0)
+            continue;
+        tools.push_back(t);
+        own.push_back(a);
+        least.push_back(b);
+        ratios.push_back((a - t) / b);
+    }
+    printRow("start to first painted window, no queue, less the two tools",
+             "a minimal Qt Widgets window, whole process",
+             milliseconds(quantile(own, 0.5)) + " - " + milliseconds(quantile(tools, 0.5)) + " : " +
+                 milliseconds(quantile(least, 0.5)),
+             quantile(ratios, 0.5), 2, " x");
+}
+
+} // namespace lumivert::bench

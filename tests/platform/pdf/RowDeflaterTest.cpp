@@ -1,0 +1,234 @@
+#include "platform/pdf/RowDeflater.h"
+
+#include "fakes/FakeBitmap.h"
+#include "platform/pdf/DeflateChunk.h"
+#include "platform/pdf/LiteralCoder.h"
+#include "platform/pdf/PdfTestTools.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <zlib.h>
+
+namespace lumivert {
+namespace {
+
+// Rows with the grain of a photo: neighbours differ by a few steps.
+Bytes grainyRows(const RowFormat& format, int grain) {
+    std::mt19937 generator(3);
+    Bytes rows(format.bytesPerRow() * static_cast<std::size_t>(format.size.height));
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const auto random = static_cast<int>(generator() >> 16);
+        rows[i] = static_cast<std::byte>(100 + (grain == 0 ? 0 : random % grain));
+    }
+    return rows;
+}
+
+// What zlib makes of the stream; empty when it is no whole zlib stream, checksum included.
+Bytes inflated(const Bytes& stream, std::size_t length) {
+    Bytes result(length + 1);
+    uLongf size = result.size();
+    uLong used = stream.size();
+    const int status = ::uncompress2(reinterpret_cast<Bytef*>(result.data()), &size,
+                                     reinterpret_cast<const Bytef*>(stream.data()), &used);
+    if (status != Z_OK || used != stream.size())
+        return {};
+    result.resize(size);
+    return result;
+}
+
+// PNG, 9.2, filter type 2, for a whole image.
+Bytes predicted(const RowFormat& format, const Bytes& rows) {
+    const std::size_t rowBytes = format.bytesPerRow();
+    Bytes result;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        if (i % rowBytes == 0)
+            result.push_back(std::byte{2});
+        const int above = i < rowBytes ? 0 : std::to_integer<int>(rows[i - rowBytes]);
+        result.push_back(static_cast<std::byte>(std::to_integer<int>(rows[i]) - above));
+    }
+    return result;
+}
+
+struct Deflated {
+    bool whole = false;
+    Bytes stream;
+};
+
+Deflated deflate(const RowFormat& format, const Bytes& rows, DeflateShape shape,
+                 std::optional<int> breakBefore = std::nullopt) {
+    FakeRowSource source(format, sharedBytes(rows));
+    source.breakBefore = breakBefore;
+    Deflated result;
+    result.whole = deflateRows(
+        source,
+        [&](std::span<const std::byte> piece) {
+            result.stream.insert(result.stream.end(), piece.begin(), piece.end());
+            return true;
+        },
+        shape);
+    return result;
+}
+
+TEST(RowDeflater, zlibReadsItHoweverTheWorkIsDivided) {
+    const RowFormat format{{501, 203}, 3, 8, {}};
+    for (const int grain : {0, 2, 40, 256}) {
+        const Bytes rows = grainyRows(format, grain);
+        const Bytes expected = predicted(format, rows);
+        for (const std::size_t chunkBytes : {1UL, 20'000UL, 100'000UL, 1UL << 20})
+            for (const int workers : {0, 1, 3}) {
+                const Deflated result = deflate(format, rows, {chunkBytes, workers});
+                EXPECT_TRUE(result.whole);
+                EXPECT_TRUE(inflated(result.stream, expected.size()) == expected)
+                    << "grain " << grain << ", chunks of " << chunkBytes << ", " << workers
+                    << " workers";
+            }
+    }
+}
+
+TEST(RowDeflater, theNumberOfWorkersDoesNotChangeTheStream) {
+    const RowFormat format{{501, 203}, 3, 8, {}};
+    const Bytes rows = grainyRows(format, 40);
+    EXPECT_TRUE(deflate(format, rows, {20'000, 0}).stream ==
+                deflate(format, rows, {20'000, 3}).stream);
+}
+
+TEST(RowDeflater, plainAreasTakeNextToNothing) {
+    const RowFormat format{{1000, 1000}, 3, 8, {}};
+    EXPECT_LT(deflate(format, grainyRows(format, 0), {}).stream.size(), 30'000U);
+}
+
+TEST(RowDeflater, grainTakesNoMoreThanItsEntropy) {
+    const RowFormat format{{1000, 1000}, 3, 8, {}};
+    // The difference of two even choices of 16 has 4.86 bits of entropy.
+    EXPECT_LT(deflate(format, grainyRows(format, 16), {}).stream.size(),
+              static_cast<std::size_t>(3'000'000 * 4.95 / 8));
+}
+
+TEST(RowDeflater, rowsThatBreakOffAreNotWhole) {
+    const RowFormat format{{501, 203}, 3, 8, {}};
+    const Bytes rows = grainyRows(format, 40);
+    for (const int workers : {0, 2})
+        for (const int row : {0, 1, 100, 202})
+            EXPECT_FALSE(deflate(format, rows, {20'000, workers}, row).whole) << row;
+}
+
+// Ends without a word before the last row.
+class ShortSource final : public RowSource {
+public:
+    explicit ShortSource(std::size_t atOnce)
+        : m_atOnce(atOnce) {}
+    [[nodiscard]] const RowFormat& format() const override { return m_format; }
+    [[nodiscard]] std::optional<std::size_t> readRows(std::span<std::byte>) override {
+        return ++m_calls < 3 ? m_atOnce : 0;
+    }
+
+private:
+    RowFormat m_format{{10, 10}, 1, 8, {}};
+    std::size_t m_atOnce;
+    int m_calls = 0;
+};
+
+TEST(RowDeflater, tooFewRowsAreNotWhole) {
+    ShortSource source(2);
+    EXPECT_FALSE(deflateRows(source, [](auto) { return true; }));
+}
+
+TEST(RowDeflater, aSourceThatClaimsMoreRowsThanAskedForIsNotBelieved) {
+    ShortSource source(100);
+    EXPECT_FALSE(deflateRows(source, [](auto) { return true; }));
+}
+
+TEST(RowDeflater, aSinkThatRefusesEndsTheWork) {
+    const RowFormat format{{501, 203}, 3, 8, {}};
+    const SharedBytes rows = sharedBytes(grainyRows(format, 40));
+    for (const int workers : {0, 2})
+        for (int allowed = 0; allowed < 12; ++allowed) {
+            FakeRowSource source(format, rows);
+            int calls = 0;
+            EXPECT_FALSE(
+                deflateRows(source, [&](auto) { return calls++ < allowed; }, {30'000, workers}));
+            EXPECT_EQ(calls, allowed + 1);
+        }
+}
+
+TEST(DeflateChunk, subtractsTheRowAbove) {
+    const Bytes rows = {std::byte{1}, std::byte{2}, std::byte{3}, // above
+                        std::byte{5}, std::byte{1}, std::byte{3}, //
+                        std::byte{4}, std::byte{0}, std::byte{255}};
+    Bytes output(8);
+    predictUp(rows, 3, output);
+    EXPECT_EQ(output, (Bytes{std::byte{2}, std::byte{4}, std::byte{255}, std::byte{0}, std::byte{2},
+                             std::byte{255}, std::byte{255}, std::byte{252}}));
+}
+
+TEST(DeflateChunk, codesGrainWithoutASearchForMatches) {
+    const RowFormat format{{1000, 100}, 3, 8, {}};
+    Bytes rows(format.bytesPerRow());
+    const Bytes grain = grainyRows(format, 40);
+    rows.insert(rows.end(), grain.begin(), grain.end());
+    Bytes output;
+    const auto piece = ChunkDeflater().deflate(rows, format.bytesPerRow(), true, output);
+    const Bytes bytes = predicted(format, grain);
+    EXPECT_EQ(piece.length, bytes.size());
+    Bytes expected;
+    const auto coder = LiteralCoder::forBytes(bytes);
+    ASSERT_TRUE(coder);
+    expected.resize(coder->encode(bytes, true, expected));
+    output.resize(piece.size);
+    EXPECT_TRUE(output == expected);
+}
+
+TEST(DeflateChunk, checksumsCombineAsIfTheBytesWereOne) {
+    const auto checksum = [](const Bytes& bytes) {
+        return static_cast<std::uint32_t>(::adler32(1, reinterpret_cast<const Bytef*>(bytes.data()),
+                                                    static_cast<uInt>(bytes.size())));
+    };
+    for (const auto& [first, second] : {std::pair{0UL, 0UL},
+                                        {0UL, 7UL},
+                                        {7UL, 0UL},
+                                        {1UL, 1UL},
+                                        {100'000UL, 65'521UL},
+                                        {3UL, 1'000'003UL}}) {
+        Bytes a = noise(first, 1);
+        const Bytes b = noise(second, 2);
+        const std::uint32_t combined = combineAdler32(checksum(a), checksum(b), b.size());
+        a.insert(a.end(), b.begin(), b.end());
+        EXPECT_EQ(combined, checksum(a)) << first << " " << second;
+    }
+}
+
+TEST(LiteralCoder, leavesPlainAreasToTheSearchForMatches) {
+    EXPECT_FALSE(LiteralCoder::forBytes(Bytes(100'000)));
+    EXPECT_FALSE(LiteralCoder::forBytes(noise(1000)));
+    EXPECT_TRUE(LiteralCoder::forBytes(noise(100'000)));
+}
+
+TEST(LiteralCoder, encodesBytesThatTheSampleDidNotHold) {
+    // 255 stands only where the sample does not look.
+    Bytes bytes = noise(100'000);
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i] &= std::byte{0x7f};
+        if (i % 256 >= 64 && i % 5 == 0)
+            bytes[i] = std::byte{255};
+    }
+    const auto coder = LiteralCoder::forBytes(bytes);
+    ASSERT_TRUE(coder);
+    Bytes output;
+    const std::size_t size = coder->encode(bytes, true, output);
+    z_stream stream{};
+    ASSERT_EQ(::inflateInit2(&stream, -15), Z_OK);
+    Bytes back(bytes.size() + 1);
+    stream.next_in = reinterpret_cast<Bytef*>(output.data());
+    stream.avail_in = static_cast<uInt>(size);
+    stream.next_out = reinterpret_cast<Bytef*>(back.data());
+    stream.avail_out = static_cast<uInt>(back.size());
+    EXPECT_EQ(::inflate(&stream, Z_FINISH), Z_STREAM_END);
+    EXPECT_EQ(stream.avail_in, 0U);
+    back.resize(stream.total_out);
+    ::inflateEnd(&stream);
+    EXPECT_TRUE(back == bytes);
+}
+
+} // namespace
+} // namespace lumivert
