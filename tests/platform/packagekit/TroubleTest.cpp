@@ -143,7 +143,7 @@ TEST_F(TroubleTest, noticesThatTheServiceDiesAtAnyStep) {
         service = std::make_unique<ScriptedPackageKit>(bus.address());
         service->availableVersion = QStringLiteral("1.1");
     }
-    EXPECT_TRUE(std::holds_alternative<AvailableUpdate>(check()))
+    EXPECT_THAT(check(), testing::VariantWith<AvailableUpdate>(testing::_))
         << "started anew, it serves again";
 }
 
@@ -165,7 +165,7 @@ TEST_F(TroubleTest, reportsTheErrorOfAServiceThatThenDied) {
     EXPECT_EQ(outcome(), UpdateCheckOutcome(UpdateFailure{UpdateProblem::noNetwork, "cable"}));
 }
 
-TEST_F(TroubleTest, noticesThatTheBusDiesAndFindsTheNextOne) {
+TEST_F(TroubleTest, noticesThatTheBusDies) {
     checkUntil(QStringLiteral("RefreshCache"));
     bus.stop();
     EXPECT_EQ(problem(outcome()), UpdateProblem::serviceLost);
@@ -266,7 +266,7 @@ TEST_F(TroubleTest, finishesBeforeTheCallIsAnswered) {
         service->finished(path, 1);
         service->answer(path);
     };
-    EXPECT_TRUE(std::holds_alternative<AvailableUpdate>(check()));
+    EXPECT_THAT(check(), testing::VariantWith<AvailableUpdate>(testing::_));
 }
 
 TEST_F(TroubleTest, waitsForAnErrorThatComesAfterTheEnd) {
