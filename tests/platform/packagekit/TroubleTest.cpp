@@ -3,6 +3,7 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QThread>
 #include <gmock/gmock.h>
 
 #include <chrono>
@@ -190,6 +191,19 @@ TEST_F(TroubleTest, hearsNothingMoreOfACancelledCheck) {
     service->finished(*path, 2);
     ASSERT_TRUE(spinUntil([&] { return checked.size() == 2; }));
     spinFor(20ms);
+    EXPECT_THAT(checked, ElementsAre(UpdateCheckOutcome(UpdateCancelled{}),
+                                     UpdateCheckOutcome(UpdateNotNeeded{"1.0"})));
+}
+
+TEST_F(TroubleTest, anAnswerOnItsWayToACancelledCheckIsNotTakenForTheNext) {
+    service->playNetworkManager(1);
+    service->afterProperty = [this] {
+        QThread::msleep(50); // the answer arrives meanwhile, and waits for the event loop
+        engine->cancelCheck();
+        startCheck();
+    };
+    startCheck(UpdateCheckKind::scheduled);
+    ASSERT_TRUE(spinUntil([&] { return checked.size() == 2; }));
     EXPECT_THAT(checked, ElementsAre(UpdateCheckOutcome(UpdateCancelled{}),
                                      UpdateCheckOutcome(UpdateNotNeeded{"1.0"})));
 }

@@ -93,7 +93,7 @@ TEST_F(UpdateCheckTest, offersAnUpdateWhoseChangesCannotBeRead) {
 TEST_F(UpdateCheckTest, leavesAnUpdateAloneThatIsHeldBack) {
     service->scripts["GetUpdates"] = [this](const QString& path) {
         service->answer(path);
-        service->package(path, 9, QStringLiteral("lumivert;1.1;amd64;test"));
+        service->package(path, 9 | 5 << 16, QStringLiteral("lumivert;1.1;amd64;test"));
         service->finished(path, 1);
     };
     EXPECT_EQ(check(), UpdateCheckOutcome(UpdateNotNeeded{"1.0"}));
