@@ -1,6 +1,7 @@
 #include "decoder/ColorGrid.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <new>
 #include <sys/mman.h>
@@ -20,7 +21,7 @@ constexpr std::uint32_t spread(std::uint32_t coordinate, int low, int high) {
 
 // A cell across which a channel changes by more is not interpolated: a table's edge or the gamut's
 // may run through it.
-constexpr std::uint32_t steepest = 3 * 257;
+constexpr std::uint16_t steepest = 3 * 257;
 
 constexpr std::uint32_t packed(std::uint32_t r, std::uint32_t g, std::uint32_t b) {
     return r << 16 | g << 8 | b;
@@ -151,79 +152,84 @@ void ColorGrid::convert8(const std::uint8_t* in, std::uint8_t* out, std::size_t 
     }
 }
 
-void ColorGrid::convert16(const std::uint16_t* in, std::uint8_t* out, std::size_t pixels) const {
-    // A corner of the cell a pixel lies in, and its weight.
-    struct Corner {
-        std::uint32_t color;
-        std::uint32_t weight;
-    };
-    // Sakamoto's tetrahedra: from the cell's low corner along the axes in the order of their
-    // fractions.
-    const auto cornersOf = [this](const std::uint16_t* pixel) {
-        std::array<std::pair<std::uint32_t, std::uint32_t>, 3> steps; // fraction, step
-        std::uint32_t low = 0;
-        for (std::size_t c = 0; c < 3; ++c) {
-            const Position position = m_positions[c][pixel[c]];
-            const int shift = 16 - 8 * static_cast<int>(c);
-            low |= std::uint32_t{position.plane} << shift;
-            steps[c] = {position.fraction, std::uint32_t{1} << shift};
-        }
-        if (steps[0].first < steps[1].first)
-            std::swap(steps[0], steps[1]);
-        if (steps[1].first < steps[2].first)
-            std::swap(steps[1], steps[2]);
-        if (steps[0].first < steps[1].first)
-            std::swap(steps[0], steps[1]);
-        std::array<Corner, 4> corners;
-        std::uint32_t before = 65536;
-        std::uint32_t color = low;
-        for (std::size_t i = 0; i < 3; ++i) {
-            corners[i] = {color, before - steps[i].first};
-            before = steps[i].first;
-            // Without a fraction the axis may be at its last plane; its corner has no weight.
-            if (before > 0)
-                color += steps[i].second;
-        }
-        corners[3] = {color, before};
-        return corners;
-    };
-    const auto valueOf = [this](std::uint32_t color) {
-        return node(color >> 16, color >> 8 & 255, color & 255).load(std::memory_order_relaxed);
-    };
-
-    std::vector<std::uint32_t> missing;
-    for (std::size_t i = 0; i < pixels; ++i)
-        for (const Corner& corner : cornersOf(in + i * 3))
-            if (corner.weight > 0 && valueOf(corner.color) == 0)
-                missing.push_back(corner.color);
-    evaluate(missing);
-
-    const auto channels = static_cast<std::size_t>(m_outChannels);
-    std::vector<std::uint32_t> steep;
-    for (std::size_t i = 0; i < pixels; ++i) {
-        std::array<std::uint64_t, 4> sums{};
-        std::array<std::uint32_t, 4> lowest{65535, 65535, 65535, 65535};
-        std::array<std::uint32_t, 4> highest{};
-        for (const Corner& corner : cornersOf(in + i * 3)) {
-            if (corner.weight == 0)
-                continue;
-            std::uint64_t value = valueOf(corner.color);
-            for (std::size_t c = 0; c < channels; ++c, value >>= 16) {
-                const auto sample = static_cast<std::uint32_t>(value & 0xffff);
-                sums[c] += std::uint64_t{sample} * corner.weight;
-                lowest[c] = std::min(lowest[c], sample);
-                highest[c] = std::max(highest[c], sample);
-            }
-        }
-        bool isSteep = false;
-        for (std::size_t c = 0; c < channels; ++c) {
-            out[i * channels + c] =
-                static_cast<std::uint8_t>(((sums[c] >> 16) * 255 + 32895) >> 16);
-            isSteep = isSteep || highest[c] > lowest[c] + steepest;
-        }
-        if (isSteep)
-            steep.push_back(static_cast<std::uint32_t>(i));
+// Sakamoto's tetrahedra: from the cell's low corner along the axes in the order of their fractions.
+ColorGrid::Corners ColorGrid::cornersOf(const std::uint16_t* pixel) const {
+    std::array<std::pair<std::uint32_t, std::uint32_t>, 3> steps; // fraction, step
+    std::uint32_t color = 0;
+    for (std::size_t c = 0; c < 3; ++c) {
+        const Position position = m_positions[c][pixel[c]];
+        const int shift = 16 - 8 * static_cast<int>(c);
+        color |= std::uint32_t{position.plane} << shift;
+        steps[c] = {position.fraction, std::uint32_t{1} << shift};
     }
+    if (steps[0].first < steps[1].first)
+        std::swap(steps[0], steps[1]);
+    if (steps[1].first < steps[2].first)
+        std::swap(steps[1], steps[2]);
+    if (steps[0].first < steps[1].first)
+        std::swap(steps[0], steps[1]);
+    Corners corners;
+    std::uint32_t before = 65536;
+    for (std::size_t i = 0; i < 3; ++i) {
+        corners.colors[i] = color;
+        corners.weights[i] = before - steps[i].first;
+        before = steps[i].first;
+        // Without a fraction the axis may be at its last plane.
+        if (before > 0)
+            color += steps[i].second;
+    }
+    corners.colors[3] = color;
+    corners.weights[3] = before;
+    return corners;
+}
+
+ColorGrid::Found ColorGrid::interpolate(const std::uint16_t* pixel, std::uint8_t* out) const {
+    const Corners corners = cornersOf(pixel);
+    // Two sums of 32 bits side by side in each: the weights add up to 65536, so that neither runs
+    // over into the other.
+    constexpr std::uint64_t lanes = 0x0000ffff0000ffff;
+    std::uint64_t even = 0;
+    std::uint64_t odd = 0;
+    Samples lowest{};
+    Samples highest{};
+    for (std::size_t i = 0; i < 4; ++i) {
+        const std::uint32_t color = corners.colors[i];
+        const std::uint64_t value =
+            node(color >> 16, color >> 8 & 255, color & 255).load(std::memory_order_relaxed);
+        if (value == 0)
+            return Found::missing;
+        even += (value & lanes) * corners.weights[i];
+        odd += (value >> 16 & lanes) * corners.weights[i];
+        const auto samples = std::bit_cast<Samples>(value);
+        lowest = i == 0 || samples < lowest ? samples : lowest;
+        highest = i == 0 || samples > highest ? samples : highest;
+    }
+    store((even >> 16 & lanes) | (odd & ~lanes), out);
+    const auto isSteep = std::bit_cast<std::uint64_t>(highest - lowest > steepest);
+    return isSteep ? Found::steep : Found::interpolated;
+}
+
+void ColorGrid::convert16(const std::uint16_t* in, std::uint8_t* out, std::size_t pixels) const {
+    const auto channels = static_cast<std::size_t>(m_outChannels);
+    std::vector<std::uint32_t> late;
+    std::vector<std::uint32_t> steep;
+    std::vector<std::uint32_t> missing;
+    for (std::size_t i = 0; i < pixels; ++i) {
+        const Found found = interpolate(in + i * 3, out + i * channels);
+        if (found == Found::steep)
+            steep.push_back(static_cast<std::uint32_t>(i));
+        if (found == Found::missing) {
+            late.push_back(static_cast<std::uint32_t>(i));
+            for (const std::uint32_t color : cornersOf(in + i * 3).colors)
+                if (node(color >> 16, color >> 8 & 255, color & 255)
+                        .load(std::memory_order_relaxed) == 0)
+                    missing.push_back(color);
+        }
+    }
+    evaluate(missing);
+    for (const std::uint32_t i : late)
+        if (interpolate(in + std::size_t{i} * 3, out + i * channels) == Found::steep)
+            steep.push_back(i);
     convertExactly(in, out, steep);
 }
 

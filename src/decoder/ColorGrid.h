@@ -40,6 +40,17 @@ private:
         std::uint16_t fraction = 0; // of 65536, towards the next plane
     };
 
+    // A tetrahedron's corners and their weights of 65536.
+    struct Corners {
+        std::array<std::uint32_t, 4> colors;
+        std::array<std::uint32_t, 4> weights;
+    };
+    enum class Found { interpolated, steep, missing };
+    // A node's four values; compared and subtracted all at once.
+    typedef std::uint16_t Samples __attribute__((vector_size(8)));
+
+    [[nodiscard]] Corners cornersOf(const std::uint16_t* pixel) const;
+    Found interpolate(const std::uint16_t* pixel, std::uint8_t* out) const;
     void convert8(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels) const;
     void convert16(const std::uint16_t* in, std::uint8_t* out, std::size_t pixels) const;
     void convertExactly(const std::uint16_t* in, std::uint8_t* out,

@@ -29,6 +29,11 @@ public:
         QString summary;
         [[nodiscard]] QString name() const { return id.section(u';', 0, 0); }
         [[nodiscard]] QString version() const { return id.section(u';', 1, 1); }
+        /// Whether it is installed and no repository has it: with apt, its origin is then "local",
+        /// after "manual:" or "auto:" (observed with 1.2.6).
+        [[nodiscard]] bool isLocal() const {
+            return id.section(u';', 3).section(u':', -1) == QLatin1String("local");
+        }
     };
 
     struct Result {

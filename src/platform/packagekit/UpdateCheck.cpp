@@ -65,6 +65,7 @@ void UpdateCheck::findInstalled() {
                 finish(UpdateFailure{UpdateProblem::notFromRepository, {}});
             } else {
                 m_installedVersion = installed->version();
+                m_isLocal = installed->isLocal();
                 if (m_localOnly)
                     findUpdate();
                 else
@@ -108,6 +109,9 @@ void UpdateCheck::findUpdate() {
                 readChanges(found->id);
             } else if (m_refreshFailure) {
                 finish(*m_refreshFailure);
+            } else if (m_isLocal) {
+                // Nobody who could offer a newer version knows this one.
+                finish(UpdateFailure{UpdateProblem::notFromRepository, {}});
             } else {
                 finish(UpdateNotNeeded{m_installedVersion.toStdString()});
             }

@@ -50,6 +50,7 @@ private:
     std::function<void(const UpdateCheckOutcome&)> m_onDone;
     std::unique_ptr<PackageKitTransaction> m_transaction;
     QString m_installedVersion;
+    bool m_isLocal = false;
     AvailableUpdate m_found;
     std::optional<UpdateFailure> m_refreshFailure;
 };

@@ -20,6 +20,11 @@ namespace {
 
 constexpr int socketFd = protocol::controlDescriptor;
 
+void crash() {
+    std::signal(SIGSEGV, SIG_DFL); // no report of a sanitizer's
+    ::raise(SIGSEGV);
+}
+
 [[noreturn]] void hang() {
     for (;;)
         ::pause();
@@ -54,7 +59,7 @@ void answerLoad(const std::string& word) {
     std::size_t size = 16;
     bool sealed = true;
     if (word == "crash")
-        ::raise(SIGSEGV);
+        crash();
     if (word == "exit")
         std::_Exit(0);
     if (word == "hang")
@@ -130,7 +135,7 @@ void answerRows(const std::string& word, int pipe) {
     answer.channels = 3;
     answer.bitsPerComponent = 8;
     if (word == "rowscrash")
-        ::raise(SIGSEGV);
+        crash();
     if (word == "rowsrefused")
         answer.done = 0;
     if (word == "rowswidth")

@@ -2,10 +2,12 @@
 
 #include "PrivateBus.h"
 #include "ScriptedPackageKit.h"
+#include "fakes/PrintUpdates.h"
 #include "platform/packagekit/PackageKitEngine.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>

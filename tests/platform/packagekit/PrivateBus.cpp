@@ -1,8 +1,6 @@
 #include "PrivateBus.h"
 
-#include <QFile>
-#include <QThread>
-
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -31,17 +29,24 @@ PrivateBus::PrivateBus() {
         << R"(<allow own="*"/><allow user="*"/></policy></busconfig>)";
 
     const std::string option = "--config-file=" + configuration;
+    std::array<int, 2> ready{};
+    if (::pipe2(ready.data(), O_CLOEXEC) != 0)
+        throw std::runtime_error("no pipe for the bus");
     m_pid = ::fork();
     if (m_pid == 0) {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);                   // also when the test crashes
         ::dup2(::open("/dev/null", O_WRONLY), STDERR_FILENO); // it grumbles about limits
+        ::dup2(ready[1], STDOUT_FILENO);
         ::execl("/usr/bin/dbus-daemon", "dbus-daemon", option.c_str(), "--nofork", "--nopidfile",
-                "--nosyslog", nullptr);
+                "--nosyslog", "--print-address=1", nullptr);
         ::_exit(127);
     }
-    for (int i = 0; i < 1000 && !std::filesystem::exists(socket); ++i)
-        QThread::msleep(5);
-    if (!std::filesystem::exists(socket))
+    ::close(ready[1]);
+    // It prints its address once it listens; the socket file is there a moment earlier.
+    std::array<char, 256> line{};
+    const auto length = ::read(ready[0], line.data(), line.size());
+    ::close(ready[0]);
+    if (length <= 0)
         throw std::runtime_error("dbus-daemon did not start");
 }
 

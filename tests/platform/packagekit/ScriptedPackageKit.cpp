@@ -92,7 +92,10 @@ bool ScriptedPackageKit::handleProperty(const QDBusMessage& message,
         value = *m_metered;
     else
         return false;
-    return connection.send(message.createReply(QVariant::fromValue(QDBusVariant(value))));
+    connection.send(message.createReply(QVariant::fromValue(QDBusVariant(value))));
+    if (const auto copy = afterProperty)
+        copy();
+    return true;
 }
 
 bool ScriptedPackageKit::handleMessage(const QDBusMessage& message,

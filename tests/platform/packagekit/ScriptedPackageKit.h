@@ -37,6 +37,7 @@ public:
 
     // Scripts, by role.
     std::map<QString, Script> scripts;
+    std::function<void()> afterProperty; ///< once a property has been told
     /// Replaces the answer to CreateTransaction: the name of an error, or "silence".
     QString createError;
 

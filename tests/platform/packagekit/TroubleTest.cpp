@@ -3,6 +3,7 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QThread>
 #include <gmock/gmock.h>
 
 #include <chrono>
@@ -143,7 +144,7 @@ TEST_F(TroubleTest, noticesThatTheServiceDiesAtAnyStep) {
         service = std::make_unique<ScriptedPackageKit>(bus.address());
         service->availableVersion = QStringLiteral("1.1");
     }
-    EXPECT_TRUE(std::holds_alternative<AvailableUpdate>(check()))
+    EXPECT_THAT(check(), testing::VariantWith<AvailableUpdate>(testing::_))
         << "started anew, it serves again";
 }
 
@@ -165,7 +166,7 @@ TEST_F(TroubleTest, reportsTheErrorOfAServiceThatThenDied) {
     EXPECT_EQ(outcome(), UpdateCheckOutcome(UpdateFailure{UpdateProblem::noNetwork, "cable"}));
 }
 
-TEST_F(TroubleTest, noticesThatTheBusDiesAndFindsTheNextOne) {
+TEST_F(TroubleTest, noticesThatTheBusDies) {
     checkUntil(QStringLiteral("RefreshCache"));
     bus.stop();
     EXPECT_EQ(problem(outcome()), UpdateProblem::serviceLost);
@@ -190,6 +191,19 @@ TEST_F(TroubleTest, hearsNothingMoreOfACancelledCheck) {
     service->finished(*path, 2);
     ASSERT_TRUE(spinUntil([&] { return checked.size() == 2; }));
     spinFor(20ms);
+    EXPECT_THAT(checked, ElementsAre(UpdateCheckOutcome(UpdateCancelled{}),
+                                     UpdateCheckOutcome(UpdateNotNeeded{"1.0"})));
+}
+
+TEST_F(TroubleTest, anAnswerOnItsWayToACancelledCheckIsNotTakenForTheNext) {
+    service->playNetworkManager(1);
+    service->afterProperty = [this] {
+        QThread::msleep(50); // the answer arrives meanwhile, and waits for the event loop
+        engine->cancelCheck();
+        startCheck();
+    };
+    startCheck(UpdateCheckKind::scheduled);
+    ASSERT_TRUE(spinUntil([&] { return checked.size() == 2; }));
     EXPECT_THAT(checked, ElementsAre(UpdateCheckOutcome(UpdateCancelled{}),
                                      UpdateCheckOutcome(UpdateNotNeeded{"1.0"})));
 }
@@ -266,7 +280,7 @@ TEST_F(TroubleTest, finishesBeforeTheCallIsAnswered) {
         service->finished(path, 1);
         service->answer(path);
     };
-    EXPECT_TRUE(std::holds_alternative<AvailableUpdate>(check()));
+    EXPECT_THAT(check(), testing::VariantWith<AvailableUpdate>(testing::_));
 }
 
 TEST_F(TroubleTest, waitsForAnErrorThatComesAfterTheEnd) {

@@ -67,7 +67,7 @@ TEST_F(UpdateCheckTest, readsPackagesThatAreToldTogether) {
         service->packages(path, 5 | 5 << 16, service->availableId());
         service->finished(path, 1);
     };
-    EXPECT_TRUE(std::holds_alternative<AvailableUpdate>(check()));
+    EXPECT_THAT(check(), testing::VariantWith<AvailableUpdate>(testing::_));
 }
 
 TEST_F(UpdateCheckTest, showsTheChangelogWhenThereIsNoOtherText) {
@@ -93,7 +93,7 @@ TEST_F(UpdateCheckTest, offersAnUpdateWhoseChangesCannotBeRead) {
 TEST_F(UpdateCheckTest, leavesAnUpdateAloneThatIsHeldBack) {
     service->scripts["GetUpdates"] = [this](const QString& path) {
         service->answer(path);
-        service->package(path, 9, QStringLiteral("lumivert;1.1;amd64;test"));
+        service->package(path, 9 | 5 << 16, QStringLiteral("lumivert;1.1;amd64;test"));
         service->finished(path, 1);
     };
     EXPECT_EQ(check(), UpdateCheckOutcome(UpdateNotNeeded{"1.0"}));
@@ -103,6 +103,18 @@ TEST_F(UpdateCheckTest, saysSoWhenThePackageIsNotInstalled) {
     service->installedVersion.clear();
     EXPECT_EQ(problem(check()), UpdateProblem::notFromRepository);
     EXPECT_THAT(calls(), ElementsAre("Resolve"));
+}
+
+TEST_F(UpdateCheckTest, saysSoWhenNoRepositoryHasTheInstalledPackage) {
+    service->scripts["Resolve"] = [this](const QString& path) {
+        service->answer(path);
+        service->package(path, 1, QStringLiteral("lumivert;1.0;amd64;manual:local"));
+        service->finished(path, 1);
+    };
+    EXPECT_EQ(problem(check()), UpdateProblem::notFromRepository);
+    service->availableVersion = QStringLiteral("1.1");
+    EXPECT_THAT(check(), testing::VariantWith<AvailableUpdate>(testing::_))
+        << "the version before the newest may be in no repository any more";
 }
 
 TEST_F(UpdateCheckTest, doesNotTakeAnAvailablePackageForAnInstalledOne) {
@@ -122,7 +134,7 @@ TEST_F(UpdateCheckTest, findsAnUpdateThoughARepositoryCannotBeRead) {
         service->errorCode(path, 64, QStringLiteral("E: another repository"));
         service->finished(path, 2);
     };
-    EXPECT_TRUE(std::holds_alternative<AvailableUpdate>(check()));
+    EXPECT_THAT(check(), testing::VariantWith<AvailableUpdate>(testing::_));
 }
 
 TEST_F(UpdateCheckTest, doesNotSayUpToDateWhenARepositoryCannotBeRead) {
@@ -158,7 +170,7 @@ TEST_F(UpdateCheckTest, reportsWhatItWaitsFor) {
 TEST_F(UpdateCheckTest, checksOneAfterTheOther) {
     check();
     service->availableVersion = QStringLiteral("1.1");
-    EXPECT_TRUE(std::holds_alternative<AvailableUpdate>(check()));
+    EXPECT_THAT(check(), testing::VariantWith<AvailableUpdate>(testing::_));
 }
 
 TEST_F(UpdateCheckTest, mayAskForAPasswordWhenAPersonWaits) {
@@ -169,7 +181,8 @@ TEST_F(UpdateCheckTest, mayAskForAPasswordWhenAPersonWaits) {
 TEST_F(UpdateCheckTest, neverAsksForAPasswordOnSchedule) {
     service->playNetworkManager(2);
     service->availableVersion = QStringLiteral("1.1");
-    EXPECT_TRUE(std::holds_alternative<AvailableUpdate>(check(UpdateCheckKind::scheduled)));
+    EXPECT_THAT(check(UpdateCheckKind::scheduled),
+                testing::VariantWith<AvailableUpdate>(testing::_));
     for (const char* role : {"Resolve", "RefreshCache", "GetUpdates", "GetUpdateDetail"})
         EXPECT_THAT(hints(role), ElementsAre("interactive=false", "background=true")) << role;
 }
@@ -191,7 +204,8 @@ TEST_F(UpdateCheckTest, looksAtWhatIsFetchedAlreadyWhenARefreshNeedsAPassword) {
         service->errorCode(path, 48, {});
         service->finished(path, 2);
     };
-    EXPECT_TRUE(std::holds_alternative<AvailableUpdate>(check(UpdateCheckKind::scheduled)));
+    EXPECT_THAT(check(UpdateCheckKind::scheduled),
+                testing::VariantWith<AvailableUpdate>(testing::_));
     EXPECT_EQ(problem(check()), UpdateProblem::notAuthorized);
 }
 
@@ -229,7 +243,8 @@ TEST_F(UpdateCheckTest, fetchesNothingOnANetworkOfUnknownPrice) {
     for (const uint state : {0U, 2U, 4U}) {
         service->networkState = state;
         service->calls.clear();
-        EXPECT_TRUE(std::holds_alternative<AvailableUpdate>(check(UpdateCheckKind::scheduled)));
+        EXPECT_THAT(check(UpdateCheckKind::scheduled),
+                    testing::VariantWith<AvailableUpdate>(testing::_));
         EXPECT_THAT(calls(), ElementsAre("Resolve", "GetUpdates")) << state;
         EXPECT_THAT(hints("GetUpdates"), Contains("cache-age=4294967295"));
     }
