@@ -221,7 +221,7 @@ PhotoPyramid::PhotoPyramid(std::shared_ptr<const ScreenRendition> rendition)
     : m_rendition(std::move(rendition))
     , m_levels{wrap(m_rendition)} {}
 
-const QImage& PhotoPyramid::levelFor(QSizeF size, double factor) {
+QImage PhotoPyramid::levelFor(QSizeF size, double factor) {
     const double width = size.width() * factor;
     const double height = size.height() * factor;
     std::size_t level = 0;

@@ -20,7 +20,7 @@ public:
 
     /// The smallest level that is at least `factor` times as large as `size` both ways; the full
     /// size where none is.
-    [[nodiscard]] const QImage& levelFor(QSizeF size, double factor);
+    [[nodiscard]] QImage levelFor(QSizeF size, double factor);
 
     [[nodiscard]] const std::shared_ptr<const ScreenRendition>& rendition() const {
         return m_rendition;
