@@ -1,6 +1,7 @@
 #include "app/LumivertApp.h"
 
 #include "fakes/FakePlatform.h"
+#include "fakes/FakeUpdates.h"
 #include "manager/PrintManager.h"
 
 #include <QTest>
@@ -12,8 +13,12 @@ namespace {
 class LumivertAppTest : public testing::Test {
 protected:
     fakes::FakePlatform fakes;
+    fakes::FakeUpdateEngine updateEngine;
+    fakes::FakeUpdateWindow updateWindow;
+    fakes::FakeUpdateClock updateClock;
     int painted = 0;
     LumivertApp app{{.platform = fakes.platform,
+                     .updates = {updateEngine, updateWindow, updateClock, fakes.preferences},
                      .providersOf = [](const QMimeData&) { return ItemProviders(); },
                      .firstWindowPainted = [this] { ++painted; }}};
 };

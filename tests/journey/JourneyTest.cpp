@@ -13,6 +13,7 @@
 #include <QDropEvent>
 #include <QFileDialog>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMimeData>
 #include <QPushButton>
 #include <QSlider>
@@ -232,6 +233,24 @@ TEST_F(Journey, goesFromFileToPaper) {
     EXPECT_EQ(manager().presets->front().paperSizeID, "A3");
     EXPECT_EQ(manager().margins->top, 5);
     EXPECT_EQ(manager().image.get(), nullptr);
+}
+
+TEST_F(Journey, checksForUpdatesFromTheApplicationMenu) {
+    start();
+    QStringList items;
+    QAction* check = nullptr;
+    for (auto* item : m_app->window()->applicationMenu()->actions()) {
+        items << item->text();
+        if (item->text() == QStringLiteral("Check for Updates…"))
+            check = item;
+    }
+    ASSERT_NE(check, nullptr);
+    EXPECT_EQ(items.value(0), QStringLiteral("About Lumivert"));
+    EXPECT_EQ(items.value(1), check->text());
+    ASSERT_TRUE(waitFor([&] { return check->isEnabled(); }));
+    check->trigger();
+    EXPECT_EQ(m_world.updateEngine.checks.size(), 1U);
+    EXPECT_TRUE(waitFor([&] { return !check->isEnabled(); }));
 }
 
 TEST_F(Journey, keepsWhatWasLoadedWhenTheFileGoes) {

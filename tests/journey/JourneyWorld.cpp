@@ -15,9 +15,10 @@ Platform JourneyWorld::platform() {
 }
 
 AppServices JourneyWorld::appServices() {
-    return {.platform = platform(), .providersOf = itemProviders, .firstWindowPainted = [this] {
-                images.prepareSpare();
-            }};
+    return {.platform = platform(),
+            .updates = {updateEngine, updateWindow, updateClock, preferences},
+            .providersOf = itemProviders,
+            .firstWindowPainted = [this] { images.prepareSpare(); }};
 }
 
 } // namespace lumivert

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/LumivertApp.h"
+#include "fakes/FakeUpdates.h"
 #include "platform/DesktopServices.h"
 #include "platform/decoder/DecoderClient.h"
 #include "platform/lcms/LcmsColorSpaceFactory.h"
@@ -27,8 +28,9 @@ public:
     std::vector<std::string> opened;
 };
 
-/// The real services, with two differences: PPDs are read from `ppdFolder`, and files go to the
-/// test instead of the desktop's viewer. Preferences lie in `folder`.
+/// The real services, with three differences: PPDs are read from `ppdFolder`, files go to the test
+/// instead of the desktop's viewer, and no package service is asked for updates. Preferences lie in
+/// `folder`.
 struct JourneyWorld {
     JourneyWorld(const TemporaryFolder& folder, const std::string& ppdFolder);
 
@@ -42,6 +44,9 @@ struct JourneyWorld {
     RecordedViewer viewer;
     PosixUuidSource uuids;
     PosixConsole console;
+    fakes::FakeUpdateEngine updateEngine;
+    fakes::FakeUpdateWindow updateWindow;
+    fakes::FakeUpdateClock updateClock;
     QtDispatcher dispatcher;
 
     [[nodiscard]] Platform platform();
