@@ -10,6 +10,7 @@
 #include "views/controls/Presentation.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QFile>
@@ -27,11 +28,12 @@ namespace lumivert {
 
 namespace {
 
-/// Where the current photo lies, else where the desktop keeps pictures.
+/// Where the current photo lies, else where the desktop keeps pictures, else the user's folder.
 QString startFolder(const PrintManager& pm) {
     if (const auto& url = pm.imageURL.get())
         return QFileInfo(QFile::decodeName(QByteArray::fromStdString(url->path()))).path();
-    return QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
+    const QString pictures = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
+    return QFileInfo(pictures).isDir() ? pictures : QDir::homePath();
 }
 
 } // namespace

@@ -42,6 +42,7 @@ QFileDialog* makeOpenImageDialog(QWidget* window, const QString& folder) {
     auto* dialog = new QFileDialog(window, translated("Open Image"), folder);
     dialog->setFileMode(QFileDialog::ExistingFile);
     dialog->setAcceptMode(QFileDialog::AcceptOpen);
+    dialog->setOption(QFileDialog::HideNameFilterDetails);
     dialog->setNameFilters(imageNameFilters());
     return dialog;
 }

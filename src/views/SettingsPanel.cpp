@@ -84,11 +84,11 @@ SettingsPanel::SettingsPanel(PrintManager& pm, QWidget* parent)
     auto* layout = new QVBoxLayout(page);
     layout->setContentsMargins(padding, padding, 0, padding);
     layout->addWidget(content, 1, Qt::AlignLeft);
-    setWidget(page);
-
     alignPickerLabels(page);
-    presentSavePreset();
+    // What is hidden is so before it is first laid out: that costs as much as what is shown.
     keepFresh(page, pm);
+    setWidget(page);
+    presentSavePreset();
 }
 
 void SettingsPanel::reactToPrinter() {

@@ -36,12 +36,20 @@ Picker::Picker(std::function<std::vector<PickerItem>()> items, Binding<std::stri
     , m_items(std::move(items))
     , m_selection(std::move(selection)) {
     AccessiblePicker::install();
-    setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-    setMinimumContentsLength(6);
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     setFocusPolicy(Qt::StrongFocus); // not by the wheel
     setMaxVisibleItems(20);
     connect(this, &QComboBox::activated, this, &Picker::choose);
+}
+
+QSize Picker::sizeHint() const {
+    constexpr int leastCharacters = 6;
+    const QFontMetrics metrics = fontMetrics();
+    QStyleOptionComboBox option;
+    initStyleOption(&option);
+    return style()->sizeFromContents(
+        QStyle::CT_ComboBox, &option,
+        {metrics.averageCharWidth() * leastCharacters, std::max(metrics.height(), 14) + 2}, this);
 }
 
 void Picker::refresh() {
