@@ -236,6 +236,10 @@ std::string PrivateScheduler::photoPpd() {
     return LUMIVERT_TEST_SUPPORT_FOLDER "/ppd/photo.ppd";
 }
 
+std::string PrivateScheduler::rasterPpd() {
+    return LUMIVERT_TEST_SUPPORT_FOLDER "/ppd/raster.ppd";
+}
+
 std::string PrivateScheduler::outputFile(const std::string& queue) const {
     return m_folder / ("output/" + queue);
 }

@@ -60,6 +60,9 @@ public:
     /// A photo printer that takes PDF as it comes: A4, A4.Fullbleed, A3, Letter, 4x6 and
     /// 4x6.Fullbleed, media types Glossy and Plain.
     [[nodiscard]] static std::string photoPpd();
+    /// A photo printer whose driver takes CUPS raster, a pixel a point: 4x6 without margins, media
+    /// type Glossy; the option ColorModel sets the pixels: RGB, Gray or CMYK of 8 bits.
+    [[nodiscard]] static std::string rasterPpd();
 
 private:
     void writeConfiguration() const;
