@@ -15,6 +15,7 @@ AppServices BenchWorld::appServices() {
     const Platform& p = real.platform;
     return {.platform = {m_processes, p.files, p.preferences, p.images, p.colorSpaces, p.pdf,
                          p.dispatcher, m_viewer, p.uuids, p.console},
+            .updates = real.updates,
             .providersOf = real.providersOf,
             .firstWindowPainted = real.firstWindowPainted};
 }

@@ -7,6 +7,7 @@
 #include "views/PaperPreview.h"
 
 #include <QApplication>
+#include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QElapsedTimer>
 #include <QMimeData>
@@ -45,6 +46,8 @@ Seconds dropToPreview(const std::string& photo) {
     QMimeData mime;
     mime.setUrls({QUrl::fromLocalFile(QString::fromStdString(photo))});
     return timed([&] {
+        QDragEnterEvent enter({50, 50}, Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(app.window(), &enter);
         QDropEvent drop({50, 50}, Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(app.window(), &drop);
         PaintWatch watch;

@@ -1,8 +1,10 @@
 #include "app/LumivertApp.h"
 
+#include "app/updates/CheckForUpdatesView.h"
 #include "manager/PrintManager.h"
 
 #include <QEvent>
+#include <QMenu>
 #include <QTimer>
 
 #include <utility>
@@ -39,7 +41,8 @@ private:
 } // namespace
 
 LumivertApp::LumivertApp(AppServices services)
-    : m_services(std::move(services)) {}
+    : m_services(std::move(services))
+    , m_updaterController(/*startingUpdater=*/true, m_services.updates) {}
 
 LumivertApp::~LumivertApp() = default;
 
@@ -47,9 +50,17 @@ void LumivertApp::openWindow() {
     m_printManager = std::make_unique<PrintManager>(m_services.platform);
     m_window = std::make_unique<ContentView>(*m_printManager, m_services.platform.dispatcher,
                                              m_services.providersOf);
+    addUpdateItem();
     if (m_services.firstWindowPainted)
         new FirstPaint(m_window.get(), m_services.firstWindowPainted);
     m_window->show();
+}
+
+void LumivertApp::addUpdateItem() {
+    QMenu* menu = m_window->applicationMenu();
+    QAction* behindAbout = menu->actions().value(1);
+    menu->insertAction(behindAbout, new CheckForUpdatesView(m_updaterController.updater(),
+                                                            m_services.platform.dispatcher, menu));
 }
 
 } // namespace lumivert

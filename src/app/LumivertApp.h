@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Platform.h"
+#include "platform/updates/SPUStandardUpdaterController.h"
 #include "views/ContentView.h"
 
 #include <functional>
@@ -13,13 +14,14 @@ class PrintManager;
 /// What the application is given. Everything referred to outlives it.
 struct AppServices {
     Platform platform;
+    UpdateServices updates;
     ContentView::ProvidersOf providersOf;
     /// Called once, when the first window has been painted.
     std::function<void()> firstWindowPainted;
 };
 
-/// The application: one PrintManager, made when the first window is, and the window. Needs the
-/// QApplication; main thread.
+/// The application: the update controller, started at once; one PrintManager, made when the first
+/// window is; and the window. Needs the QApplication; main thread.
 class LumivertApp {
 public:
     explicit LumivertApp(AppServices services);
@@ -34,7 +36,10 @@ public:
     [[nodiscard]] ContentView* window() const { return m_window.get(); }
 
 private:
+    void addUpdateItem();
+
     AppServices m_services;
+    SPUStandardUpdaterController m_updaterController;
     std::unique_ptr<PrintManager> m_printManager;
     std::unique_ptr<ContentView> m_window;
 };

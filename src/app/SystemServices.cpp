@@ -1,7 +1,9 @@
 #include "app/SystemServices.h"
 
+#include "app/updates/UpdateDialog.h"
 #include "platform/decoder/DecoderClient.h"
 #include "platform/lcms/LcmsColorSpaceFactory.h"
+#include "platform/packagekit/PackageKitEngine.h"
 #include "platform/pdf/PdfFileContextFactory.h"
 #include "platform/posix/PosixConsole.h"
 #include "platform/posix/PosixFileSystem.h"
@@ -12,6 +14,7 @@
 #include "platform/qt/QtDesktopServices.h"
 #include "platform/qt/QtDispatcher.h"
 #include "platform/qt/QtPreferencesStore.h"
+#include "platform/qt/QtUpdateClock.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -55,6 +58,9 @@ struct SystemServices::Owned {
     QtDesktopServices desktop;
     PosixUuidSource uuids;
     PosixConsole console;
+    UpdateDialog updateDialog;
+    QtUpdateClock updateClock;
+    PackageKitEngine updateEngine{"lumivert"};
     // Its background tasks use the others: it goes first.
     QtDispatcher dispatcher;
 };
@@ -66,11 +72,13 @@ SystemServices::~SystemServices() = default;
 
 AppServices SystemServices::appServices() {
     Owned& owned = *m_owned;
-    return {.platform = {owned.processes, owned.files, owned.preferences, owned.images,
-                         owned.colorSpaces, owned.pdf, owned.dispatcher, owned.desktop, owned.uuids,
-                         owned.console},
-            .providersOf = itemProviders,
-            .firstWindowPainted = [&owned] { owned.decoder.prepareSpare(); }};
+    return {
+        .platform = {owned.processes, owned.files, owned.preferences, owned.images,
+                     owned.colorSpaces, owned.pdf, owned.dispatcher, owned.desktop, owned.uuids,
+                     owned.console},
+        .updates = {owned.updateEngine, owned.updateDialog, owned.updateClock, owned.preferences},
+        .providersOf = itemProviders,
+        .firstWindowPainted = [&owned] { owned.decoder.prepareSpare(); }};
 }
 
 } // namespace lumivert

@@ -2,12 +2,32 @@
 #include "app/SystemServices.h"
 
 #include <QApplication>
+#include <QThreadPool>
 
 #include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+// A file opened later must not become standard output, which takes a line at each print.
+void openStandardDescriptors() {
+    int descriptor = 0;
+    do
+        descriptor = ::open("/dev/null", O_RDWR);
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    if (descriptor > STDERR_FILENO)
+        ::close(descriptor);
+}
+
+} // namespace
 
 int main(int argc, char** argv) {
-    // A decoder that dies while it is written to is an image that does not decode.
+    openStandardDescriptors();
+    // A decoder that dies while it is written to is an image that does not decode, and a page that
+    // outgrows a limit is one that could not be created.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
 
     QApplication application(argc, argv);
     QApplication::setApplicationDisplayName(QStringLiteral("Lumivert"));
@@ -17,5 +37,8 @@ int main(int argc, char** argv) {
     lumivert::SystemServices services;
     lumivert::LumivertApp app(services.appServices());
     app.openWindow();
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    // A drop that is still being read hands its file to the dispatcher, which goes with `services`.
+    QThreadPool::globalInstance()->waitForDone();
+    return status;
 }

@@ -64,11 +64,12 @@ VImage fromLab(const VImage& image) {
         firstBands(image.colourspace(VIPS_INTERPRETATION_LAB).cast(VIPS_FORMAT_FLOAT), 3);
     const Profile from(cmsCreateLab4Profile(nullptr));
     const Profile to = openProfile(wideGamutBytes());
-    auto transform =
-        ColorTransform::create(from, {3, 32, true}, to, {3, 16}, INTENT_RELATIVE_COLORIMETRIC);
+    const PixelLayout out{3, 16};
+    auto transform = ColorTransform::create({&from, &to, nullptr, INTENT_RELATIVE_COLORIMETRIC},
+                                            {3, 32, true}, out);
     if (!transform)
         throw std::runtime_error("no way from CIELAB");
-    return ColorTransform::apply(std::move(transform), lab);
+    return ColorTransform::apply(std::move(transform), out, lab);
 }
 
 VImage fromFloat(const VImage& image, bool isLinear) {

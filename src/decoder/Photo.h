@@ -42,7 +42,7 @@ struct Photo {
 struct OpenOptions {
     /// The longer edge that the pixels must at least keep, when the photo has it; nothing for the
     /// natural resolution.
-    std::optional<int> screenEdge;
+    std::optional<int> screenEdge = std::nullopt;
     /// 0: find it.
     double rawWhite = 0;
 };

@@ -39,14 +39,16 @@ VImage screenRendition(const Photo& photo, int screenEdge, const std::optional<P
     if (!paper && channels == 3 && photo.bits() == 8 && photo.profile.empty())
         return image;
     const Profile from = sourceProfile(photo.profile, channels);
-    const PixelLayout in{channels, photo.bits()};
-    auto transform =
-        paper
-            ? ColorTransform::createProof(from, in, openProfile(paper->profile), paper->intent)
-            : ColorTransform::create(from, in, srgbProfile(), {3, 8}, INTENT_RELATIVE_COLORIMETRIC);
+    const Profile screen = srgbProfile();
+    const Profile through = paper ? openProfile(paper->profile) : nullptr;
+    const ColorRoute route =
+        paper ? ColorRoute{&from, &screen, &through, paper->intent}
+              : ColorRoute{&from, &screen, nullptr, INTENT_RELATIVE_COLORIMETRIC};
+    const PixelLayout out{3, 8};
+    auto transform = ColorTransform::create(route, {channels, photo.bits()}, out);
     if (!transform)
         throw std::runtime_error("no way from the photo's colours to the screen");
-    return ColorTransform::apply(std::move(transform), image);
+    return ColorTransform::apply(std::move(transform), out, image);
 }
 
 void writeWords(const VImage& rendition, std::uint32_t* pixels) {

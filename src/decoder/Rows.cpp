@@ -39,12 +39,12 @@ Rows photoRows(const Photo& photo, PixelRect crop, const std::optional<Paper>& t
         const PixelLayout out{to ? channelsOf(to) : 0, 8};
         if (out.channels == 0)
             throw std::runtime_error("the target is no profile of a device");
-        auto transform =
-            ColorTransform::create(sourceProfile(photo.profile, rows.channels),
-                                   {rows.channels, rows.bits}, to, out, target->intent);
+        const Profile from = sourceProfile(photo.profile, rows.channels);
+        auto transform = ColorTransform::create({&from, &to, nullptr, target->intent},
+                                                {rows.channels, rows.bits}, out);
         if (!transform)
             throw std::runtime_error("no way into the target");
-        rows.pixels = ColorTransform::apply(std::move(transform), rows.pixels);
+        rows.pixels = ColorTransform::apply(std::move(transform), out, rows.pixels);
         rows.channels = out.channels;
         rows.bits = out.bits;
     }

@@ -63,6 +63,10 @@ std::optional<Photo> openWithVips(std::span<const std::byte> bytes, const OpenOp
     if (options.screenEdge)
         image = shrunk(source, facts.container, photo.storedSize, *options.screenEdge);
 
+    // Libvips takes every JPEG of four inks for one of Adobe's.
+    if (facts.jpeg && facts.jpeg->components == 4 && image.bands() == 4 && !facts.jpeg->inverted)
+        image = image.invert();
+
     OwnNumbers own = ownNumbers(image, profile);
     photo.pixels = own.pixels;
     photo.profile = std::move(own.profile);

@@ -77,6 +77,9 @@ bool hasArea(RectPoints rect) {
 }
 
 std::optional<RectPoints> intersection(RectPoints a, RectPoints b) {
+    // The comparisons below would let one that is not finite pass for the other.
+    if (!hasArea(a) || !hasArea(b))
+        return std::nullopt;
     const double left = std::max(a.x, b.x);
     const double bottom = std::max(a.y, b.y);
     const double right = std::min(a.x + a.width, b.x + b.width);

@@ -40,7 +40,7 @@ struct OrientedPaper {
 /// Whether both sides are positive and finite.
 [[nodiscard]] bool hasArea(RectPoints rect);
 
-/// What two rectangles with an area share; nothing where they only touch or lie apart.
+/// What two rectangles share; nothing where they only touch, lie apart, or one has no area.
 [[nodiscard]] std::optional<RectPoints> intersection(RectPoints a, RectPoints b);
 
 /// The pixels of a bitmap drawn into `drawn` that show in `visible`, a part of it: each edge at its

@@ -54,7 +54,7 @@ private:
     void startFine();
     void takeFine(const PhotoPlacement& placement, const QImage& image);
     void abandonFine();
-    void paintGround(QPainter& painter, const QRegion& region) const;
+    void paintGround(QPainter& painter, const QRect& rect) const;
     void paintSheet(QPainter& painter) const;
     void paintOutline(QPainter& painter) const;
 

@@ -19,6 +19,9 @@ using Words8 [[gnu::vector_size(16)]] = std::uint16_t;
 using Bytes4 [[gnu::vector_size(4)]] = std::uint8_t;
 using Floats4 [[gnu::vector_size(16)]] = float;
 
+/// Up to here a draft has a sample for each pixel. Measured on two cores at 2.5 GHz: about 2 ms.
+constexpr std::int64_t mostSharpDraft = 2'000'000;
+
 /// Runs `work(first, last)` over bands of 0..count, on several threads for large work.
 void inBands(int count, std::int64_t pixels, const std::function<void(int, int)>& work) {
     constexpr std::int64_t worthAThread = 250'000;
@@ -79,17 +82,83 @@ struct Neighbour {
     int share;
 };
 
-std::vector<Neighbour> neighbours(int places, double photoStart, double photoLength, int pixels) {
+/// Places are `step` apart.
+std::vector<Neighbour> neighbours(int places, int step, double photoStart, double photoLength,
+                                  int pixels) {
     std::vector<Neighbour> result(static_cast<std::size_t>(places));
     const double scale = pixels / photoLength;
     for (int i = 0; i < places; ++i) {
-        const double centre = (i + 0.5 - photoStart) * scale - 0.5;
+        const double centre = (i * step + 0.5 - photoStart) * scale - 0.5;
         const double inside = std::clamp(centre, 0.0, pixels - 1.0);
         const int index = std::min(static_cast<int>(inside), pixels - 2);
         result[static_cast<std::size_t>(i)] = {
             index, static_cast<int>(std::lround((inside - index) * 256))};
     }
     return result;
+}
+
+/// Lines of a photo at places `step` apart both ways, each pixel a mixture of two by two.
+class MixedLines {
+public:
+    MixedLines(const QImage& source, const PhotoPlacement& placement, int step)
+        : m_source(source)
+        , m_columns(neighbours((placement.size.width() + step - 1) / step + step - 1, step,
+                               placement.photo.x(), placement.photo.width(), source.width()))
+        , m_lines(neighbours((placement.size.height() + step - 1) / step + step - 1, step,
+                             placement.photo.y(), placement.photo.height(), source.height()))
+        , m_shares(m_columns.size()) {
+        for (std::size_t x = 0; x < m_columns.size(); ++x)
+            for (int c = 0; c < 4; ++c) {
+                m_shares[x][c] = static_cast<std::uint16_t>(256 - m_columns[x].share);
+                m_shares[x][c + 4] = static_cast<std::uint16_t>(m_columns[x].share);
+            }
+    }
+
+    [[nodiscard]] std::size_t width() const { return m_columns.size(); }
+
+    void read(int y, uchar* out) const {
+        const Neighbour& line = m_lines[static_cast<std::size_t>(y)];
+        const uchar* above = m_source.constScanLine(line.index);
+        const uchar* below = m_source.constScanLine(line.index + 1);
+        const auto lower = static_cast<std::uint16_t>(line.share);
+        const auto upper = static_cast<std::uint16_t>(256 - line.share);
+        for (std::size_t x = 0; x < m_columns.size(); ++x) {
+            const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(m_columns[x].index) * 4;
+            Bytes8 a;
+            Bytes8 b;
+            std::memcpy(&a, above + at, sizeof a);
+            std::memcpy(&b, below + at, sizeof b);
+            const Words8 pair = (__builtin_convertvector(a, Words8) * upper +
+                                 __builtin_convertvector(b, Words8) * lower + 128) >>
+                                8;
+            const Words8 weighed = pair * m_shares[x];
+            const Words8 other = __builtin_shuffle(weighed, Words8{4, 5, 6, 7, 0, 1, 2, 3});
+            const Words8 sum = (weighed + other + 128) >> 8;
+            const Bytes8 bytes = __builtin_convertvector(sum, Bytes8);
+            std::memcpy(out + 4 * x, &bytes, 4);
+        }
+    }
+
+private:
+    const QImage& m_source;
+    std::vector<Neighbour> m_columns;
+    std::vector<Neighbour> m_lines;
+    std::vector<Words8> m_shares;
+};
+
+void average(const uchar* a, const uchar* b, uchar* out, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i)
+        out[i] = static_cast<uchar>((a[i] + b[i] + 1) / 2);
+}
+
+/// Each pixel of `line`, and between it and the next their average.
+void doubled(const std::vector<uchar>& line, std::vector<uchar>& between, std::vector<QRgb>& out) {
+    const std::size_t pixels = line.size() / 4 - 1;
+    average(line.data(), line.data() + 4, between.data(), pixels * 4);
+    for (std::size_t x = 0; x < pixels; ++x) {
+        std::memcpy(&out[2 * x], &line[4 * x], 4);
+        std::memcpy(&out[2 * x + 1], &between[4 * x], 4);
+    }
 }
 
 /// For each place along an axis the first pixel of its filter and the weights from there on, whose
@@ -152,7 +221,7 @@ PhotoPyramid::PhotoPyramid(std::shared_ptr<const ScreenRendition> rendition)
     : m_rendition(std::move(rendition))
     , m_levels{wrap(m_rendition)} {}
 
-const QImage& PhotoPyramid::levelFor(QSizeF size, double factor) {
+QImage PhotoPyramid::levelFor(QSizeF size, double factor) {
     const double width = size.width() * factor;
     const double height = size.height() * factor;
     std::size_t level = 0;
@@ -166,49 +235,47 @@ const QImage& PhotoPyramid::levelFor(QSizeF size, double factor) {
     }
 }
 
+double draftDensity(QSize size) {
+    return static_cast<std::int64_t>(size.width()) * size.height() > mostSharpDraft ? 0.5 : 1;
+}
+
 QImage draftPhoto(const QImage& level, const PhotoPlacement& placement) {
     if (!canScale(level, placement))
         return {};
     const QImage source = atLeastTwoByTwo(level);
-    const int width = placement.size.width();
-    const int height = placement.size.height();
-    const QRectF& photo = placement.photo;
-    const auto columns = neighbours(width, photo.x(), photo.width(), source.width());
-    const auto lines = neighbours(height, photo.y(), photo.height(), source.height());
-
-    std::vector<Words8> shares(columns.size());
-    for (std::size_t x = 0; x < columns.size(); ++x)
-        for (int c = 0; c < 4; ++c) {
-            shares[x][c] = static_cast<std::uint16_t>(256 - columns[x].share);
-            shares[x][c + 4] = static_cast<std::uint16_t>(columns[x].share);
-        }
-
     QImage result(placement.size, QImage::Format_RGB32);
     uchar* bits = result.bits();
     const qsizetype stride = result.bytesPerLine();
-    inBands(height, static_cast<std::int64_t>(width) * height, [&](int first, int last) {
+    const int height = placement.size.height();
+    const std::int64_t pixels = static_cast<std::int64_t>(placement.size.width()) * height;
+    if (draftDensity(placement.size) == 1) {
+        const MixedLines lines(source, placement, 1);
+        inBands(height, pixels, [&](int first, int last) {
+            for (int y = first; y < last; ++y)
+                lines.read(y, bits + y * stride);
+        });
+        return result;
+    }
+
+    const MixedLines lines(source, placement, 2);
+    const auto rowBytes = static_cast<std::size_t>(placement.size.width()) * 4;
+    inBands((height + 1) / 2, pixels, [&](int first, int last) {
+        std::vector<uchar> line(lines.width() * 4);
+        std::vector<uchar> between(line.size());
+        std::vector<QRgb> row(lines.width() * 2);
+        std::vector<QRgb> next(row.size());
+        const auto bytes = [](const std::vector<QRgb>& pixelRow) {
+            return reinterpret_cast<const uchar*>(pixelRow.data());
+        };
+        lines.read(first, line.data());
+        doubled(line, between, row);
         for (int y = first; y < last; ++y) {
-            const Neighbour& line = lines[static_cast<std::size_t>(y)];
-            const uchar* above = source.constScanLine(line.index);
-            const uchar* below = source.constScanLine(line.index + 1);
-            const auto lower = static_cast<std::uint16_t>(line.share);
-            const auto upper = static_cast<std::uint16_t>(256 - line.share);
-            uchar* out = bits + y * stride;
-            for (std::size_t x = 0; x < columns.size(); ++x) {
-                const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(columns[x].index) * 4;
-                Bytes8 a;
-                Bytes8 b;
-                std::memcpy(&a, above + at, sizeof a);
-                std::memcpy(&b, below + at, sizeof b);
-                const Words8 pair = (__builtin_convertvector(a, Words8) * upper +
-                                     __builtin_convertvector(b, Words8) * lower + 128) >>
-                                    8;
-                const Words8 weighed = pair * shares[x];
-                const Words8 other = __builtin_shuffle(weighed, Words8{4, 5, 6, 7, 0, 1, 2, 3});
-                const Words8 sum = (weighed + other + 128) >> 8;
-                const Bytes8 bytes = __builtin_convertvector(sum, Bytes8);
-                std::memcpy(out + 4 * x, &bytes, 4);
-            }
+            lines.read(y + 1, line.data());
+            doubled(line, between, next);
+            std::memcpy(bits + 2 * y * stride, row.data(), rowBytes);
+            if (2 * y + 1 < height)
+                average(bytes(row), bytes(next), bits + (2 * y + 1) * stride, rowBytes);
+            row.swap(next);
         }
     });
     return result;

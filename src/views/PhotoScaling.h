@@ -20,7 +20,7 @@ public:
 
     /// The smallest level that is at least `factor` times as large as `size` both ways; the full
     /// size where none is.
-    [[nodiscard]] const QImage& levelFor(QSizeF size, double factor);
+    [[nodiscard]] QImage levelFor(QSizeF size, double factor);
 
     [[nodiscard]] const std::shared_ptr<const ScreenRendition>& rendition() const {
         return m_rendition;
@@ -40,8 +40,12 @@ struct PhotoPlacement {
     bool operator==(const PhotoPlacement&) const = default;
 };
 
-/// Quick: two by two pixels of a level that is less than twice as large. Spread over the cores
-/// where that pays.
+/// The samples that a draft of `size` has for each of its pixels, along an axis: 1, or 0.5 for one
+/// so large that it would not keep up with a moving slider.
+[[nodiscard]] double draftDensity(QSize size);
+
+/// Quick: each sample a mixture of two by two pixels of a level that is less than twice as large;
+/// between the samples, their average. Spread over the cores where that pays.
 [[nodiscard]] QImage draftPhoto(const QImage& level, const PhotoPlacement& placement);
 
 /// Good: a Lanczos filter of three lobes. Gives up, with a null image, once `abandoned` is set. Any

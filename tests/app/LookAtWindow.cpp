@@ -71,8 +71,10 @@ void lookAt(const Look& look, const QStringList& photos, const AppServices& serv
         fakes.processes,   fakes.files,  fakes.preferences, services.platform.images,
         fakes.colorSpaces, fakes.pdf,    fakes.dispatcher,  fakes.desktop,
         fakes.uuids,       fakes.console};
-    LumivertApp app(
-        {.platform = platform, .providersOf = services.providersOf, .firstWindowPainted = nullptr});
+    LumivertApp app({.platform = platform,
+                     .updates = services.updates,
+                     .providersOf = services.providersOf,
+                     .firstWindowPainted = nullptr});
     app.openWindow();
     PrintManager& pm = *app.printManager();
     ContentView& window = *app.window();

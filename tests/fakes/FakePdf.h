@@ -15,6 +15,12 @@ namespace lumivert::fakes {
 struct PdfRecord {
     std::string path;
     std::vector<std::string> calls;
+    /// The rectangles of the bitmaps drawn and of the areas filled, in full.
+    std::vector<RectPoints> drawn;
+    std::vector<RectPoints> filled;
+    RectPoints mediaBox;
+    /// Whether the context was destroyed, and so whether a failed file is gone.
+    bool released = false;
 };
 
 inline std::string text(RectPoints r) {
@@ -27,8 +33,12 @@ public:
     FakePdfContext(PdfRecord& record, bool closes)
         : m_record(record)
         , m_closes(closes) {}
+    ~FakePdfContext() override { m_record.released = true; }
 
-    void beginPage(RectPoints mediaBox) override { note("beginPage " + text(mediaBox)); }
+    void beginPage(RectPoints mediaBox) override {
+        note("beginPage " + text(mediaBox));
+        m_record.mediaBox = mediaBox;
+    }
     void setRenderingIntent(RenderingIntent intent) override {
         note("intent " + std::string(rawValue(intent)));
     }
@@ -41,7 +51,10 @@ public:
     void setInterpolationQuality(InterpolationQuality quality) override {
         note(quality == InterpolationQuality::high ? "interpolation high" : "interpolation none");
     }
-    void fillRect(RectPoints rect) override { note("fill " + text(rect)); }
+    void fillRect(RectPoints rect) override {
+        note("fill " + text(rect));
+        m_record.filled.push_back(rect);
+    }
     void draw(const Bitmap& bitmap, RectPoints rect) override {
         const auto crop = static_cast<const FakeBitmap&>(bitmap).crop;
         std::string of = "whole";
@@ -49,6 +62,7 @@ public:
             of = "crop " + std::to_string(crop->x) + "," + std::to_string(crop->y) + "," +
                  std::to_string(crop->width) + "," + std::to_string(crop->height);
         note("draw " + of + " in " + text(rect));
+        m_record.drawn.push_back(rect);
     }
     void endPage() override { note("endPage"); }
     bool close() override {
@@ -68,7 +82,8 @@ public:
     std::unique_ptr<PdfContext> create(const std::string& path) override {
         if (!creates)
             return nullptr;
-        documents.push_back(std::make_unique<PdfRecord>(PdfRecord{path, {}}));
+        documents.push_back(std::make_unique<PdfRecord>());
+        documents.back()->path = path;
         return std::make_unique<FakePdfContext>(*documents.back(), closes);
     }
 

@@ -29,6 +29,8 @@ public:
                       const std::vector<std::string>& arguments) override {
         if (executable != "/bin/zsh" || arguments.size() != 2 || arguments[0] != "-c")
             return LaunchFailure{"not the shell"};
+        if (willRun)
+            willRun(arguments[1]);
         commands.push_back(arguments[1]);
         if (launchFailure)
             return LaunchFailure{*launchFailure};
@@ -41,6 +43,8 @@ public:
     /// What a command that begins so does.
     std::map<std::string, ProcessOutcome> outcomes;
     std::optional<std::string> launchFailure;
+    /// Called before a command is run.
+    std::function<void(const std::string&)> willRun;
     std::vector<std::string> commands;
 };
 
@@ -58,19 +62,21 @@ public:
         return found != folders.end() ? std::optional(found->second) : std::nullopt;
     }
     std::string homeDirectory() override { return "/home/ada"; }
-    std::string temporaryDirectory() override { return "/tmp/ada"; }
+    std::string temporaryDirectory() override { return temporary; }
     std::string dataHome() override { return "/home/ada/.local/share"; }
     std::vector<std::string> dataDirectories() override {
         return {"/usr/local/share", "/usr/share"};
     }
     bool removeFile(const std::string& path) override {
         removed.push_back(path);
-        return true;
+        return removes;
     }
 
     std::map<std::string, std::string> files;
     /// What enumerate answers for a folder.
     std::map<std::string, std::vector<std::string>> folders;
+    std::string temporary = "/tmp/ada";
+    bool removes = true;
     std::vector<std::string> reads;
     std::vector<std::string> enumerated;
     std::vector<std::string> removed;
@@ -79,6 +85,7 @@ public:
 class FakePreferencesStore : public PreferencesStore {
 public:
     std::optional<std::string> data(const std::string& key) override {
+        reads.push_back(key);
         const auto found = values.find(key);
         return found != values.end() ? std::optional(found->second) : std::nullopt;
     }
@@ -88,6 +95,7 @@ public:
     }
 
     std::map<std::string, std::string> values;
+    std::vector<std::string> reads;
     int writes = 0;
 };
 

@@ -28,5 +28,91 @@ TEST(Fakes, givePrintersAndPhotosToAManager) {
         std::vector<std::string>{"/tmp/ada/Lumivert_00000000-0000-0000-0000-000000000001.pdf"});
 }
 
+TEST(FakeProcessRunner, launchesTheShellAloneAndAnswersByTheCommandsBeginning) {
+    fakes::FakeProcessRunner runner;
+    runner.outcomes["lp -d Q"] = {3, "no"};
+    EXPECT_TRUE(std::holds_alternative<LaunchFailure>(runner.run("/bin/sh", {"-c", "lp"})));
+    EXPECT_TRUE(std::holds_alternative<LaunchFailure>(runner.run("/bin/zsh", {"lp"})));
+    EXPECT_TRUE(runner.commands.empty());
+    EXPECT_EQ(std::get<ProcessOutcome>(runner.run("/bin/zsh", {"-c", "lp -d Q x"})).exitStatus, 3);
+    EXPECT_EQ(std::get<ProcessOutcome>(runner.run("/bin/zsh", {"-c", "lp -d"})).output, "");
+    runner.launchFailure = "gone";
+    EXPECT_EQ(std::get<LaunchFailure>(runner.run("/bin/zsh", {"-c", "lp"})).description, "gone");
+    EXPECT_EQ(runner.commands.size(), 3U);
+}
+
+TEST(FakeDispatcher, runsWhatWaitsForTheMainThreadInOrderAndWhatThatAdds) {
+    fakes::FakeDispatcher dispatcher;
+    std::string log;
+    dispatcher.asyncOnMain([&] {
+        log += "a";
+        dispatcher.asyncOnMain([&] { log += "c"; });
+    });
+    dispatcher.asyncOnMain([&] { log += "b"; });
+    EXPECT_EQ(log, "");
+    dispatcher.runMain();
+    EXPECT_EQ(log, "abc");
+}
+
+TEST(FakeBitmap, canBeCroppedToWhatLiesInsideIt) {
+    const fakes::FakeBitmap bitmap({30, 20});
+    const auto crop = bitmap.cropped({10, 5, 20, 15});
+    ASSERT_TRUE(crop);
+    EXPECT_EQ(crop->size(), (PixelSize{20, 15}));
+    for (const PixelRect& outside : {PixelRect{10, 5, 21, 15},
+                                     {10, 5, 20, 16},
+                                     {-1, 0, 5, 5},
+                                     {0, -1, 5, 5},
+                                     {0, 0, 0, 5},
+                                     {0, 0, 5, 0}})
+        EXPECT_EQ(bitmap.cropped(outside), nullptr);
+}
+
+TEST(FakePdf, writesDownWhatIsDrawnAndWhenItIsReleased) {
+    fakes::FakePdfContextFactory factory;
+    auto context = factory.create("/a.pdf");
+    context->beginPage({0, 0, 10.5, 20});
+    context->draw(fakes::FakeBitmap({3, 2}), {1, 2, 3, 4});
+    context->draw(*fakes::FakeBitmap({3, 2}).cropped({1, 0, 2, 2}), {1, 2, 3, 4});
+    const auto& record = *factory.documents.at(0);
+    EXPECT_EQ(record.path, "/a.pdf");
+    EXPECT_EQ(record.calls,
+              (std::vector<std::string>{"beginPage 0.000 0.000 10.500 20.000",
+                                        "draw whole in 1.000 2.000 3.000 4.000",
+                                        "draw crop 1,0,2,2 in 1.000 2.000 3.000 4.000"}));
+    EXPECT_EQ(record.drawn.size(), 2U);
+    EXPECT_FALSE(record.released);
+    EXPECT_TRUE(context->close());
+    context.reset();
+    EXPECT_TRUE(record.released);
+    factory.closes = false;
+    EXPECT_FALSE(factory.create("/b.pdf")->close());
+    factory.creates = false;
+    EXPECT_EQ(factory.create("/c.pdf"), nullptr);
+}
+
+TEST(FakeColorSpaces, knowFourKindsOfBytes) {
+    fakes::FakeColorSpaceFactory factory;
+    const auto spaceOf = [&](std::string_view text) {
+        const auto bytes = std::as_bytes(std::span(text));
+        return factory.fromIccProfile(sharedBytes(Bytes(bytes.begin(), bytes.end())));
+    };
+    EXPECT_EQ(spaceOf("profile x")->channels, 3);
+    EXPECT_TRUE(spaceOf("profile x")->isDestination);
+    EXPECT_EQ(spaceOf("grey profile")->channels, 1);
+    EXPECT_FALSE(spaceOf("input profile")->isDestination);
+    EXPECT_EQ(spaceOf("other"), nullptr);
+}
+
+TEST(FakePreferences, keepTheirValuesByKey) {
+    fakes::FakePreferencesStore store;
+    EXPECT_EQ(store.data("a"), std::nullopt);
+    store.setData("a", "1");
+    store.setData("a", "2");
+    EXPECT_EQ(store.data("a"), "2");
+    EXPECT_EQ(store.data("b"), std::nullopt);
+    EXPECT_EQ(store.writes, 2);
+}
+
 } // namespace
 } // namespace lumivert

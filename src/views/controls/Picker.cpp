@@ -1,5 +1,6 @@
 #include "views/controls/Picker.h"
 
+#include "views/controls/AccessiblePicker.h"
 #include "views/controls/Appearance.h"
 #include "views/controls/Labels.h"
 
@@ -34,6 +35,7 @@ Picker::Picker(std::function<std::vector<PickerItem>()> items, Binding<std::stri
     : QComboBox(parent)
     , m_items(std::move(items))
     , m_selection(std::move(selection)) {
+    AccessiblePicker::install();
     setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     setMinimumContentsLength(6);
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);

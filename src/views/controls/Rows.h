@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Observable.h"
+#include "views/controls/FocusOrder.h"
 #include "views/controls/Refresh.h"
 
 #include <QVBoxLayout>
@@ -28,7 +29,7 @@ template <class Record>
     auto* layout = new QVBoxLayout(holder);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    const auto refresh = [&list, makeRow = std::move(makeRow), layout,
+    const auto refresh = [&list, makeRow = std::move(makeRow), holder, layout,
                           shown = std::make_shared<std::vector<Row>>()] {
         std::vector<Row> next;
         for (const Record& record : list.get()) {
@@ -45,6 +46,7 @@ template <class Record>
             gone.widget->hide();
             gone.widget->deleteLater();
         }
+        bool anyNew = false;
         for (int i = 0; i < static_cast<int>(next.size()); ++i) {
             QWidget* widget = next[static_cast<std::size_t>(i)].widget;
             if (layout->indexOf(widget) == i)
@@ -52,12 +54,15 @@ template <class Record>
             const bool isNew = layout->indexOf(widget) < 0;
             layout->removeWidget(widget);
             layout->insertWidget(i, widget);
+            anyNew = anyNew || isNew;
             if (isNew) {
                 widget->show();
                 refreshTree(widget);
             }
         }
         *shown = std::move(next);
+        if (anyNew)
+            orderFocusAround(holder);
     };
     whenRefreshed(holder, refresh);
     return holder;

@@ -1,16 +1,299 @@
 #include "platform/decoder/DecoderClient.h"
 
-#include "model/FileUrl.h"
+#include "decoder/Profiles.h"
+#include "decoder/TestPhotos.h"
+#include "platform/decoder/TestFolder.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <cmath>
 #include <cstdlib>
-#include <string>
+#include <future>
+#include <sys/stat.h>
 
 namespace lumivert {
 namespace {
 
-TEST(DecoderClient, readsThePhotosOfTheSampleFolder) {
+using namespace std::chrono_literals;
+using decoder::test::image8;
+using decoder::test::plain8;
+using decoder::test::saved;
+
+class Decoding : public testing::Test {
+protected:
+    std::shared_ptr<const Image> decode(const std::string& file) {
+        return m_client.decode(m_folder.write("photo", file));
+    }
+
+    int m_edge = 2048;
+    DecoderClient m_client{{.path = LUMIVERT_DECODER, .screenEdge = [this] { return m_edge; }}};
+    test::TestFolder m_folder;
+};
+
+// Every pixel tells where it is.
+vips::VImage places(PixelSize size) {
+    return image8(size, 3, [](int x, int y, int band) {
+        return band == 0 ? x % 256 : band == 1 ? y % 256 : x / 256 + 16 * (y / 256);
+    });
+}
+
+Bytes allRows(const Bitmap& bitmap, const std::optional<ColorTarget>& target = std::nullopt,
+              std::size_t rowsAtOnce = 7) {
+    const auto rows = bitmap.rows(target);
+    if (!rows)
+        return {};
+    Bytes all;
+    Bytes block(rows->format().bytesPerRow() * rowsAtOnce);
+    while (const auto count = rows->readRows(block)) {
+        if (*count == 0)
+            return all;
+        all.insert(all.end(), block.begin(),
+                   block.begin() +
+                       static_cast<std::ptrdiff_t>(*count * rows->format().bytesPerRow()));
+    }
+    return {};
+}
+
+ColorTarget target(const Bytes& profile, int channels,
+                   RenderingIntent intent = RenderingIntent::relative) {
+    auto space = std::make_shared<ColorSpace>();
+    space->profile = sharedBytes(profile);
+    space->channels = channels;
+    space->isDestination = true;
+    return {space, intent};
+}
+
+TEST_F(Decoding, handsOverEveryPixelOfAPhotoThatNoPipeHolds) {
+    const PixelSize size{1500, 1100}; // 5 MB
+    const auto image = decode(saved(places(size), ".png"));
+    ASSERT_TRUE(image);
+    EXPECT_EQ(image->representations(), (std::vector{size}));
+    const Bytes rows = allRows(*image->bitmap());
+    ASSERT_EQ(rows.size(), std::size_t{1500 * 1100 * 3});
+    for (int y = 0; y < size.height; y += 13)
+        for (int x = 0; x < size.width; x += 7) {
+            const std::size_t at =
+                (static_cast<std::size_t>(y) * 1500 + static_cast<std::size_t>(x)) * 3;
+            ASSERT_EQ(std::to_integer<int>(rows[at]), x % 256);
+            ASSERT_EQ(std::to_integer<int>(rows[at + 1]), y % 256);
+        }
+}
+
+TEST_F(Decoding, givesANominalSizeByTheDensityOfEachAxis) {
+    const auto image = decode(
+        saved(plain8({300, 300}, {1, 2, 3})
+                  .copy(vips::VImage::option()->set("xres", 300 / 25.4)->set("yres", 150 / 25.4)),
+              ".tif"));
+    ASSERT_TRUE(image);
+    EXPECT_NEAR(image->size().width, 72, 1e-3);
+    EXPECT_NEAR(image->size().height, 144, 1e-3);
+}
+
+TEST_F(Decoding, staysDrawableWhenItsFileIsReplacedTruncatedOrRemoved) {
+    const auto image = decode(saved(places({40, 30}), ".png"));
+    ASSERT_TRUE(image);
+    const Bytes before = allRows(*image->bitmap());
+    ASSERT_EQ(before.size(), std::size_t{40 * 30 * 3});
+    m_folder.write("photo", saved(plain8({50, 50}, {9}), ".png"));
+    EXPECT_EQ(allRows(*image->bitmap()), before);
+    m_folder.write("photo", "");
+    EXPECT_EQ(allRows(*image->bitmap()), before);
+    std::filesystem::remove(m_folder.path("photo"));
+    EXPECT_EQ(allRows(*image->bitmap()), before);
+    EXPECT_EQ(image->screenRendition().pixels.view.size(), std::size_t{40 * 30 * 4});
+}
+
+TEST_F(Decoding, refusesWhatIsNoPhotoOrNoFile) {
+    EXPECT_FALSE(m_client.decode(m_folder.url("absent")));
+    EXPECT_FALSE(m_client.decode(FileUrl::fromPath(m_folder.path(""))));
+    EXPECT_FALSE(decode(""));
+    EXPECT_FALSE(decode("hello"));
+    ASSERT_EQ(::mkfifo(m_folder.path("pipe").c_str(), 0600), 0);
+    EXPECT_FALSE(m_client.decode(m_folder.url("pipe"))); // and does not wait for a writer
+    EXPECT_FALSE(m_client.decode(FileUrl::fromPath("/dev/zero")));
+    const std::string noise =
+        saved(vips::VImage::gaussnoise(200, 200).cast(VIPS_FORMAT_UCHAR), ".jpg");
+    EXPECT_TRUE(decode(noise));
+    EXPECT_FALSE(decode(noise.substr(0, noise.size() / 2)));
+}
+
+TEST_F(Decoding, makesTheRenditionForTheScreenOfTheMoment) {
+    const std::string png = saved(plain8({900, 600}, {200, 60, 40}), ".png");
+    m_edge = 300;
+    const auto small = decode(png);
+    ASSERT_TRUE(small);
+    EXPECT_EQ(small->screenRendition().size, (PixelSize{300, 200}));
+    std::uint32_t word = 0;
+    std::memcpy(&word, small->screenRendition().pixels.view.data(), sizeof word);
+    EXPECT_EQ(word, 0xffc83c28);
+    m_edge = 1000;
+    EXPECT_EQ(decode(png)->screenRendition().size, (PixelSize{900, 600}));
+    m_edge = -5;
+    EXPECT_EQ(decode(png)->screenRendition().size, (PixelSize{1, 1}));
+}
+
+TEST_F(Decoding, cropsACropAndCutsItToTheBitmap) {
+    const auto image = decode(saved(places({40, 30}), ".png"));
+    ASSERT_TRUE(image);
+    const auto part = image->bitmap()->cropped({10, 5, 20, 20});
+    ASSERT_TRUE(part);
+    EXPECT_EQ(part->size(), (PixelSize{20, 20}));
+    const auto corner = part->cropped({15, -3, 100, 5});
+    ASSERT_TRUE(corner);
+    EXPECT_EQ(corner->size(), (PixelSize{5, 2}));
+    const Bytes rows = allRows(*corner);
+    ASSERT_EQ(rows.size(), 30u);
+    EXPECT_EQ(std::to_integer<int>(rows[0]), 25);
+    EXPECT_EQ(std::to_integer<int>(rows[1]), 5);
+    EXPECT_FALSE(part->cropped({20, 0, 5, 5}));
+    EXPECT_FALSE(part->cropped({0, 0, 0, 5}));
+    EXPECT_FALSE(part->cropped({0, 0, -4, 5}));
+    EXPECT_FALSE(part->cropped({2147483647, 2147483647, 2147483647, 2147483647}));
+}
+
+TEST_F(Decoding, handsOverTheVeryBytesOfAJpeg) {
+    const decoder::test::ExifBuilder exif{.orientation = 6};
+    const std::string jpeg = decoder::test::withExif(
+        decoder::test::withoutSegments(saved(places({48, 32}), ".jpg"), 0xe1), exif.bytes());
+    const auto image = decode(jpeg);
+    ASSERT_TRUE(image);
+    EXPECT_EQ(image->representations().front(), (PixelSize{32, 48}));
+    const auto stream = image->bitmap()->jpegStream();
+    ASSERT_TRUE(stream);
+    EXPECT_TRUE(std::ranges::equal(stream->bytes.view, decoder::test::asBytes(jpeg)));
+    EXPECT_EQ(stream->storedSize, (PixelSize{48, 32}));
+    EXPECT_EQ(stream->orientation, 6);
+    EXPECT_EQ(stream->channels, 3);
+    EXPECT_FALSE(stream->inverted);
+    EXPECT_TRUE(stream->profile.empty());
+    EXPECT_FALSE(image->bitmap()->cropped({0, 0, 31, 48})->jpegStream());
+    EXPECT_TRUE(image->bitmap()->cropped({-1, -1, 100, 100})->jpegStream());
+    EXPECT_FALSE(decode(saved(places({48, 32}), ".png"))->bitmap()->jpegStream());
+}
+
+TEST_F(Decoding, tellsThatAdobesInksAreInvertedAndWhatTheyMean) {
+    const Bytes& adobe = decoder::adobeRgbBytes();
+    auto tagged = plain8({16, 16}, {1, 2, 3}).copy();
+    tagged.set("icc-profile-data", nullptr, const_cast<std::byte*>(adobe.data()), adobe.size());
+    const auto color = decode(saved(tagged, ".jpg"));
+    ASSERT_TRUE(color);
+    EXPECT_TRUE(std::ranges::equal(color->bitmap()->jpegStream()->profile.view, adobe));
+    const auto rows = color->bitmap()->rows(std::nullopt);
+    ASSERT_TRUE(rows);
+    EXPECT_TRUE(std::ranges::equal(rows->format().profile.view, adobe));
+
+    const auto inks = decode(
+        saved(plain8({16, 16}, {255, 0, 0, 0})
+                  .copy(vips::VImage::option()->set("interpretation", VIPS_INTERPRETATION_CMYK)),
+              ".jpg"));
+    ASSERT_TRUE(inks);
+    const auto stream = inks->bitmap()->jpegStream();
+    ASSERT_TRUE(stream);
+    EXPECT_TRUE(stream->inverted);
+    EXPECT_EQ(stream->channels, 4);
+    const Bytes samples = allRows(*inks->bitmap());
+    EXPECT_GT(std::to_integer<int>(samples.at(0)), 250);
+    EXPECT_LT(std::to_integer<int>(samples.at(3)), 5);
+}
+
+TEST_F(Decoding, handsOverSixteenBitsWithTheHighByteFirst) {
+    const auto image = decode(
+        saved(decoder::test::image16({4, 4}, 1, [](int, int, int) { return 0x1234; }), ".png"));
+    ASSERT_TRUE(image);
+    const auto rows = image->bitmap()->rows(std::nullopt);
+    ASSERT_TRUE(rows);
+    EXPECT_EQ(rows->format().bitsPerComponent, 16);
+    EXPECT_EQ(rows->format().channels, 1);
+    Bytes buffer(8);
+    ASSERT_EQ(rows->readRows(buffer), 1u);
+    EXPECT_EQ(buffer[0], std::byte{0x12});
+    EXPECT_EQ(buffer[1], std::byte{0x34});
+}
+
+TEST_F(Decoding, convertsRowsIntoTheTarget) {
+    const auto image = decode(saved(plain8({8, 8}, {255, 0, 0}), ".png"));
+    ASSERT_TRUE(image);
+    const auto rows = image->bitmap()->rows(target(decoder::adobeRgbBytes(), 3));
+    ASSERT_TRUE(rows);
+    EXPECT_EQ(rows->format().channels, 3);
+    EXPECT_EQ(rows->format().bitsPerComponent, 8);
+    EXPECT_TRUE(rows->format().profile.empty());
+    const Bytes samples = allRows(*image->bitmap(), target(decoder::adobeRgbBytes(), 3));
+    EXPECT_NEAR(std::to_integer<int>(samples.at(0)), 219, 1);
+    // What claims other channels than it has, and what is no profile.
+    EXPECT_FALSE(image->bitmap()->rows(target(decoder::adobeRgbBytes(), 4)));
+    EXPECT_FALSE(image->bitmap()->rows(target(Bytes(200), 3)));
+    EXPECT_FALSE(image->bitmap()->rows(target({}, 3)));
+}
+
+TEST_F(Decoding, proofsInTheBackground) {
+    const auto image = decode(saved(plain8({64, 32}, {0, 0, 255}), ".png"));
+    ASSERT_TRUE(image);
+    std::promise<std::shared_ptr<const ScreenRendition>> made;
+    std::thread::id thread;
+    image->softProof(target(decoder::adobeRgbBytes(), 3),
+                     [&](std::shared_ptr<const ScreenRendition> proof) {
+                         thread = std::this_thread::get_id();
+                         made.set_value(std::move(proof));
+                     });
+    auto result = made.get_future();
+    ASSERT_EQ(result.wait_for(30s), std::future_status::ready);
+    const auto proof = result.get();
+    ASSERT_TRUE(proof);
+    EXPECT_NE(thread, std::this_thread::get_id());
+    EXPECT_EQ(proof->size, image->screenRendition().size);
+    EXPECT_EQ(proof->pixels.view.size(), std::size_t{64 * 32 * 4});
+}
+
+TEST_F(Decoding, overtakesAProofThatStillWaits) {
+    const auto image = decode(saved(places({700, 500}), ".png"));
+    ASSERT_TRUE(image);
+    std::vector<std::promise<bool>> made(5);
+    for (auto& promise : made)
+        image->softProof(target(decoder::adobeRgbBytes(), 3),
+                         [&promise](std::shared_ptr<const ScreenRendition> proof) {
+                             promise.set_value(proof != nullptr);
+                         });
+    int proofs = 0;
+    for (auto& promise : made) {
+        auto result = promise.get_future();
+        ASSERT_EQ(result.wait_for(60s), std::future_status::ready);
+        proofs += result.get() ? 1 : 0;
+    }
+    EXPECT_GE(proofs, 1);
+    EXPECT_LT(proofs, 5);
+}
+
+TEST_F(Decoding, completesProofsWhenTheClientGoes) {
+    auto client = std::make_unique<DecoderClient>(
+        DecoderOptions{.path = LUMIVERT_DECODER, .screenEdge = [] { return 500; }});
+    const auto image = client->decode(m_folder.write("photo", saved(places({800, 600}), ".png")));
+    ASSERT_TRUE(image);
+    std::atomic<int> completed = 0;
+    for (int i = 0; i < 3; ++i)
+        image->softProof(target(decoder::adobeRgbBytes(), 3), [&](auto) { ++completed; });
+    client.reset();
+    EXPECT_EQ(completed, 3);
+    image->softProof(target(decoder::adobeRgbBytes(), 3), [&](auto proof) {
+        EXPECT_FALSE(proof);
+        ++completed;
+    });
+    EXPECT_EQ(completed, 4);
+    EXPECT_EQ(allRows(*image->bitmap()).size(), std::size_t{800 * 600 * 3});
+}
+
+TEST_F(Decoding, letsGoOfRowsThatNobodyReads) {
+    const auto image = decode(saved(places({1500, 1000}), ".png"));
+    ASSERT_TRUE(image);
+    const auto start = std::chrono::steady_clock::now();
+    auto rows = image->bitmap()->rows(std::nullopt);
+    ASSERT_TRUE(rows);
+    rows.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 20s);
+}
+
+TEST(Samples, loadUprightAndHandOverAllTheirRows) {
     const char* samples = std::getenv("LUMIVERT_SAMPLES");
     if (!samples)
         GTEST_SKIP() << "LUMIVERT_SAMPLES is not set";
@@ -37,6 +320,29 @@ TEST(DecoderClient, readsThePhotosOfTheSampleFolder) {
         Bytes buffer(rows->format().bytesPerRow() * static_cast<std::size_t>(size.height));
         EXPECT_EQ(rows->readRows(buffer), static_cast<std::size_t>(size.height));
         EXPECT_EQ(rows->readRows(buffer), 0u);
+    }
+}
+
+// The same scene, stored in four ways.
+TEST(Samples, showTheSameSceneHoweverItIsStored) {
+    const char* samples = std::getenv("LUMIVERT_SAMPLES");
+    if (!samples)
+        GTEST_SKIP() << "LUMIVERT_SAMPLES is not set";
+    DecoderClient client({.path = LUMIVERT_DECODER, .screenEdge = [] { return 200; }});
+    std::optional<ScreenRendition> first;
+    for (const char* name : {"exif-orientation-3.jpg", "exif-orientation-5.jpg",
+                             "exif-orientation-6.jpg", "exif-orientation-8.jpg"}) {
+        const auto image = client.decode(FileUrl::fromPath(std::string(samples) + "/" + name));
+        ASSERT_TRUE(image);
+        if (!first)
+            first = image->screenRendition();
+        const auto& view = image->screenRendition().pixels.view;
+        ASSERT_EQ(view.size(), first->pixels.view.size());
+        double difference = 0;
+        for (std::size_t i = 0; i < view.size(); ++i)
+            difference += std::abs(std::to_integer<int>(view[i]) -
+                                   std::to_integer<int>(first->pixels.view[i]));
+        EXPECT_LT(difference / static_cast<double>(view.size()), 4) << name;
     }
 }
 

@@ -1,0 +1,19 @@
+#include "app/updates/CheckForUpdatesView.h"
+
+namespace lumivert {
+
+CheckForUpdatesView::CheckForUpdatesView(SPUUpdater& updater, Dispatcher& dispatcher,
+                                         QObject* parent)
+    : QAction(QStringLiteral("Check for Updates…"), parent)
+    , m_checkForUpdatesViewModel(updater, dispatcher)
+    , m_updater(updater) {
+    setMenuRole(QAction::NoRole); // its place is its menu's decision, not that of its words
+    const auto refresh = [this] {
+        setEnabled(m_checkForUpdatesViewModel.canCheckForUpdates.get());
+    };
+    refresh();
+    m_subscription = m_checkForUpdatesViewModel.subscribe(refresh);
+    connect(this, &QAction::triggered, this, [this] { m_updater.checkForUpdates(); });
+}
+
+} // namespace lumivert

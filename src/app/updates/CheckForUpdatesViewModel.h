@@ -1,0 +1,29 @@
+#pragma once
+
+#include "platform/Dispatcher.h"
+#include "platform/Observable.h"
+#include "platform/updates/SPUUpdater.h"
+
+#include <memory>
+#include <optional>
+
+namespace lumivert {
+
+/// Tells the menu item whether a check may start. Main thread; the updater and the dispatcher are
+/// borrowed and outlive it.
+class CheckForUpdatesViewModel : public ObservableObject {
+public:
+    CheckForUpdatesViewModel(const SPUUpdater& updater, Dispatcher& dispatcher);
+
+    /// True while the updater accepts a check that a person asks for. False at first; it follows
+    /// the updater from the next turn of the main thread on.
+    Published<bool> canCheckForUpdates{this, false};
+
+private:
+    /// Held weakly by steps that wait for the main thread: gone with the model.
+    std::shared_ptr<CheckForUpdatesViewModel*> m_self =
+        std::make_shared<CheckForUpdatesViewModel*>(this);
+    std::optional<FlagObservation> m_observation;
+};
+
+} // namespace lumivert

@@ -1,0 +1,222 @@
+#include "platform/packagekit/PackageKitTransaction.h"
+
+#include "platform/packagekit/PackageKitNames.h"
+
+#include <QDBusArgument>
+#include <QDBusPendingCallWatcher>
+#include <QDBusServiceWatcher>
+#include <QTimer>
+#include <QVariantMap>
+
+#include <limits>
+#include <utility>
+
+namespace lumivert {
+
+namespace {
+
+using namespace packagekit;
+
+// The service may have to be started for its first answer.
+constexpr int replyTimeoutMs = 60'000;
+// A role may be answered only after a person has typed a password.
+constexpr int noTimeout = std::numeric_limits<int>::max();
+// An ErrorCode that comes after its Finished is waited for this long.
+constexpr int lateErrorMs = 250;
+
+} // namespace
+
+PackageKitTransaction::PackageKitTransaction(const QDBusConnection& bus, Request request)
+    : m_bus(bus)
+    , m_request(std::move(request)) {}
+
+void PackageKitTransaction::start(UpdateEngine::OnProgress onProgress,
+                                  std::function<void(const Result&)> onDone) {
+    m_onProgress = std::move(onProgress);
+    m_onDone = std::move(onDone);
+    m_bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                  QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
+                  this, SLOT(onBusLost()));
+    call(QDBusMessage::createMethodCall(serviceName(), servicePath(), serviceInterface(),
+                                        QStringLiteral("CreateTransaction")),
+         replyTimeoutMs, &PackageKitTransaction::onCreated);
+}
+
+void PackageKitTransaction::call(const QDBusMessage& message, int timeoutMs, OnReply onReply) {
+    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message, timeoutMs), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [this, onReply](QDBusPendingCallWatcher* finished) {
+                finished->deleteLater();
+                if (m_onDone)
+                    (this->*onReply)(finished->reply());
+            });
+}
+
+QDBusMessage PackageKitTransaction::method(const QString& name) const {
+    return QDBusMessage::createMethodCall(m_service, m_path, transactionInterface(), name);
+}
+
+void PackageKitTransaction::onCreated(const QDBusMessage& reply) {
+    if (reply.type() == QDBusMessage::ErrorMessage) {
+        m_result.failure = packageKitCallFailure(reply, false);
+        conclude();
+        return;
+    }
+    m_path = reply.arguments().value(0).value<QDBusObjectPath>().path();
+    // From here on by the unique name: a service that was started anew knows nothing of this
+    // transaction, and nobody else can speak for it.
+    m_service = reply.service();
+    if (m_path.isEmpty()) {
+        fail(UpdateProblem::other, QStringLiteral("The service made no transaction."));
+        return;
+    }
+    m_bus.connect(m_service, m_path, transactionInterface(), QString(), this,
+                  SLOT(onSignal(QDBusMessage)));
+    m_bus.connect(m_service, m_path, QStringLiteral("org.freedesktop.DBus.Properties"),
+                  QStringLiteral("PropertiesChanged"), this, SLOT(onSignal(QDBusMessage)));
+    auto* watcher = new QDBusServiceWatcher(m_service, m_bus,
+                                            QDBusServiceWatcher::WatchForUnregistration, this);
+    connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this,
+            [this] { fail(UpdateProblem::serviceLost, {}); });
+
+    QStringList hints{
+        m_request.quiet ? QStringLiteral("interactive=false") : QStringLiteral("interactive=true"),
+        m_request.quiet ? QStringLiteral("background=true") : QStringLiteral("background=false")};
+    if (m_request.localOnly)
+        hints << QStringLiteral("cache-age=4294967295"); // however old what is there may be
+    QDBusMessage message = method(QStringLiteral("SetHints"));
+    message << hints;
+    call(message, replyTimeoutMs, &PackageKitTransaction::onHintsTaken);
+}
+
+void PackageKitTransaction::onHintsTaken(const QDBusMessage& reply) {
+    // Without its hint the service may ask for a password, which nobody is there for.
+    if (reply.type() == QDBusMessage::ErrorMessage && m_request.quiet) {
+        m_result.failure = packageKitCallFailure(reply, true);
+        conclude();
+        return;
+    }
+    QDBusMessage message = method(m_request.role);
+    message.setArguments(m_request.arguments);
+    call(message, noTimeout, &PackageKitTransaction::onRoleTaken);
+}
+
+void PackageKitTransaction::onRoleTaken(const QDBusMessage& reply) {
+    if (reply.type() != QDBusMessage::ErrorMessage)
+        return;
+    m_result.failure = packageKitCallFailure(reply, true);
+    conclude();
+}
+
+void PackageKitTransaction::onSignal(const QDBusMessage& signal) {
+    if (!m_onDone)
+        return;
+    const QString name = signal.member();
+    const QString signature = signal.signature();
+    const QVariantList arguments = signal.arguments();
+    if (signal.interface() == QLatin1String("org.freedesktop.DBus.Properties")) {
+        if (signature == QLatin1String("sa{sv}as"))
+            onPropertiesChanged(signal);
+    } else if (name == QLatin1String("Package") && signature == QLatin1String("uss")) {
+        addPackage(arguments[0].toUInt(), arguments[1].toString(), arguments[2].toString());
+    } else if (name == QLatin1String("Packages") && signature == QLatin1String("a(uss)")) {
+        const auto list = arguments[0].value<QDBusArgument>();
+        list.beginArray();
+        while (!list.atEnd()) {
+            uint info = 0;
+            QString id;
+            QString summary;
+            list.beginStructure();
+            list >> info >> id >> summary;
+            list.endStructure();
+            addPackage(info, id, summary);
+        }
+        list.endArray();
+    } else if (name == QLatin1String("UpdateDetail") &&
+               signature == QLatin1String("sasasasasasussuss")) {
+        const QString text = arguments[7].toString().trimmed();
+        m_result.changes = text.isEmpty() ? arguments[8].toString().trimmed() : text;
+    } else if (name == QLatin1String("ErrorCode") && signature == QLatin1String("us")) {
+        m_errorCode = arguments[0].toUInt();
+        m_errorDetails = arguments[1].toString();
+        if (m_exit)
+            conclude();
+    } else if (name == QLatin1String("Finished") && signature == QLatin1String("uu")) {
+        onFinished(arguments[0].toUInt());
+    }
+}
+
+void PackageKitTransaction::addPackage(uint info, const QString& id, const QString& summary) {
+    m_result.packages.push_back({info & infoMask, id, summary});
+}
+
+void PackageKitTransaction::onPropertiesChanged(const QDBusMessage& signal) {
+    if (signal.arguments()[0].toString() != transactionInterface())
+        return;
+    const auto changed = qdbus_cast<QVariantMap>(signal.arguments()[1]);
+    m_status = changed.value(QStringLiteral("Status"), m_status).toUInt();
+    m_percentage = changed.value(QStringLiteral("Percentage"), m_percentage).toUInt();
+    // Loading its cache the service counts to 100 before it begins with the work itself.
+    if (m_status == statuses::loadingCache)
+        m_percentage = percentageUnknown;
+    reportProgress();
+}
+
+void PackageKitTransaction::reportProgress() {
+    UpdateProgress progress;
+    if (m_status == statuses::waitingForAuth)
+        progress.activity = UpdateActivity::waitingForPermission;
+    else if (m_status == statuses::waitingForLock)
+        progress.activity = UpdateActivity::waitingForOthers;
+    if (m_percentage <= 100)
+        progress.percent = static_cast<int>(m_percentage);
+    if (progress == m_reported)
+        return;
+    m_reported = progress;
+    const auto onProgress = m_onProgress; // it may cancel, which lets go of the original
+    if (onProgress)
+        onProgress(progress);
+}
+
+void PackageKitTransaction::onFinished(uint exit) {
+    if (m_exit)
+        return;
+    m_exit = exit;
+    if (exit == exits::success || m_errorCode)
+        conclude();
+    else
+        QTimer::singleShot(lateErrorMs, this, [this] { conclude(); });
+}
+
+void PackageKitTransaction::onBusLost() {
+    fail(UpdateProblem::serviceLost, {});
+}
+
+void PackageKitTransaction::fail(UpdateProblem problem, const QString& details) {
+    // What was said before the end counts, also when the service then stopped.
+    if (m_errorCode && !m_exit)
+        m_exit = exits::failed;
+    if (!m_exit)
+        m_result.failure = UpdateFailure{problem, details.toStdString()};
+    conclude();
+}
+
+void PackageKitTransaction::conclude() {
+    const auto onDone = std::exchange(m_onDone, nullptr);
+    if (!onDone)
+        return;
+    m_onProgress = nullptr;
+    if (m_exit)
+        m_result.failure = packageKitFailure(*m_exit, m_errorCode, m_errorDetails);
+    const Result result = std::move(m_result);
+    onDone(result);
+}
+
+void PackageKitTransaction::cancel() {
+    m_onDone = nullptr;
+    m_onProgress = nullptr;
+    if (!m_path.isEmpty())
+        m_bus.send(method(QStringLiteral("Cancel")));
+}
+
+} // namespace lumivert

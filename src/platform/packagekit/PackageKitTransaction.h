@@ -1,0 +1,105 @@
+#pragma once
+
+#include "platform/UpdateEngine.h"
+
+#include <QDBusConnection>
+#include <QDBusError>
+#include <QDBusMessage>
+#include <QObject>
+#include <QString>
+#include <QVariantList>
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+class QDBusPendingCallWatcher;
+
+namespace lumivert {
+
+/// One piece of work of the package service: makes the transaction object, gives it its hints and
+/// its role, and gathers what it says until it has finished or the service is gone.
+class PackageKitTransaction : public QObject {
+    Q_OBJECT
+
+public:
+    struct Package {
+        uint info = 0; ///< without the severity
+        QString id;    ///< name;version;architecture;origin
+        QString summary;
+        [[nodiscard]] QString name() const { return id.section(u';', 0, 0); }
+        [[nodiscard]] QString version() const { return id.section(u';', 1, 1); }
+        /// Whether it is installed and no repository has it: with apt, its origin is then "local",
+        /// after "manual:" or "auto:" (observed with 1.2.6).
+        [[nodiscard]] bool isLocal() const {
+            return id.section(u';', 3).section(u':', -1) == QLatin1String("local");
+        }
+    };
+
+    struct Result {
+        /// Nothing when the work was done.
+        std::optional<UpdateFailure> failure;
+        std::vector<Package> packages; ///< in the order told, repetitions included
+        QString changes;               ///< what GetUpdateDetail says
+    };
+
+    struct Request {
+        QString role; ///< the method to call
+        QVariantList arguments;
+        bool quiet = false;     ///< may never ask for a password
+        bool localOnly = false; ///< may not fetch metadata
+    };
+
+    PackageKitTransaction(const QDBusConnection& bus, Request request);
+
+    /// Runs the work. `onDone` is called once, from the event loop, and may destroy the
+    /// transaction; after the destruction nothing is called.
+    void start(UpdateEngine::OnProgress onProgress, std::function<void(const Result&)> onDone);
+
+    /// Asks the service to stop, without waiting for it. Nothing is called any more.
+    void cancel();
+
+private slots:
+    void onSignal(const QDBusMessage& signal);
+    void onBusLost();
+
+private:
+    using OnReply = void (PackageKitTransaction::*)(const QDBusMessage& reply);
+
+    void call(const QDBusMessage& message, int timeoutMs, OnReply onReply);
+    [[nodiscard]] QDBusMessage method(const QString& name) const;
+    void onCreated(const QDBusMessage& reply);
+    void onHintsTaken(const QDBusMessage& reply);
+    void onRoleTaken(const QDBusMessage& reply);
+    void onPropertiesChanged(const QDBusMessage& signal);
+    void addPackage(uint info, const QString& id, const QString& summary);
+    void reportProgress();
+    void onFinished(uint exit);
+    void conclude();
+    void fail(UpdateProblem problem, const QString& details);
+
+    QDBusConnection m_bus;
+    Request m_request;
+    UpdateEngine::OnProgress m_onProgress;
+    std::function<void(const Result&)> m_onDone;
+    QString m_service; // the unique name of whoever made the transaction
+    QString m_path;
+    Result m_result;
+    std::optional<uint> m_exit;
+    std::optional<uint> m_errorCode;
+    QString m_errorDetails;
+    uint m_status = 0;
+    uint m_percentage = 101;
+    UpdateProgress m_reported;
+};
+
+/// What went wrong, from the service's numbers: `exit` of Finished, `code` and `details` of
+/// ErrorCode. Nothing when nothing did.
+[[nodiscard]] std::optional<UpdateFailure> packageKitFailure(uint exit, std::optional<uint> code,
+                                                             const QString& details);
+
+/// What went wrong when a call was answered with this error. `created`: a transaction exists, so
+/// the service was there.
+[[nodiscard]] UpdateFailure packageKitCallFailure(const QDBusMessage& error, bool created);
+
+} // namespace lumivert

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "platform/UpdateClock.h"
+
+namespace lumivert {
+
+/// The system's clock, timers of the event loop, and the system's random numbers.
+class QtUpdateClock : public UpdateClock {
+public:
+    [[nodiscard]] std::chrono::sys_seconds now() override;
+    [[nodiscard]] std::unique_ptr<UpdateAlarm> after(std::chrono::milliseconds delay,
+                                                     std::function<void()> task) override;
+    [[nodiscard]] std::chrono::seconds randomBetween(std::chrono::seconds least,
+                                                     std::chrono::seconds most) override;
+};
+
+} // namespace lumivert

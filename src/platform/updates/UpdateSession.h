@@ -1,0 +1,63 @@
+#pragma once
+
+#include "platform/UpdateClock.h"
+#include "platform/UpdateEngine.h"
+#include "platform/UpdateWindow.h"
+#include "platform/updates/ObservedFlag.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace lumivert {
+
+/// Leads a check from its start to its end, and the installation that may follow, through the
+/// engine and the window. Main thread. What it is given is borrowed and outlives it.
+class UpdateSession {
+public:
+    /// `mayCheck` is written here only: false from the start of a check or an installation to its
+    /// end, whatever the end, else true from `open` on. `onAnswered` runs after each check that
+    /// learned whether a newer version exists.
+    UpdateSession(UpdateEngine& engine, UpdateWindow& window, UpdateClock& clock,
+                  ObservedFlag& mayCheck, std::function<void()> onAnswered);
+    /// Cancels a check that is under way; an installation goes on without it.
+    ~UpdateSession();
+    UpdateSession(const UpdateSession&) = delete;
+    UpdateSession& operator=(const UpdateSession&) = delete;
+
+    /// Lets checks start. Before, nothing does.
+    void open();
+
+    /// A check that a person asked for. The window opens, or comes to the front when it is open; a
+    /// second check is not started beside one.
+    void check();
+
+    /// A check that nobody asked for: nothing is seen of it unless it finds a newer version. It is
+    /// given up after ten minutes. `onDone` says whether the next one may wait for a day; it is
+    /// called at once, with false, when the engine or the window is in use.
+    void checkQuietly(std::function<void(bool settled)> onDone);
+
+private:
+    void show(const UpdateState& state, UpdateWindow::Attention attention);
+    void start(UpdateCheckKind kind, std::function<void(const UpdateCheckOutcome&)> onDone);
+    void conclude(const UpdateCheckOutcome& outcome);
+    void install();
+    void dismiss();
+    [[nodiscard]] std::weak_ptr<const bool> guard() const { return m_alive; }
+
+    UpdateEngine& m_engine;
+    UpdateWindow& m_window;
+    UpdateClock& m_clock;
+    ObservedFlag& m_mayCheck;
+    std::function<void()> m_onAnswered;
+
+    /// What the window shows, or would show if it were open.
+    std::optional<UpdateState> m_shown;
+    /// What this run of the program has installed: newer than the program that runs.
+    std::optional<UpdateInstalled> m_installed;
+    std::unique_ptr<UpdateAlarm> m_limit;
+    /// Tells what the engine still holds that the session is gone.
+    std::shared_ptr<const bool> m_alive = std::make_shared<const bool>(true);
+};
+
+} // namespace lumivert

@@ -1,0 +1,266 @@
+#include "decoder/ColorTransform.h"
+
+#include "decoder/TestPhotos.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <random>
+
+namespace lumivert::decoder {
+namespace {
+
+constexpr std::size_t samplePixels = 2'000;
+
+struct Space {
+    const char* name;
+    int channels;
+    std::shared_ptr<const Profile> profile;
+};
+
+Profile installed(const char* path) {
+    return Profile(cmsOpenProfileFromFile(path, "r"));
+}
+
+Profile tableProfile() {
+    return sourceProfile({}, 4);
+}
+
+Profile tableRgb() {
+    // A small display behind grids of 33 points a side in CIELAB, as a printer's profile has them.
+    cmsToneCurve* gamma = cmsBuildGamma(nullptr, 1.4);
+    std::array<cmsToneCurve*, 3> curves{gamma, gamma, gamma};
+    cmsCIExyY white{0.3457, 0.3585, 1};
+    cmsCIExyYTRIPLE primaries{{0.60, 0.35, 1}, {0.25, 0.60, 1}, {0.17, 0.10, 1}};
+    const Profile device(cmsCreateRGBProfile(&white, &primaries, curves.data()));
+    cmsFreeToneCurve(gamma);
+    const Profile lab(cmsCreateLab4Profile(nullptr));
+    Profile result(cmsCreateProfilePlaceholder(nullptr));
+    cmsSetProfileVersion(result.get(), 4.3);
+    cmsSetDeviceClass(result.get(), cmsSigOutputClass);
+    cmsSetColorSpace(result.get(), cmsSigRgbData);
+    cmsSetPCS(result.get(), cmsSigLabData);
+    cmsWriteTag(result.get(), cmsSigMediaWhitePointTag, cmsD50_XYZ());
+    const auto table = [](const Profile& from, const Profile& to, cmsUInt32Number in,
+                          cmsUInt32Number out) {
+        cmsPipeline* pipeline = cmsPipelineAlloc(nullptr, 3, 3);
+        cmsStage* grid = cmsStageAllocCLut16bit(nullptr, 33, 3, 3, nullptr);
+        const std::unique_ptr<void, void (*)(cmsHTRANSFORM)> way(
+            cmsCreateTransform(from.get(), in, to.get(), out, INTENT_RELATIVE_COLORIMETRIC,
+                               cmsFLAGS_NOOPTIMIZE),
+            &cmsDeleteTransform);
+        cmsStageSampleCLut16bit(
+            grid,
+            [](const cmsUInt16Number* a, cmsUInt16Number* b, void* handle) {
+                cmsDoTransform(handle, a, b, 1);
+                return 1;
+            },
+            way.get(), 0);
+        cmsPipelineInsertStage(pipeline, cmsAT_END, grid);
+        return pipeline;
+    };
+    for (const auto tag : {cmsSigAToB0Tag, cmsSigAToB1Tag, cmsSigAToB2Tag}) {
+        cmsPipeline* way = table(device, lab, TYPE_RGB_16, TYPE_Lab_16);
+        cmsWriteTag(result.get(), tag, way);
+        cmsPipelineFree(way);
+    }
+    for (const auto tag : {cmsSigBToA0Tag, cmsSigBToA1Tag, cmsSigBToA2Tag}) {
+        cmsPipeline* way = table(lab, device, TYPE_Lab_16, TYPE_RGB_16);
+        cmsWriteTag(result.get(), tag, way);
+        cmsPipelineFree(way);
+    }
+    return result;
+}
+
+Profile linearRgb() {
+    cmsToneCurve* gamma = cmsBuildGamma(nullptr, 1.0);
+    std::array<cmsToneCurve*, 3> curves{gamma, gamma, gamma};
+    cmsCIExyYTRIPLE primaries{{0.64, 0.33, 1}, {0.30, 0.60, 1}, {0.15, 0.06, 1}};
+    cmsCIExyY white{0.3127, 0.3290, 1};
+    Profile result(cmsCreateRGBProfile(&white, &primaries, curves.data()));
+    cmsFreeToneCurve(gamma);
+    return result;
+}
+
+std::shared_ptr<const Profile> made(Profile profile) {
+    return std::make_shared<const Profile>(std::move(profile));
+}
+
+const std::vector<Space>& sources() {
+    static const std::vector<Space> spaces{
+        {"sRGB", 3, made(srgbProfile())},
+        {"Adobe RGB", 3, made(openProfile(adobeRgbBytes()))},
+        {"wide gamut", 3, made(openProfile(wideGamutBytes()))},
+        {"linear", 3, made(linearRgb())},
+        {"table RGB", 3, made(tableRgb())},
+        {"grey", 1, made(sourceProfile({}, 1))},
+        {"CMYK", 4, made(tableProfile())},
+    };
+    return spaces;
+}
+
+const std::vector<Space>& targets() {
+    static const std::vector<Space> spaces{
+        {"sRGB", 3, made(srgbProfile())},
+        {"Adobe RGB", 3, made(openProfile(adobeRgbBytes()))},
+        {"table RGB", 3, made(tableRgb())},
+        {"CMYK", 4, made(tableProfile())},
+        {"grey", 1, made(sourceProfile({}, 1))},
+    };
+    return spaces;
+}
+
+cmsUInt32Number floatType(int channels) {
+    const cmsUInt32Number space = channels == 1 ? PT_GRAY : channels == 3 ? PT_RGB : PT_CMYK;
+    return FLOAT_SH(1) | COLORSPACE_SH(space) |
+           CHANNELS_SH(static_cast<cmsUInt32Number>(channels)) | BYTES_SH(4);
+}
+
+// Random colours, half of them dark: that is where curves are steep.
+std::vector<std::uint16_t> colors(int channels, int bits) {
+    std::mt19937 random(42);
+    std::vector<std::uint16_t> values(samplePixels * static_cast<std::size_t>(channels));
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const std::uint32_t range = i / static_cast<std::size_t>(channels) % 2 ? 65536 : 8192;
+        values[i] = static_cast<std::uint16_t>(random() % range);
+        if (bits == 8)
+            values[i] = static_cast<std::uint16_t>((values[i] >> 8) * 257);
+    }
+    return values;
+}
+
+// The largest distance, in steps of 1/255, from Little CMS in floating point and unoptimised;
+// rounded as a printer gets it, or not.
+double worstError(const Space& source, const Space& target, int bits, std::uint32_t intent,
+                  bool rounded = true) {
+    const Profile& from = *source.profile;
+    const Profile& to = *target.profile;
+    const auto in = colors(source.channels, bits);
+    const double inkScale = source.channels == 4 ? 100 : 1;
+    std::vector<float> exactIn(in.size());
+    for (std::size_t i = 0; i < in.size(); ++i)
+        exactIn[i] = static_cast<float>(in[i] / 65535.0 * inkScale);
+    const auto outChannels = static_cast<std::size_t>(target.channels);
+    std::vector<float> expected(samplePixels * outChannels);
+    const cmsUInt32Number blackPoint =
+        intent == INTENT_ABSOLUTE_COLORIMETRIC ? 0 : cmsFLAGS_BLACKPOINTCOMPENSATION;
+    const std::unique_ptr<void, void (*)(cmsHTRANSFORM)> straight(
+        cmsCreateTransform(from.get(), floatType(source.channels), to.get(),
+                           floatType(target.channels), intent,
+                           cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE | blackPoint),
+        &cmsDeleteTransform);
+    cmsDoTransform(straight.get(), exactIn.data(), expected.data(), samplePixels);
+
+    const auto transform = ColorTransform::create({&from, &to, nullptr, intent},
+                                                  {source.channels, bits}, {target.channels, 8});
+    std::vector<std::uint8_t> narrow(in.begin(), in.end());
+    for (std::size_t i = 0; i < in.size(); ++i)
+        narrow[i] = static_cast<std::uint8_t>(in[i] >> 8);
+    std::vector<std::uint8_t> out(expected.size());
+    transform->convert(bits == 8 ? static_cast<const void*>(narrow.data()) : in.data(), out.data(),
+                       samplePixels);
+    double worst = 0;
+    for (std::size_t i = 0; i < out.size(); ++i) {
+        const double value =
+            std::clamp(expected[i] * (target.channels == 4 ? 2.55 : 255), 0.0, 255.0);
+        worst = std::max(worst, std::abs(out[i] - (rounded ? std::round(value) : value)));
+    }
+    return worst;
+}
+
+TEST(ColorTransform, isWithinOneStepOfLittleCmsStraight) {
+    for (const Space& source : sources())
+        for (const Space& target : targets())
+            for (const int bits : {8, 16})
+                for (const std::uint32_t intent : {0u, 1u, 2u, 3u})
+                    EXPECT_LE(worstError(source, target, bits, intent), 1.0)
+                        << source.name << " of " << bits << " bits to " << target.name
+                        << ", intent " << intent;
+}
+
+TEST(ColorTransform, addsLittleToRoundingFor8BitColours) {
+    EXPECT_LE(worstError(sources()[1], targets()[0], 8, 1, false), 0.65);
+    EXPECT_LE(worstError(sources()[0], targets()[2], 8, 1, false), 0.51);
+}
+
+TEST(ColorTransform, givesTheSameColoursTheSecondTime) {
+    const Profile from = srgbProfile();
+    const Profile to = openProfile(adobeRgbBytes());
+    const auto transform = ColorTransform::create({&from, &to, nullptr, 1}, {3, 8}, {3, 8});
+    const std::array<std::uint8_t, 6> in{0, 0, 0, 200, 60, 40};
+    std::array<std::uint8_t, 6> first{};
+    std::array<std::uint8_t, 6> second{};
+    transform->convert(in.data(), first.data(), 2);
+    transform->convert(in.data(), second.data(), 2);
+    EXPECT_EQ(first, second);
+    EXPECT_EQ(first[0], 0);
+    EXPECT_NE(first[3], in[3]);
+}
+
+TEST(ColorTransform, proofsPaperWhiteAsTheScreensWhite) {
+    const Profile from = srgbProfile();
+    const Profile screen = srgbProfile();
+    const Profile paper = tableProfile();
+    for (const std::uint32_t intent : {0u, 1u, 2u}) {
+        const auto proof = ColorTransform::create({&from, &screen, &paper, intent}, {3, 8}, {3, 8});
+        const std::array<std::uint8_t, 6> in{255, 255, 255, 0, 0, 255};
+        std::array<std::uint8_t, 6> out{};
+        proof->convert(in.data(), out.data(), 2);
+        for (int c = 0; c < 3; ++c)
+            EXPECT_GE(out[static_cast<std::size_t>(c)], 254);
+        // Ink has no such blue.
+        EXPECT_LT(out[5], 240);
+        EXPECT_GT(out[3] + out[4], 20);
+    }
+}
+
+TEST(ColorTransform, refusesAProfileThatIsNoDestination) {
+    const Profile from = srgbProfile();
+    Profile inputOnly(cmsCreateProfilePlaceholder(nullptr));
+    cmsSetDeviceClass(inputOnly.get(), cmsSigInputClass);
+    cmsSetColorSpace(inputOnly.get(), cmsSigRgbData);
+    cmsSetPCS(inputOnly.get(), cmsSigLabData);
+    EXPECT_FALSE(ColorTransform::create({&from, &inputOnly, nullptr, 0}, {3, 8}, {3, 8}));
+    const Profile none;
+    EXPECT_FALSE(ColorTransform::create({&from, &none, nullptr, 0}, {3, 8}, {3, 8}));
+}
+
+TEST(Profiles, haveTheSameBytesEveryTimeAndTheRightWhite) {
+    EXPECT_EQ(std::to_integer<int>(adobeRgbBytes()[24]), 0x07);
+    for (const Bytes* bytes : {&adobeRgbBytes(), &wideGamutBytes()}) {
+        const Profile profile = openProfile(*bytes);
+        ASSERT_TRUE(profile);
+        EXPECT_EQ(channelsOf(profile), 3);
+        EXPECT_TRUE(describes(*bytes, 3));
+        EXPECT_FALSE(describes(*bytes, 1));
+        EXPECT_FALSE(describes(*bytes, 4));
+    }
+}
+
+TEST(Profiles, agreeWithTheInstalledAdobeRgb) {
+    const Profile theirs = installed("/usr/share/color/icc/colord/AdobeRGB1998.icc");
+    if (!theirs)
+        GTEST_SKIP() << "colord-data is not installed";
+    const Profile ours = openProfile(adobeRgbBytes());
+    const Profile lab(cmsCreateLab4Profile(nullptr));
+    for (const auto& color : {std::array<std::uint8_t, 3>{255, 0, 0},
+                              {0, 255, 0},
+                              {0, 0, 255},
+                              {128, 128, 128},
+                              {255, 255, 255}}) {
+        std::array<cmsCIELab, 2> values{};
+        for (std::size_t i = 0; i < 2; ++i) {
+            const std::unique_ptr<void, void (*)(cmsHTRANSFORM)> way(
+                cmsCreateTransform((i == 0 ? ours : theirs).get(), TYPE_RGB_8, lab.get(),
+                                   TYPE_Lab_DBL, INTENT_RELATIVE_COLORIMETRIC, cmsFLAGS_NOOPTIMIZE),
+                &cmsDeleteTransform);
+            cmsDoTransform(way.get(), color.data(), &values[i], 1);
+        }
+        EXPECT_LT(cmsDeltaE(&values[0], &values[1]), 0.1);
+    }
+}
+
+} // namespace
+} // namespace lumivert::decoder

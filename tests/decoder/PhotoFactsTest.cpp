@@ -1,0 +1,237 @@
+#include "decoder/PhotoFacts.h"
+
+#include "decoder/TestPhotos.h"
+
+#include <gtest/gtest.h>
+
+namespace lumivert::decoder {
+namespace {
+
+using test::asBytes;
+using test::ExifBuilder;
+using test::plain8;
+using test::saved;
+
+// Without any density: the Exif block that libvips writes is cut out.
+std::string greyJpeg() {
+    return test::withoutSegments(saved(plain8({8, 8}, {128}), ".jpg"), 0xe1);
+}
+
+std::string withJfif(const std::string& jpeg, int units, int x, int y) {
+    const auto word = [](int value) {
+        return std::string{static_cast<char>(value >> 8), static_cast<char>(value & 255)};
+    };
+    return jpeg.substr(0, 2) + std::string("\xff\xe0\0\x10JFIF\0\x01\x02", 11) +
+           static_cast<char>(units) + word(x) + word(y) + std::string(2, '\0') + jpeg.substr(2);
+}
+
+Density densityOf(const std::string& file, const std::string& exif = {}) {
+    return readFacts(asBytes(file), asBytes(exif)).density;
+}
+
+TEST(PhotoFacts, isSeventyTwoDotsPerInchWhereNothingIsStated) {
+    const Density density = densityOf(greyJpeg());
+    EXPECT_EQ(density.x, 72);
+    EXPECT_EQ(density.y, 72);
+}
+
+TEST(PhotoFacts, readsJfifDotsPerInchAlongEachAxis) {
+    const Density density = densityOf(withJfif(greyJpeg(), 1, 300, 150));
+    EXPECT_EQ(density.x, 300);
+    EXPECT_EQ(density.y, 150);
+}
+
+TEST(PhotoFacts, readsJfifDotsPerCentimetre) {
+    EXPECT_NEAR(densityOf(withJfif(greyJpeg(), 2, 118, 118)).x, 299.72, 1e-9);
+}
+
+TEST(PhotoFacts, takesAJfifAspectRatioForNoDensity) {
+    EXPECT_EQ(densityOf(withJfif(greyJpeg(), 0, 1, 1)).x, 72);
+}
+
+TEST(PhotoFacts, prefersExifDensityToJfif) {
+    const ExifBuilder exif{
+        .xResolution = {{240, 1}}, .yResolution = {{480, 2}}, .resolutionUnit = 2};
+    const Density density =
+        densityOf(test::withExif(withJfif(greyJpeg(), 1, 300, 300), exif.bytes()));
+    EXPECT_EQ(density.x, 240);
+    EXPECT_EQ(density.y, 240);
+}
+
+TEST(PhotoFacts, readsExifCentimetresInEitherByteOrder) {
+    for (const bool littleEndian : {true, false}) {
+        const ExifBuilder exif{.littleEndian = littleEndian,
+                               .xResolution = {{100, 1}},
+                               .yResolution = {{200, 1}},
+                               .resolutionUnit = 3};
+        const Density density = densityOf(test::withExif(greyJpeg(), exif.bytes()));
+        EXPECT_NEAR(density.x, 254, 1e-9);
+        EXPECT_NEAR(density.y, 508, 1e-9);
+    }
+}
+
+TEST(PhotoFacts, takesExifDensityWithoutUnitAsPerInch) {
+    const ExifBuilder exif{.xResolution = {{350, 1}}, .yResolution = {{350, 1}}};
+    EXPECT_EQ(densityOf(test::withExif(greyJpeg(), exif.bytes())).x, 350);
+}
+
+TEST(PhotoFacts, fallsBackToJfifWhereExifStatesNoUsableDensity) {
+    const std::string jpeg = withJfif(greyJpeg(), 1, 300, 300);
+    const ExifBuilder relative{
+        .xResolution = {{1, 1}}, .yResolution = {{1, 1}}, .resolutionUnit = 1};
+    const ExifBuilder zero{.xResolution = {{0, 1}}, .yResolution = {{0, 0}}, .resolutionUnit = 2};
+    EXPECT_EQ(densityOf(test::withExif(jpeg, relative.bytes())).x, 300);
+    EXPECT_EQ(densityOf(test::withExif(jpeg, zero.bytes())).x, 300);
+}
+
+TEST(PhotoFacts, takesTheOtherAxisWhereOneIsUnusable) {
+    const ExifBuilder exif{.xResolution = {{300, 1}}, .yResolution = {{1, 0}}, .resolutionUnit = 2};
+    EXPECT_EQ(densityOf(test::withExif(greyJpeg(), exif.bytes())).y, 300);
+}
+
+TEST(PhotoFacts, readsPngPixelsPerMetre) {
+    const auto image =
+        plain8({4, 4}, {9}).copy(vips::VImage::option()->set("xres", 11.811)->set("yres", 5.9055));
+    const Density density = densityOf(saved(image, ".png"));
+    EXPECT_NEAR(density.x, 300, 0.01);
+    EXPECT_NEAR(density.y, 150, 0.02);
+}
+
+TEST(PhotoFacts, readsARealOnePixelPerMillimetreFromPng) {
+    const std::string png = saved(plain8({4, 4}, {9}), ".png");
+    EXPECT_NEAR(densityOf(png).x, 25.4, 1e-9);
+}
+
+TEST(PhotoFacts, takesAPngAspectRatioForNoDensity) {
+    std::string png = saved(plain8({4, 4}, {9}), ".png");
+    const std::size_t at = png.find("pHYs");
+    ASSERT_NE(at, std::string::npos);
+    png[at + 12] = 0;
+    EXPECT_EQ(densityOf(png).x, 72);
+}
+
+TEST(PhotoFacts, readsTiffPerInchAndPerCentimetre) {
+    const auto image =
+        plain8({4, 4}, {9}).copy(vips::VImage::option()->set("xres", 10.0)->set("yres", 20.0));
+    for (const char* unit : {"inch", "cm"}) {
+        const Density density =
+            densityOf(saved(image, ".tif", vips::VImage::option()->set("resunit", unit)));
+        EXPECT_NEAR(density.x, 254, 0.01) << unit;
+        EXPECT_NEAR(density.y, 508, 0.01) << unit;
+    }
+}
+
+TEST(PhotoFacts, readsDensityOfOtherContainersFromTheirExif) {
+    const ExifBuilder exif{
+        .xResolution = {{180, 1}}, .yResolution = {{180, 1}}, .resolutionUnit = 2};
+    const std::string webp = saved(plain8({4, 4}, {9, 9, 9}), ".webp");
+    EXPECT_EQ(densityOf(webp, exif.bytes()).x, 180);
+    EXPECT_EQ(densityOf(webp, std::string("Exif\0\0", 6) + exif.bytes()).x, 180);
+    EXPECT_EQ(densityOf(webp).x, 72);
+}
+
+TEST(PhotoFacts, knowsAdobeRgbByTheInteroperabilityIndexOnly) {
+    const auto isAdobe = [](std::uint16_t space, const std::string& index) {
+        const ExifBuilder exif{.colorSpace = space, .interoperabilityIndex = index};
+        return readFacts(asBytes(test::withExif(greyJpeg(), exif.bytes())), {}).adobeRgb;
+    };
+    EXPECT_TRUE(isAdobe(65535, std::string("R03\0", 4)));
+    EXPECT_FALSE(isAdobe(65535, std::string("R98\0", 4)));
+    EXPECT_FALSE(isAdobe(65535, ""));
+    EXPECT_FALSE(isAdobe(1, std::string("R03\0", 4)));
+}
+
+TEST(PhotoFacts, ignoresAnOrientationThatDoesNotExist) {
+    for (const std::uint16_t value : {0, 9, 65535}) {
+        const ExifBuilder exif{.orientation = value};
+        EXPECT_EQ(readFacts(asBytes(test::withExif(greyJpeg(), exif.bytes())), {}).orientation, 1);
+    }
+}
+
+TEST(PhotoFacts, leavesTurningHeifToItsReader) {
+    const std::string start("\0\0\0\x18"
+                            "ftypheic",
+                            12);
+    const ExifBuilder exif{.orientation = 6};
+    EXPECT_EQ(readFacts(asBytes(start), asBytes(exif.bytes())).orientation, 1);
+}
+
+TEST(PhotoFacts, survivesEveryTruncationAndEveryChangedByteOfExif) {
+    const ExifBuilder exif{.orientation = 6,
+                           .xResolution = {{300, 1}},
+                           .yResolution = {{300, 1}},
+                           .resolutionUnit = 2,
+                           .colorSpace = 65535,
+                           .interoperabilityIndex = std::string("R03\0", 4)};
+    const std::string whole = exif.bytes();
+    for (std::size_t length = 0; length <= whole.size(); ++length) {
+        const ExifFacts facts = readExif(asBytes(whole.substr(0, length)));
+        EXPECT_GE(facts.orientation.value_or(1), 1);
+    }
+    for (std::size_t at = 0; at < whole.size(); ++at)
+        for (const unsigned char value : {0x00, 0x7f, 0xff}) {
+            std::string changed = whole;
+            changed[at] = static_cast<char>(value);
+            const ExifFacts facts = readExif(asBytes(changed));
+            EXPECT_LE(facts.orientation.value_or(1), 8);
+            if (facts.density) {
+                EXPECT_GE(facts.density->x, 1);
+                EXPECT_LE(facts.density->x, 100'000);
+            }
+        }
+}
+
+TEST(PhotoFacts, tellsAPictureInTiffFromSensorData) {
+    EXPECT_TRUE(readFacts(asBytes(saved(plain8({4, 4}, {9}), ".tif")), {}).isPlainTiff);
+    // DNGVersion, by the tag that libvips wrote for the resolution's unit.
+    std::string dng = saved(plain8({4, 4}, {9}), ".tif");
+    const std::string unit("\x28\x01\x03\x00", 4);
+    const std::size_t at = dng.find(unit);
+    ASSERT_NE(at, std::string::npos);
+    dng[at] = '\x12';
+    dng[at + 1] = '\xc6';
+    EXPECT_FALSE(readFacts(asBytes(dng), {}).isPlainTiff);
+}
+
+TEST(JpegMarkers, tellsWhatAReaderOfPdfCanShow) {
+    const auto of = [](const std::string& jpeg) { return *readJpegMarkers(asBytes(jpeg)); };
+    const std::string baseline = saved(plain8({24, 16}, {1, 2, 3}), ".jpg");
+    EXPECT_TRUE(of(baseline).embeddable);
+    EXPECT_EQ(of(baseline).width, 24);
+    EXPECT_EQ(of(baseline).height, 16);
+    EXPECT_EQ(of(baseline).components, 3);
+    EXPECT_TRUE(
+        of(saved(plain8({8, 8}, {1, 2, 3}), ".jpg", vips::VImage::option()->set("interlace", true)))
+            .embeddable);
+    EXPECT_EQ(of(greyJpeg()).components, 1);
+
+    std::string arithmetic = baseline;
+    const std::size_t frame = arithmetic.find("\xff\xc0");
+    ASSERT_NE(frame, std::string::npos);
+    arithmetic[frame + 1] = '\xc9';
+    EXPECT_FALSE(of(arithmetic).embeddable);
+    std::string deep = baseline;
+    deep[frame + 4] = 12;
+    EXPECT_FALSE(of(deep).embeddable);
+    std::string heightLater = baseline;
+    heightLater[frame + 5] = heightLater[frame + 6] = 0;
+    EXPECT_FALSE(of(heightLater).embeddable);
+    std::string named = test::withoutSegments(baseline, 0xe0);
+    const std::size_t bare = named.find("\xff\xc0");
+    named[bare + 10] = 'R';
+    named[bare + 13] = 'G';
+    named[bare + 16] = 'B';
+    EXPECT_FALSE(of(named).embeddable);
+}
+
+TEST(JpegMarkers, survivesEveryTruncation) {
+    const std::string jpeg = saved(plain8({8, 8}, {1, 2, 3}), ".jpg");
+    int readable = 0;
+    for (std::size_t length = 0; length < jpeg.size(); ++length)
+        readable += readJpegMarkers(asBytes(jpeg.substr(0, length))) ? 1 : 0;
+    EXPECT_GT(readable, 0);
+    EXPECT_LT(readable, static_cast<int>(jpeg.size()));
+}
+
+} // namespace
+} // namespace lumivert::decoder

@@ -1,0 +1,220 @@
+#include "decoder/TestPhotos.h"
+
+#include "decoder/Rows.h"
+#include "decoder/Strips.h"
+
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
+namespace lumivert::decoder::test {
+namespace {
+
+using vips::VImage;
+
+// A directory's entry whose value of more than four bytes stands behind the directory.
+struct Entry {
+    int tag;
+    int type;
+    std::uint32_t count;
+    std::string value;
+};
+
+class Writer {
+public:
+    explicit Writer(bool littleEndian)
+        : m_littleEndian(littleEndian) {}
+
+    std::string number(std::uint64_t value, int size) const {
+        std::string text;
+        for (int i = 0; i < size; ++i) {
+            const int shift = 8 * (m_littleEndian ? i : size - 1 - i);
+            text += static_cast<char>(value >> shift & 0xff);
+        }
+        return text;
+    }
+
+    std::string directory(const std::vector<Entry>& entries, std::size_t offset) const {
+        std::string head = number(entries.size(), 2);
+        std::string tail;
+        const std::size_t tailAt = offset + 2 + entries.size() * 12 + 4;
+        for (const Entry& entry : entries) {
+            head += number(static_cast<std::uint64_t>(entry.tag), 2) +
+                    number(static_cast<std::uint64_t>(entry.type), 2) + number(entry.count, 4);
+            if (entry.value.size() <= 4) {
+                head += entry.value + std::string(4 - entry.value.size(), '\0');
+            } else {
+                head += number(tailAt + tail.size(), 4);
+                tail += entry.value;
+            }
+        }
+        return head + number(0, 4) + tail;
+    }
+
+private:
+    bool m_littleEndian;
+};
+
+template <class Sample>
+VImage fromSamples(PixelSize size, int bands, VipsBandFormat format,
+                   const std::function<int(int, int, int)>& sample) {
+    std::vector<Sample> samples;
+    for (int y = 0; y < size.height; ++y)
+        for (int x = 0; x < size.width; ++x)
+            for (int band = 0; band < bands; ++band)
+                samples.push_back(static_cast<Sample>(sample(x, y, band)));
+    VipsImage* image = vips_image_new_from_memory_copy(
+        samples.data(), samples.size() * sizeof(Sample), size.width, size.height, bands, format);
+    const bool wide = format == VIPS_FORMAT_USHORT;
+    const VipsInterpretation meaning =
+        bands >= 3 ? (wide ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB)
+                   : (wide ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_B_W);
+    return VImage(image).copy(VImage::option()->set("interpretation", meaning));
+}
+
+} // namespace
+
+std::string ExifBuilder::bytes() const {
+    const Writer writer(littleEndian);
+    const auto rational = [&](std::pair<std::uint32_t, std::uint32_t> value) {
+        return writer.number(value.first, 4) + writer.number(value.second, 4);
+    };
+    std::vector<Entry> first;
+    if (orientation)
+        first.push_back({274, 3, 1, writer.number(*orientation, 2)});
+    if (xResolution)
+        first.push_back({282, 5, 1, rational(*xResolution)});
+    if (yResolution)
+        first.push_back({283, 5, 1, rational(*yResolution)});
+    if (resolutionUnit)
+        first.push_back({296, 3, 1, writer.number(*resolutionUnit, 2)});
+    std::string result = (littleEndian ? std::string("II*\0", 4) : std::string("MM\0*", 4));
+    result += writer.number(8, 4);
+    if (!colorSpace)
+        return result + writer.directory(first, 8);
+
+    // Three directories: the first, Exif's and the interoperability one.
+    first.push_back({34665, 4, 1, writer.number(0, 4)});
+    const std::size_t exifAt = 8 + writer.directory(first, 8).size();
+    first.back().value = writer.number(exifAt, 4);
+    std::vector<Entry> exif{{40961, 3, 1, writer.number(*colorSpace, 2)}};
+    if (interoperabilityIndex.empty())
+        return result + writer.directory(first, 8) + writer.directory(exif, exifAt);
+    exif.push_back({40965, 4, 1, writer.number(0, 4)});
+    const std::size_t indexAt = exifAt + writer.directory(exif, exifAt).size();
+    exif.back().value = writer.number(indexAt, 4);
+    const std::vector<Entry> index{
+        {1, 2, static_cast<std::uint32_t>(interoperabilityIndex.size()), interoperabilityIndex}};
+    return result + writer.directory(first, 8) + writer.directory(exif, exifAt) +
+           writer.directory(index, indexAt);
+}
+
+std::string withExif(const std::string& jpeg, const std::string& tiff) {
+    const std::string segment = std::string("Exif\0\0", 6) + tiff;
+    return jpeg.substr(0, 2) + "\xff\xe1" + Writer(false).number(segment.size() + 2, 2) + segment +
+           jpeg.substr(2);
+}
+
+std::string withoutSegments(const std::string& jpeg, unsigned char marker) {
+    std::string result = jpeg.substr(0, 2);
+    std::size_t at = 2;
+    while (at + 4 <= jpeg.size()) {
+        const auto type = static_cast<unsigned char>(jpeg[at + 1]);
+        if (type == 0xda)
+            break;
+        const std::size_t length = std::size_t{2} + (static_cast<unsigned char>(jpeg[at + 2]) << 8 |
+                                                     static_cast<unsigned char>(jpeg[at + 3]));
+        if (type != marker)
+            result += jpeg.substr(at, length);
+        at += length;
+    }
+    return result + jpeg.substr(at);
+}
+
+VImage image8(PixelSize size, int bands, const std::function<int(int, int, int)>& sample) {
+    return fromSamples<std::uint8_t>(size, bands, VIPS_FORMAT_UCHAR, sample);
+}
+
+VImage image16(PixelSize size, int bands, const std::function<int(int, int, int)>& sample) {
+    return fromSamples<std::uint16_t>(size, bands, VIPS_FORMAT_USHORT, sample);
+}
+
+VImage plain8(PixelSize size, const std::vector<int>& pixel) {
+    return image8(size, static_cast<int>(pixel.size()),
+                  [&](int, int, int band) { return pixel[static_cast<std::size_t>(band)]; });
+}
+
+std::string saved(const VImage& image, const std::string& suffix, vips::VOption* options) {
+    void* data = nullptr;
+    std::size_t size = 0;
+    image.write_to_buffer(suffix.c_str(), &data, &size, options);
+    std::string file(static_cast<const char*>(data), size);
+    g_free(data);
+    return file;
+}
+
+std::span<const std::byte> asBytes(const std::string& text) {
+    return std::as_bytes(std::span(text.data(), text.size()));
+}
+
+Bytes fileBytes(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    const auto bytes = asBytes(text);
+    return {bytes.begin(), bytes.end()};
+}
+
+int ReadRows::at(int x, int y, int channel) const {
+    const auto index = static_cast<std::size_t>((y * size.width + x) * channels + channel);
+    if (bits == 8)
+        return std::to_integer<int>(samples.at(index));
+    return std::to_integer<int>(samples.at(index * 2)) << 8 |
+           std::to_integer<int>(samples.at(index * 2 + 1));
+}
+
+std::optional<ReadRows> readRows(const std::string& file, std::optional<PixelRect> crop,
+                                 const std::optional<Paper>& target) {
+    try {
+        const auto photo = openPhoto(asBytes(file), {});
+        if (!photo)
+            return std::nullopt;
+        const PixelSize whole = photo->uprightSize();
+        const Rows rows =
+            photoRows(*photo, crop.value_or(PixelRect{0, 0, whole.width, whole.height}), target);
+        ReadRows result;
+        result.size = {rows.pixels.width(), rows.pixels.height()};
+        result.channels = rows.channels;
+        result.bits = rows.bits;
+        result.profile = photo->profile;
+        forEachStrip(rows.pixels, [&](const Strip& strip) {
+            for (int i = 0; i < strip.lines; ++i) {
+                const auto line = strip.line(i);
+                result.samples.insert(result.samples.end(), line.begin(), line.end());
+            }
+            return true;
+        });
+        return result;
+    } catch (const std::exception&) {
+        return std::nullopt;
+    }
+}
+
+std::optional<ReadRendition> readRendition(const std::string& file, int edge,
+                                           const std::optional<Paper>& paper) {
+    try {
+        const auto photo = openPhoto(asBytes(file), {edge, 0});
+        if (!photo)
+            return std::nullopt;
+        const VImage rendition = screenRendition(*photo, edge, paper);
+        ReadRendition result;
+        result.size = {rendition.width(), rendition.height()};
+        result.words.resize(static_cast<std::size_t>(result.size.width) *
+                            static_cast<std::size_t>(result.size.height));
+        writeWords(rendition, result.words.data());
+        return result;
+    } catch (const std::exception&) {
+        return std::nullopt;
+    }
+}
+
+} // namespace lumivert::decoder::test

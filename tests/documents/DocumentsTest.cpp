@@ -1,0 +1,51 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <set>
+#include <string>
+
+namespace lumivert {
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path tree = LUMIVERT_TREE;
+
+std::string contents(const fs::path& file) {
+    std::ifstream stream(file);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+// What stands between backquotes or in a link's parentheses and looks like a path of the tree.
+std::set<std::string> pathsNamedIn(const std::string& text) {
+    const std::regex path(R"([`(]((?:src|tests|bench|scripts|docs|packaging)(?:/[\w./-]*)?)[`)])");
+    std::set<std::string> paths;
+    for (std::sregex_iterator it(text.begin(), text.end(), path), end; it != end; ++it)
+        paths.insert((*it)[1]);
+    return paths;
+}
+
+TEST(Documents, nameOnlyPathsThatAreThere) {
+    for (const char* document :
+         {"README.md", "CONTRIBUTING.md", "docs/colour.md", "docs/performance.md"}) {
+        const std::string text = contents(tree / document);
+        ASSERT_FALSE(text.empty()) << document;
+        for (const std::string& path : pathsNamedIn(text))
+            EXPECT_TRUE(fs::exists(tree / path)) << document << " names " << path;
+    }
+}
+
+TEST(Documents, mapEveryFolderOfTheSource) {
+    const auto named = pathsNamedIn(contents(tree / "CONTRIBUTING.md"));
+    ASSERT_THAT(named, testing::Contains("src/model"));
+    for (const fs::path& room : {tree / "src", tree / "src/platform"})
+        for (const auto& entry : fs::directory_iterator(room))
+            if (entry.is_directory())
+                EXPECT_THAT(named, testing::Contains(fs::relative(entry.path(), tree).string()));
+}
+
+} // namespace
+} // namespace lumivert

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platform/UpdateEngine.h"
+
+#include <ostream>
+
+// What a failed expectation shows of update outcomes.
+namespace lumivert {
+
+inline void PrintTo(const UpdateFailure& failure, std::ostream* out) {
+    *out << "failure " << static_cast<int>(failure.problem) << " \"" << failure.details << '"';
+}
+inline void PrintTo(const UpdateNotNeeded& current, std::ostream* out) {
+    *out << "up to date " << current.installedVersion;
+}
+inline void PrintTo(const AvailableUpdate& update, std::ostream* out) {
+    *out << update.id << ' ' << update.installedVersion << " -> " << update.version << " \""
+         << update.changes << '"';
+}
+inline void PrintTo(const UpdateInstalled& installed, std::ostream* out) {
+    *out << "installed " << installed.version;
+}
+
+} // namespace lumivert

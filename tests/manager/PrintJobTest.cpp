@@ -1,0 +1,309 @@
+#include "fakes/FakePlatform.h"
+#include "manager/PrintManager.h"
+#include "manager/Properties.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace lumivert {
+namespace {
+
+using namespace std::chrono_literals;
+using Strings = std::vector<std::string>;
+
+const std::string firstPath = "/tmp/ada/Lumivert_00000000-0000-0000-0000-000000000001.pdf";
+const std::string plainCommand =
+    "lp -d Photo_Printer -o PageSize=A4 -o MediaType=auto -o cupsPrintQuality=High \"" + firstPath +
+    "\"";
+
+class PrintJob : public testing::Test {
+protected:
+    PrintJob() {
+        world.addQueue("Photo_Printer",
+                       "PageSize/Media Size: *A4 A4.Fullbleed Letter\nMediaType/M: auto Glossy\n");
+        manager.emplace(world.platform);
+        manager->image = photo;
+        world.processes.commands.clear();
+    }
+
+    PrintManager& m() { return *manager; }
+    ProcessOutcome& lp() { return world.processes.outcomes["lp -d"]; }
+
+    fakes::FakePlatform world;
+    std::shared_ptr<fakes::FakeImage> photo =
+        std::make_shared<fakes::FakeImage>(PixelSize{3000, 2000}, SizePoints{300, 200});
+    std::optional<PrintManager> manager;
+};
+
+TEST_F(PrintJob, withoutAPhotoDoesNothingEvenWithoutAPrinter) {
+    m().image = nullptr;
+    for (const char* printer : {"Photo_Printer", "gone", ""}) {
+        m().selectedPrinterID = printer;
+        for (const bool dryRun : {false, true}) {
+            const AssignmentLog log(m());
+            m().sendToCUPS(dryRun);
+            EXPECT_EQ(log.notifications, 0);
+        }
+    }
+    EXPECT_TRUE(world.pdf.documents.empty());
+    EXPECT_TRUE(world.processes.commands.empty());
+    EXPECT_TRUE(world.console.lines.empty());
+}
+
+TEST_F(PrintJob, withoutAPrinterSaysSo) {
+    for (const bool dryRun : {false, true}) {
+        m().selectedPrinterID = "gone";
+        m().lastPrintError = std::nullopt;
+        const AssignmentLog log(m());
+        m().sendToCUPS(dryRun);
+        EXPECT_EQ(m().lastPrintError.get(), "No printer selected");
+        EXPECT_EQ(log.names, Strings{"lastPrintError"});
+    }
+    EXPECT_TRUE(world.pdf.documents.empty());
+    EXPECT_TRUE(world.processes.commands.empty());
+    EXPECT_TRUE(world.console.lines.empty());
+    EXPECT_TRUE(world.desktop.opened.empty());
+}
+
+TEST_F(PrintJob, sendsTheExactCommandAndCleansUpTenSecondsLater) {
+    m().sendToCUPS(false);
+    ASSERT_EQ(world.pdf.documents.size(), 1U);
+    EXPECT_EQ(world.pdf.documents[0]->path, firstPath);
+    EXPECT_EQ(world.processes.commands, Strings{plainCommand});
+    EXPECT_EQ(world.console.lines, Strings{"Lumivert CUPS command: " + plainCommand});
+    EXPECT_EQ(m().lastCUPSCommand.get(), plainCommand);
+    EXPECT_EQ(m().lastPrintError.get(), std::nullopt);
+    EXPECT_TRUE(world.desktop.opened.empty());
+
+    ASSERT_EQ(world.dispatcher.inBackground.size(), 1U);
+    EXPECT_EQ(world.dispatcher.inBackground[0].first, 10s);
+    EXPECT_TRUE(world.files.removed.empty());
+    world.dispatcher.inBackground[0].second();
+    EXPECT_EQ(world.files.removed, Strings{firstPath});
+    EXPECT_TRUE(world.dispatcher.onMain.empty());
+}
+
+TEST_F(PrintJob, removesItsFileAlsoWhenTheManagerIsGone) {
+    m().sendToCUPS(false);
+    manager.reset();
+    world.dispatcher.inBackground.at(0).second();
+    EXPECT_EQ(world.files.removed, Strings{firstPath});
+}
+
+TEST_F(PrintJob, ignoresAFileThatCannotBeRemoved) {
+    world.files.removes = false;
+    m().sendToCUPS(false);
+    const AssignmentLog log(m());
+    world.dispatcher.inBackground.at(0).second();
+    EXPECT_EQ(log.notifications, 0);
+    EXPECT_EQ(m().lastPrintError.get(), std::nullopt);
+    EXPECT_EQ(world.dispatcher.inBackground.size(), 1U) << "it is not tried again";
+}
+
+TEST_F(PrintJob, goesInOrderPageLogCommandPropertyProcessResult) {
+    lp() = {1, "no"};
+    std::size_t steps = 0;
+    const auto atCommand = m().lastCUPSCommand.subscribe([&] {
+        EXPECT_EQ(steps++, 0U);
+        EXPECT_EQ(world.pdf.documents.at(0)->calls.back(), "close");
+        EXPECT_TRUE(world.pdf.documents.at(0)->released);
+        EXPECT_EQ(world.console.lines.size(), 1U);
+        EXPECT_TRUE(world.processes.commands.empty());
+    });
+    world.processes.willRun = [&](const std::string&) {
+        EXPECT_EQ(steps++, 1U);
+        EXPECT_EQ(m().lastCUPSCommand.get(), plainCommand);
+    };
+    const auto atError = m().lastPrintError.subscribe([&] { EXPECT_EQ(steps++, 2U); });
+    m().sendToCUPS(false);
+    EXPECT_EQ(steps, 3U);
+}
+
+TEST_F(PrintJob, writesNothingButItsTwoResults) {
+    const AssignmentLog log(m());
+    m().sendToCUPS(false);
+    EXPECT_EQ(log.names, (Strings{"lastCUPSCommand", "lastPrintError"}));
+    EXPECT_EQ(log.notifications, 2);
+    EXPECT_EQ(world.preferences.writes, 0);
+}
+
+TEST_F(PrintJob, clearsAnEarlierErrorWhenItSucceedsAndNoSooner) {
+    m().lastPrintError = "an earlier one";
+    world.processes.willRun = [&](const std::string&) {
+        EXPECT_EQ(m().lastPrintError.get(), "an earlier one");
+    };
+    m().sendToCUPS(false);
+    EXPECT_EQ(m().lastPrintError.get(), std::nullopt);
+}
+
+TEST_F(PrintJob, asADryRunOpensThePageAndRunsNothing) {
+    const AssignmentLog log(m());
+    m().sendToCUPS(true);
+    EXPECT_EQ(world.desktop.opened, Strings{firstPath});
+    EXPECT_EQ(m().lastCUPSCommand.get(), plainCommand);
+    EXPECT_EQ(world.console.lines, Strings{"Lumivert CUPS command: " + plainCommand});
+    EXPECT_EQ(log.names, Strings{"lastCUPSCommand"});
+    EXPECT_TRUE(world.processes.commands.empty());
+    EXPECT_TRUE(world.dispatcher.inBackground.empty()) << "the file stays";
+    EXPECT_TRUE(world.files.removed.empty());
+}
+
+TEST_F(PrintJob, asADryRunLeavesAnEarlierErrorStanding) {
+    m().lastPrintError = "Print failed: earlier";
+    m().sendToCUPS(true);
+    EXPECT_EQ(m().lastPrintError.get(), "Print failed: earlier");
+}
+
+TEST_F(PrintJob, makesTheSamePageAndCommandInADryRun) {
+    m().sendToCUPS(true);
+    m().sendToCUPS(false);
+    ASSERT_EQ(world.pdf.documents.size(), 2U);
+    EXPECT_EQ(world.pdf.documents[0]->calls, world.pdf.documents[1]->calls);
+    EXPECT_NE(world.pdf.documents[0]->path, world.pdf.documents[1]->path) << "each has its file";
+    EXPECT_EQ(world.pdf.documents[1]->path,
+              "/tmp/ada/Lumivert_00000000-0000-0000-0000-000000000002.pdf");
+}
+
+TEST_F(PrintJob, reportsAPageThatCannotBeCreated) {
+    for (const bool dryRun : {false, true}) {
+        world.pdf.creates = false;
+        m().lastPrintError = std::nullopt;
+        const AssignmentLog log(m());
+        m().sendToCUPS(dryRun);
+        EXPECT_EQ(m().lastPrintError.get(), "Could not create PDF context");
+        EXPECT_EQ(log.names, Strings{"lastPrintError"});
+    }
+    EXPECT_TRUE(world.processes.commands.empty());
+    EXPECT_TRUE(world.console.lines.empty());
+    EXPECT_TRUE(world.desktop.opened.empty());
+}
+
+TEST_F(PrintJob, reportsAPageThatCannotBeFinishedAndSendsNothing) {
+    m().lastCUPSCommand = "an earlier one";
+    for (const bool dryRun : {false, true}) {
+        world.pdf.closes = false;
+        m().lastPrintError = std::nullopt;
+        m().sendToCUPS(dryRun);
+        EXPECT_EQ(m().lastPrintError.get(), "Could not create PDF context");
+        EXPECT_EQ(world.pdf.documents.back()->calls.back(), "close");
+        EXPECT_TRUE(world.pdf.documents.back()->released) << "which removes the file";
+    }
+    EXPECT_EQ(m().lastCUPSCommand.get(), "an earlier one");
+    EXPECT_TRUE(world.processes.commands.empty());
+    EXPECT_TRUE(world.console.lines.empty());
+    EXPECT_TRUE(world.desktop.opened.empty());
+    EXPECT_TRUE(world.dispatcher.inBackground.empty());
+}
+
+TEST_F(PrintJob, reportsAShellThatCannotBeStarted) {
+    world.processes.launchFailure = "No such file or directory";
+    m().sendToCUPS(false);
+    EXPECT_EQ(m().lastPrintError.get(), "Could not send to printer: No such file or directory");
+    EXPECT_EQ(m().lastCUPSCommand.get(), plainCommand);
+    EXPECT_TRUE(world.dispatcher.inBackground.empty()) << "the file stays";
+    EXPECT_TRUE(world.files.removed.empty());
+}
+
+TEST_F(PrintJob, reportsWhatLpSaysWhenItFails) {
+    for (const int status : {1, 2, 127, 139, -1}) {
+        lp() = {status, "lp: The printer or class does not exist.\n"};
+        m().sendToCUPS(false);
+        EXPECT_EQ(m().lastPrintError.get(),
+                  "Print failed: lp: The printer or class does not exist.\n");
+    }
+    EXPECT_TRUE(world.dispatcher.inBackground.empty()) << "the files stay";
+}
+
+TEST_F(PrintJob, reportsNoTextWhenLpsIsNotUtf8) {
+    lp() = {1, "lp: \xe5\n"};
+    m().sendToCUPS(false);
+    EXPECT_EQ(m().lastPrintError.get(), "Print failed: ");
+    lp() = {1, ""};
+    m().sendToCUPS(false);
+    EXPECT_EQ(m().lastPrintError.get(), "Print failed: ");
+}
+
+TEST_F(PrintJob, succeedsWhateverLpWrites) {
+    for (const char* output : {"request id is Photo_Printer-7 (1 file(s))\n", "\xff", ""}) {
+        lp() = {0, output};
+        m().sendToCUPS(false);
+        EXPECT_EQ(m().lastPrintError.get(), std::nullopt);
+    }
+    EXPECT_EQ(world.dispatcher.inBackground.size(), 3U);
+}
+
+std::string optionsOf(const std::optional<std::string>& command) {
+    return command->substr(0, command->find(" \""));
+}
+
+TEST_F(PrintJob, namesTheBorderlessSizeWhereThereIsOne) {
+    const struct {
+        const char* paper;
+        bool borderless;
+        const char* name;
+    } cases[] = {{"A4", false, "A4"},
+                 {"A4", true, "A4.Fullbleed"},
+                 {"Letter", false, "Letter"},
+                 {"Letter", true, "Letter"},
+                 {"gone", true, "A4"}};
+    for (const auto& [paper, borderless, name] : cases) {
+        m().selectedPaperSizeID = paper;
+        m().borderless = borderless;
+        m().sendToCUPS(true);
+        EXPECT_EQ(optionsOf(m().lastCUPSCommand),
+                  std::string("lp -d Photo_Printer -o PageSize=") + name +
+                      " -o MediaType=auto -o cupsPrintQuality=High");
+    }
+    m().availablePaperSizes = {{"id", "name", 100, 100, "cups", ""}};
+    m().selectedPaperSizeID = "id";
+    m().sendToCUPS(true);
+    EXPECT_NE(m().lastCUPSCommand->value().find(" -o PageSize= "), std::string::npos)
+        << "an empty name is a name";
+    m().borderless = false;
+    m().sendToCUPS(true);
+    EXPECT_NE(m().lastCUPSCommand->value().find(" -o PageSize=cups "), std::string::npos);
+}
+
+TEST_F(PrintJob, alwaysNamesTheMediaType) {
+    m().selectedPaperTypeID = "Glossy";
+    m().sendToCUPS(true);
+    EXPECT_EQ(optionsOf(m().lastCUPSCommand),
+              "lp -d Photo_Printer -o PageSize=A4 -o MediaType=Glossy -o cupsPrintQuality=High");
+    m().selectedPaperTypeID = "gone";
+    m().sendToCUPS(true);
+    EXPECT_EQ(optionsOf(m().lastCUPSCommand),
+              "lp -d Photo_Printer -o PageSize=A4 -o MediaType=auto -o cupsPrintQuality=High");
+    m().availablePaperTypes = {{"id", "Name", "cups value"}};
+    m().selectedPaperTypeID = "id";
+    m().sendToCUPS(true);
+    EXPECT_EQ(
+        optionsOf(m().lastCUPSCommand),
+        "lp -d Photo_Printer -o PageSize=A4 -o MediaType=cups value -o cupsPrintQuality=High");
+}
+
+TEST_F(PrintJob, escapesNothingInTheCommand) {
+    world.files.temporary = "/tmp/a \"b\" $HOME `c`";
+    m().availablePrinters = {{"q;rm $x", "shown"}};
+    m().selectedPrinterID = "q;rm $x";
+    m().sendToCUPS(false);
+    EXPECT_EQ(world.processes.commands,
+              Strings{"lp -d q;rm $x -o PageSize=A4 -o MediaType=auto -o cupsPrintQuality=High "
+                      "\"/tmp/a \"b\" $HOME `c`/Lumivert_00000000-0000-0000-0000-000000000001.pdf"
+                      "\""});
+}
+
+TEST_F(PrintJob, putsNothingAboutColourIntoTheCommand) {
+    m().availableICCProfiles = {{"/p.icc", "p", "/p.icc", true}};
+    m().selectedICCProfileID = "/p.icc";
+    world.files.files["/p.icc"] = "profile";
+    m().renderingIntent = RenderingIntent::absolute;
+    m().orientation = PaperOrientation::landscape;
+    m().sendToCUPS(true);
+    EXPECT_EQ(m().lastCUPSCommand.get(), plainCommand);
+}
+
+} // namespace
+} // namespace lumivert

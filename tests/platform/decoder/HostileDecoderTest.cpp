@@ -1,0 +1,201 @@
+#include "platform/decoder/DecoderClient.h"
+#include "platform/decoder/TestFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <future>
+#include <poll.h>
+#include <sys/wait.h>
+#include <thread>
+
+namespace lumivert {
+namespace {
+
+using namespace std::chrono_literals;
+
+DecoderOptions options() {
+    return {.path = LUMIVERT_FAKE_DECODER,
+            .screenEdge = [] { return 2048; },
+            .answerTimeout = 500ms,
+            .rowTimeout = 500ms};
+}
+
+class HostileDecoder : public testing::Test {
+protected:
+    std::shared_ptr<const Image> decode(const std::string& word) {
+        return m_client.decode(m_folder.write("photo", word));
+    }
+
+    DecoderClient m_client{options()};
+    test::TestFolder m_folder;
+};
+
+TEST_F(HostileDecoder, isBelievedWhenItBehaves) {
+    const auto image = decode("good");
+    ASSERT_TRUE(image);
+    EXPECT_EQ(image->size(), (SizePoints{2, 2}));
+    const auto rows = image->bitmap()->rows(std::nullopt);
+    ASSERT_TRUE(rows);
+    Bytes buffer(12);
+    EXPECT_EQ(rows->readRows(buffer), 2u);
+    EXPECT_EQ(rows->readRows(buffer), 0u);
+}
+
+TEST_F(HostileDecoder, isNoMoreThanAnImageThatDidNotDecode) {
+    for (const char* word :
+         {"crash",   "exit",     "garbage",  "long",         "magic",       "version",  "kind",
+          "refused", "zero",     "negative", "huge",         "vast",        "channels", "bits",
+          "density", "nan",      "white",    "rendition",    "norendition", "short",    "surplus",
+          "profile", "unsealed", "pipe",     "nodescriptor", "two"})
+        EXPECT_FALSE(decode(word)) << word;
+}
+
+TEST_F(HostileDecoder, isNotWaitedForForever) {
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(decode("hang"));
+    const auto waited = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(waited, 450ms);
+    EXPECT_LT(waited, 10s);
+}
+
+TEST_F(HostileDecoder, cannotPassOffAnythingAsAJpegStream) {
+    for (const char* word : {"jpeg", "jpegturn", "jpegsize"}) {
+        const auto image = decode(word);
+        ASSERT_TRUE(image) << word;
+        EXPECT_FALSE(image->bitmap()->jpegStream()) << word;
+    }
+}
+
+TEST_F(HostileDecoder, refusesRowsOfAnotherShape) {
+    for (const char* word :
+         {"rowscrash", "rowsrefused", "rowswidth", "rowsheight", "rowschannels", "rowsbits"}) {
+        const auto image = decode(word);
+        ASSERT_TRUE(image) << word;
+        EXPECT_FALSE(image->bitmap()->rows(std::nullopt)) << word;
+    }
+}
+
+TEST_F(HostileDecoder, breaksRowsOffWhenItEndsOrStalls) {
+    for (const char* word : {"rowsend", "rowsstall"}) {
+        const auto image = decode(word);
+        ASSERT_TRUE(image) << word;
+        const auto rows = image->bitmap()->rows(std::nullopt);
+        ASSERT_TRUE(rows) << word;
+        Bytes row(6);
+        EXPECT_EQ(rows->readRows(row), 1u) << word;
+        EXPECT_FALSE(rows->readRows(row)) << word;
+        EXPECT_FALSE(rows->readRows(row)) << word;
+    }
+}
+
+TEST_F(HostileDecoder, makesASoftProofThatCannotBeMade) {
+    const auto image = decode("good");
+    ASSERT_TRUE(image);
+    auto space = std::make_shared<ColorSpace>();
+    space->profile = sharedBytes(Bytes(128));
+    space->channels = 3;
+    std::promise<std::shared_ptr<const ScreenRendition>> made;
+    image->softProof({space, RenderingIntent::relative},
+                     [&](std::shared_ptr<const ScreenRendition> proof) { made.set_value(proof); });
+    auto result = made.get_future();
+    ASSERT_EQ(result.wait_for(10s), std::future_status::ready);
+    EXPECT_FALSE(result.get());
+}
+
+TEST(DecoderPool, replacesASpareThatHasDied) {
+    const test::TestFolder folder;
+    ::setenv("FAKE_DECODER_ENDS_AT_ONCE", "1", 1);
+    DecoderClient client(options());
+    client.prepareSpare();
+    std::this_thread::sleep_for(300ms);
+    ::unsetenv("FAKE_DECODER_ENDS_AT_ONCE");
+    EXPECT_TRUE(client.decode(folder.write("photo", "good")));
+}
+
+TEST(DecoderPool, decodesNothingWithoutItsProgram) {
+    const test::TestFolder folder;
+    DecoderOptions without = options();
+    without.path = folder.path("absent");
+    DecoderClient client(without);
+    client.prepareSpare();
+    EXPECT_FALSE(client.decode(folder.write("photo", "good")));
+}
+
+TEST(DecoderPool, leavesNoProcessBehind) {
+    const test::TestFolder folder;
+    {
+        DecoderClient client(options());
+        client.prepareSpare();
+        for (const char* word : {"good", "crash", "hang"})
+            (void)client.decode(folder.write("photo", word));
+    }
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1); // neither running nor unreaped
+    EXPECT_EQ(errno, ECHILD);
+}
+
+TEST(DecoderPool, leavesNoDescriptorOpenAndNoneThatAProgramInherits) {
+    const test::TestFolder folder;
+    const FileUrl photo = folder.write("photo", "good");
+    const auto openOnes = [] {
+        std::vector<int> open;
+        for (int fd = 0; fd < 256; ++fd)
+            if (::fcntl(fd, F_GETFD) >= 0)
+                open.push_back(fd);
+        return open;
+    };
+    const auto before = openOnes();
+    {
+        DecoderClient client(options());
+        client.prepareSpare();
+        const auto image = client.decode(photo);
+        const auto rows = image->bitmap()->rows(std::nullopt);
+        for (const int fd : openOnes())
+            if (!std::ranges::count(before, fd)) {
+                EXPECT_TRUE(::fcntl(fd, F_GETFD) & FD_CLOEXEC);
+            }
+    }
+    EXPECT_EQ(openOnes(), before);
+}
+
+TEST(DecoderProcess, endsWithTheProgramThatStartedIt) {
+    // A child of ours starts the real decoder, tells its number and is killed.
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    const pid_t program = ::fork();
+    ASSERT_GE(program, 0);
+    if (program == 0) {
+        const auto decoder = DecoderProcess::start(LUMIVERT_DECODER);
+        const pid_t number = decoder ? decoder->pid() : -1;
+        if (::write(ends[1], &number, sizeof number) != sizeof number)
+            ::_exit(1);
+        for (;;)
+            ::pause();
+    }
+    pid_t decoder = -1;
+    ASSERT_EQ(::read(ends[0], &decoder, sizeof decoder), static_cast<ssize_t>(sizeof decoder));
+    ASSERT_GT(decoder, 0);
+    EXPECT_EQ(::kill(decoder, 0), 0);
+    ::kill(program, SIGKILL);
+    ::waitpid(program, nullptr, 0);
+    ::close(ends[0]);
+    ::close(ends[1]);
+    const auto state = [&] {
+        std::ifstream file("/proc/" + std::to_string(decoder) + "/stat");
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        const std::size_t name = text.rfind(')');
+        return name == std::string::npos ? 'X' : text[name + 2];
+    };
+    // It belongs to whoever adopts orphans now; gone or waiting to be reaped is the same to us.
+    const auto deadline = std::chrono::steady_clock::now() + 20s;
+    while (state() != 'X' && state() != 'Z' && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(20ms);
+    EXPECT_TRUE(state() == 'X' || state() == 'Z') << state();
+}
+
+} // namespace
+} // namespace lumivert

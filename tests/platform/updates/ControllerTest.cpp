@@ -1,0 +1,91 @@
+#include "fakes/FakeServices.h"
+#include "fakes/FakeUpdates.h"
+#include "platform/updates/SPUStandardUpdaterController.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace lumivert {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+
+class ControllerTest : public testing::Test {
+protected:
+    fakes::FakeUpdateEngine engine;
+    fakes::FakeUpdateWindow window;
+    fakes::FakeUpdateClock clock;
+    fakes::FakePreferencesStore preferences;
+    UpdateServices services{engine, window, clock, preferences};
+};
+
+TEST_F(ControllerTest, startsTheUpdaterWhenToldTo) {
+    SPUStandardUpdaterController controller(true, services);
+    EXPECT_TRUE(controller.updater().canCheckForUpdates());
+}
+
+TEST_F(ControllerTest, waitsToBeStartedOtherwise) {
+    preferences.setData(UpdateSchedule::preferenceKey, "0");
+    SPUStandardUpdaterController controller(false, services);
+    clock.pass(48h);
+    controller.updater().checkForUpdates();
+    EXPECT_FALSE(controller.updater().canCheckForUpdates());
+    EXPECT_TRUE(engine.checks.empty());
+    controller.startUpdater();
+    controller.startUpdater();
+    EXPECT_TRUE(controller.updater().canCheckForUpdates());
+    EXPECT_EQ(clock.alarmCount(), 1U);
+}
+
+TEST_F(ControllerTest, theUpdaterTellsItsFlagAtOnceAndAtEachChange) {
+    SPUStandardUpdaterController controller(true, services);
+    SPUUpdater& updater = controller.updater();
+    std::vector<bool> seen;
+    const auto observation =
+        updater.observeCanCheckForUpdates([&] { seen.push_back(updater.canCheckForUpdates()); });
+    updater.checkForUpdates();
+    engine.endCheck(UpdateNotNeeded{"1.0"});
+    EXPECT_THAT(seen, ElementsAre(true, false, true));
+}
+
+TEST_F(ControllerTest, remembersWhenItChecked) {
+    SPUStandardUpdaterController controller(true, services);
+    controller.updater().checkForUpdates();
+    engine.endCheck(UpdateNotNeeded{"1.0"});
+    EXPECT_EQ(preferences.data(UpdateSchedule::preferenceKey), "1800000000");
+}
+
+TEST_F(ControllerTest, checksOnScheduleFromTheSecondStartOn) {
+    {
+        SPUStandardUpdaterController first(true, services);
+        clock.pass(10min);
+        EXPECT_TRUE(engine.checks.empty());
+    }
+    SPUStandardUpdaterController second(true, services);
+    clock.pass(10min);
+    EXPECT_THAT(engine.checks, ElementsAre(UpdateCheckKind::scheduled));
+    engine.endCheck(UpdateNotNeeded{"1.0"});
+    clock.pass(23h);
+    EXPECT_EQ(engine.checks.size(), 1U);
+    clock.pass(2h);
+    EXPECT_EQ(engine.checks.size(), 2U);
+}
+
+TEST_F(ControllerTest, tellsOfNewsEachDayUntilItIsInstalled) {
+    preferences.setData(UpdateSchedule::preferenceKey, "0");
+    SPUStandardUpdaterController controller(true, services);
+    clock.pass(10min);
+    engine.endCheck(AvailableUpdate{"id", "1.0", "1.1", {}});
+    EXPECT_EQ(window.openings, 1);
+    window.actions.dismiss();
+    clock.pass(24h + 5min);
+    ASSERT_EQ(engine.checks.size(), 2U);
+    engine.endCheck(AvailableUpdate{"id", "1.0", "1.1", {}});
+    EXPECT_EQ(window.openings, 2);
+}
+
+} // namespace
+} // namespace lumivert

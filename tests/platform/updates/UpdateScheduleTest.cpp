@@ -1,0 +1,168 @@
+#include "platform/updates/UpdateSchedule.h"
+
+#include "fakes/FakeServices.h"
+#include "fakes/FakeUpdates.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+namespace lumivert {
+namespace {
+
+using namespace std::chrono_literals;
+
+class UpdateScheduleTest : public testing::Test {
+protected:
+    std::optional<std::string> stored() { return preferences.data("LastUpdateCheck"); }
+    void store(std::chrono::seconds ago) {
+        preferences.setData("LastUpdateCheck",
+                            std::to_string((clock.time - ago).time_since_epoch().count()));
+    }
+    void start() {
+        schedule.emplace(clock, preferences, [this](auto done) {
+            ++checks;
+            onDone = std::move(done);
+        });
+        schedule->start();
+    }
+    /// The running check learned its answer.
+    void answer() {
+        schedule->noteAnswer();
+        onDone(true);
+    }
+
+    fakes::FakeUpdateClock clock;
+    fakes::FakePreferencesStore preferences;
+    int checks = 0;
+    std::function<void(bool)> onDone;
+    std::optional<UpdateSchedule> schedule;
+};
+
+TEST_F(UpdateScheduleTest, touchesNothingWhileTheProgramStarts) {
+    start();
+    clock.pass(4s);
+    EXPECT_EQ(preferences.writes, 0);
+}
+
+TEST_F(UpdateScheduleTest, theFirstStartOnlyLeavesItsMark) {
+    start();
+    clock.pass(48h);
+    EXPECT_EQ(checks, 0);
+    EXPECT_EQ(stored(), "0");
+}
+
+TEST_F(UpdateScheduleTest, anAskedForCheckInTheFirstStartSchedulesNoneThere) {
+    start();
+    clock.pass(1s);
+    schedule->noteAnswer();
+    clock.pass(72h);
+    EXPECT_EQ(checks, 0);
+    EXPECT_EQ(stored(), "1800000001");
+}
+
+TEST_F(UpdateScheduleTest, theSecondStartChecksAfterARandomDelay) {
+    preferences.setData("LastUpdateCheck", "0");
+    clock.chance = 100s;
+    start();
+    clock.pass(104s);
+    EXPECT_EQ(checks, 0);
+    clock.pass(1s);
+    EXPECT_EQ(checks, 1);
+}
+
+TEST_F(UpdateScheduleTest, theDelayLiesBetweenTwentySecondsAndFiveMinutes) {
+    preferences.setData("LastUpdateCheck", "0");
+    clock.chance = 0s;
+    start();
+    clock.pass(24s);
+    EXPECT_EQ(checks, 0);
+    clock.pass(1s);
+    EXPECT_EQ(checks, 1);
+    clock.chance = 24h;
+    start();
+    clock.pass(304s);
+    EXPECT_EQ(checks, 1);
+    clock.pass(1s);
+    EXPECT_EQ(checks, 2);
+}
+
+TEST_F(UpdateScheduleTest, checksADayAfterTheLastOne) {
+    store(20h);
+    start();
+    clock.pass(4h + 59s);
+    EXPECT_EQ(checks, 0);
+    clock.pass(1s);
+    EXPECT_EQ(checks, 1);
+    answer();
+    EXPECT_EQ(stored(), std::to_string(clock.time.time_since_epoch().count()));
+    clock.pass(24h + 59s);
+    EXPECT_EQ(checks, 1);
+    clock.pass(1s);
+    EXPECT_EQ(checks, 2);
+}
+
+TEST_F(UpdateScheduleTest, anAskedForCheckCountsToo) {
+    store(23h);
+    start();
+    clock.pass(30min);
+    schedule->noteAnswer();
+    clock.pass(24h);
+    EXPECT_EQ(checks, 0);
+    clock.pass(1min);
+    EXPECT_EQ(checks, 1);
+}
+
+TEST_F(UpdateScheduleTest, triesAgainInAnHourWhenItLearnedNothing) {
+    store(48h);
+    start();
+    clock.pass(5min);
+    ASSERT_EQ(checks, 1);
+    const auto before = stored();
+    onDone(false);
+    EXPECT_EQ(stored(), before);
+    clock.pass(1h);
+    EXPECT_EQ(checks, 1);
+    clock.pass(1min);
+    EXPECT_EQ(checks, 2);
+}
+
+TEST_F(UpdateScheduleTest, countsTheTimeThatTheMachineSleeps) {
+    store(1h);
+    start();
+    clock.pass(10s);
+    clock.sleep(23h);
+    clock.pass(1h + 1s);
+    EXPECT_EQ(checks, 1);
+}
+
+TEST_F(UpdateScheduleTest, doesNotWaitForAClockThatWasAYearAhead) {
+    store(1h);
+    start();
+    clock.pass(10s);
+    clock.time -= 24h * 365;
+    clock.pass(2h);
+    EXPECT_EQ(checks, 1);
+}
+
+TEST_F(UpdateScheduleTest, aValueThatMakesNoSenseCountsAsNever) {
+    for (const char* text :
+         {"", "yesterday", "-5", "12x", " 12", "99999999999999999999", "9000000000"}) {
+        preferences.setData("LastUpdateCheck", text);
+        checks = 0;
+        start();
+        clock.pass(5min);
+        EXPECT_EQ(checks, 1) << text;
+    }
+}
+
+TEST_F(UpdateScheduleTest, destroyedItLeavesNoAlarm) {
+    preferences.setData("LastUpdateCheck", "0");
+    start();
+    schedule.reset();
+    EXPECT_EQ(clock.alarmCount(), 0U);
+}
+
+} // namespace
+} // namespace lumivert

@@ -1,0 +1,282 @@
+#include "views/ContentView.h"
+
+#include "views/PreviewPanel.h"
+#include "views/SettingsPanel.h"
+#include "views/ViewFixture.h"
+#include "views/controls/Alert.h"
+
+#include <QDir>
+#include <QDropEvent>
+#include <QFile>
+#include <QFileDialog>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QPushButton>
+#include <QTemporaryDir>
+
+namespace lumivert {
+namespace {
+
+/// Hands its bytes out when the test says so.
+class FakeItem : public ItemProvider {
+public:
+    struct Request {
+        std::string type;
+        std::function<void(std::optional<std::string>)> completion;
+    };
+    explicit FakeItem(std::vector<Request>& requests)
+        : m_requests(requests) {}
+    void loadItem(const std::string& type,
+                  std::function<void(std::optional<std::string>)> completion) override {
+        m_requests.push_back({type, std::move(completion)});
+    }
+
+private:
+    std::vector<Request>& m_requests;
+};
+
+class ContentViewTest : public ViewTest {
+protected:
+    ContentViewTest() {
+        window =
+            std::make_unique<ContentView>(*pm, fakes.dispatcher, [this](const QMimeData& mime) {
+                return providers(static_cast<int>(mime.urls().size()));
+            });
+        window->show();
+        QApplication::processEvents();
+        fakes.images.images["/photos/one.jpg"] =
+            std::make_shared<fakes::FakeImage>(PixelSize{300, 200});
+    }
+
+    ItemProviders providers(int count) {
+        ItemProviders made;
+        for (int i = 0; i < count; ++i)
+            made.push_back(std::make_unique<FakeItem>(requests));
+        return made;
+    }
+    template <class Dialog>
+    Dialog* dialog() {
+        for (Dialog* found : window->findChildren<Dialog*>())
+            if (found->isVisible())
+                return found;
+        return nullptr;
+    }
+    QAction* action(const QString& text) {
+        for (QAction* found : window->findChildren<QAction*>())
+            if (found->text() == text)
+                return found;
+        return nullptr;
+    }
+    bool drop(QMimeData& mime, Qt::DropActions offered = Qt::CopyAction | Qt::MoveAction) {
+        QDragEnterEvent enter(QPoint(30, 30), offered, &mime, Qt::LeftButton, Qt::NoModifier);
+        enter.ignore();
+        QApplication::sendEvent(window.get(), &enter);
+        if (!enter.isAccepted())
+            return false;
+        QDropEvent event(QPointF(30, 30), offered, &mime, Qt::LeftButton, Qt::NoModifier);
+        event.setDropAction(Qt::MoveAction);
+        QApplication::sendEvent(window.get(), &event);
+        EXPECT_EQ(event.dropAction(), Qt::CopyAction) << "the source must keep the file";
+        return event.isAccepted();
+    }
+
+    std::vector<FakeItem::Request> requests;
+    std::unique_ptr<ContentView> window;
+};
+
+TEST_F(ContentViewTest, opensAtItsFirstSizeAndHasALeastOne) {
+    EXPECT_EQ(window->size(), QSize(1100, 750));
+    EXPECT_GE(window->minimumSizeHint().width(), 900);
+    EXPECT_GE(window->minimumSizeHint().height(), 650);
+    EXPECT_EQ(window->windowTitle(), "");
+}
+
+TEST_F(ContentViewTest, givesAllFurtherWidthToThePreview) {
+    auto* preview = window->findChild<PreviewPanel*>();
+    auto* settings = window->findChild<SettingsPanel*>();
+    EXPECT_LT(preview->x(), settings->x());
+    for (const int width : {900, 1100, 1900}) {
+        window->resize(width, 750);
+        QApplication::processEvents();
+        EXPECT_EQ(settings->width(), 320) << width;
+        EXPECT_GE(preview->width(), width - 320 - 8) << width;
+        EXPECT_GE(preview->width(), 500);
+    }
+}
+
+TEST_F(ContentViewTest, hasTheApplicationsAndTheFileMenu) {
+    QStringList menus;
+    for (QAction* menu : window->menuBar()->actions())
+        menus << menu->text();
+    EXPECT_EQ(menus.join(", "), "Lumivert, File");
+    QStringList items;
+    for (QAction* item : window->applicationMenu()->actions())
+        items << item->text();
+    EXPECT_EQ(items.join(", "), "About Lumivert, , Quit");
+    EXPECT_EQ(action("Quit")->shortcut(), QKeySequence("Ctrl+Q"));
+    EXPECT_EQ(action("Open Image...")->shortcut(), QKeySequence("Ctrl+O"));
+}
+
+TEST_F(ContentViewTest, tellsAboutItself) {
+    action("About Lumivert")->trigger();
+    auto* about = dialog<QMessageBox>();
+    ASSERT_NE(about, nullptr);
+    EXPECT_TRUE(about->text().contains("Lumivert"));
+    about->close();
+}
+
+TEST_F(ContentViewTest, opensTheFileDialogByKeyEvenWithAnImage) {
+    load({300, 200});
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    QTest::keyClick(window.get(), Qt::Key_O, Qt::ControlModifier);
+    EXPECT_TRUE(pm->showFileImporter);
+    EXPECT_NE(dialog<QFileDialog>(), nullptr);
+}
+
+TEST_F(ContentViewTest, loadsTheFileThatIsChosen) {
+    QTemporaryDir folder;
+    const QString path = folder.filePath("å photo.jpg");
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.close();
+    fakes.images.images[path.toStdString()] = std::make_shared<fakes::FakeImage>(PixelSize{3, 2});
+    NotificationCount notifications(*pm);
+    pm->showFileImporter = true;
+    auto* chooser = dialog<QFileDialog>();
+    ASSERT_NE(chooser, nullptr);
+    chooser->setDirectory(folder.path());
+    chooser->selectFile(path);
+    notifications.taken();
+    QMetaObject::invokeMethod(chooser, "accept");
+    EXPECT_FALSE(pm->showFileImporter);
+    ASSERT_TRUE(pm->imageURL.get());
+    EXPECT_EQ(pm->imageURL.get()->path(), path.toStdString());
+}
+
+TEST_F(ContentViewTest, changesNothingWhenTheFileDialogIsCancelled) {
+    pm->showFileImporter = true;
+    dialog<QFileDialog>()->reject();
+    EXPECT_FALSE(pm->showFileImporter);
+    EXPECT_EQ(dialog<QFileDialog>(), nullptr);
+    EXPECT_TRUE(fakes.images.decoded.empty());
+}
+
+TEST_F(ContentViewTest, startsTheFileDialogWhereTheImageLies) {
+    QTemporaryDir folder;
+    load({3, 2}, folder.filePath("a.jpg").toStdString());
+    pm->showFileImporter = true;
+    EXPECT_EQ(dialog<QFileDialog>()->directory(), QDir(folder.path()));
+}
+
+TEST_F(ContentViewTest, asksBeforeItPrints) {
+    pm->availablePaperTypes = std::vector<PaperType>{{"g", "Premium Glossy", "Glossy"}};
+    pm->selectedPaperTypeID = "g";
+    pm->borderless = true;
+    pm->showConfirmPrint = true;
+    auto* alert = dialog<Alert>();
+    ASSERT_NE(alert, nullptr);
+    EXPECT_EQ(accessibleName(alert), "Print");
+    EXPECT_NE(textShown(*alert, QString::fromStdString(pm->selectedPaperSize().name) +
+                                    "\nPremium Glossy\nBorderless"),
+              nullptr);
+}
+
+TEST_F(ContentViewTest, printsOnceItIsConfirmed) {
+    load({300, 200});
+    pm->showConfirmPrint = true;
+    NotificationCount notifications(*pm);
+    fakes.processes.commands.clear();
+    control<QPushButton>(*dialog<Alert>(), "Print")->click();
+    EXPECT_FALSE(pm->showConfirmPrint);
+    ASSERT_EQ(fakes.processes.commands.size(), 1U);
+    EXPECT_TRUE(fakes.processes.commands[0].starts_with("lp "));
+    EXPECT_TRUE(fakes.desktop.opened.empty()) << "no dry run";
+}
+
+TEST_F(ContentViewTest, printsNothingWhenThePrintIsCancelled) {
+    load({300, 200});
+    pm->showConfirmPrint = true;
+    fakes.processes.commands.clear();
+    control<QPushButton>(*dialog<Alert>(), "Cancel")->click();
+    EXPECT_FALSE(pm->showConfirmPrint);
+    EXPECT_TRUE(fakes.processes.commands.empty());
+    EXPECT_FALSE(pm->lastCUPSCommand.get());
+}
+
+TEST_F(ContentViewTest, refusesADropOfNothing) {
+    EXPECT_FALSE(window->handleDrop({}));
+}
+
+TEST_F(ContentViewTest, loadsADroppedFileOnTheMainThreadLater) {
+    EXPECT_TRUE(window->handleDrop(providers(1)));
+    ASSERT_EQ(requests.size(), 1U);
+    EXPECT_EQ(requests[0].type, "public.file-url");
+    requests[0].completion("file:///photos/one.jpg");
+    EXPECT_TRUE(fakes.images.decoded.empty()) << "not within the completion";
+    fakes.dispatcher.runMain();
+    ASSERT_TRUE(pm->imageURL.get());
+    EXPECT_EQ(pm->imageURL.get()->path(), "/photos/one.jpg");
+}
+
+TEST_F(ContentViewTest, takesTheFirstOfThreeDroppedFiles) {
+    EXPECT_TRUE(window->handleDrop(providers(3)));
+    EXPECT_EQ(requests.size(), 1U);
+}
+
+TEST_F(ContentViewTest, letsGoSilentlyOfWhatItCannotUse) {
+    for (const std::optional<std::string>& item :
+         {std::optional<std::string>{}, std::optional<std::string>("rubbish"),
+          std::optional<std::string>("file:///photos/one.webp")}) {
+        EXPECT_TRUE(window->handleDrop(providers(1)));
+        requests.back().completion(item);
+    }
+    EXPECT_TRUE(fakes.dispatcher.onMain.empty());
+    EXPECT_FALSE(pm->lastPrintError.get());
+}
+
+TEST_F(ContentViewTest, forgetsADropWhenItsWindowIsGone) {
+    window->handleDrop(providers(1));
+    requests[0].completion("file:///photos/one.jpg");
+    window.reset();
+    fakes.dispatcher.runMain();
+    EXPECT_TRUE(fakes.images.decoded.empty());
+}
+
+TEST_F(ContentViewTest, takesDropsOfFilesAnywhere) {
+    QMimeData mime;
+    mime.setUrls({QUrl("file:///photos/one.jpg"), QUrl("file:///photos/two.jpg")});
+    EXPECT_TRUE(drop(mime));
+    ASSERT_EQ(requests.size(), 1U);
+    // No child keeps a drop from the window.
+    for (QWidget* child : window->findChildren<QWidget*>())
+        EXPECT_FALSE(child->acceptDrops() && child->isVisible() && child->isEnabled())
+            << child->metaObject()->className();
+}
+
+TEST_F(ContentViewTest, refusesADragWithoutFiles) {
+    QMimeData mime;
+    mime.setText("words");
+    EXPECT_FALSE(drop(mime));
+    EXPECT_TRUE(requests.empty());
+}
+
+TEST_F(ContentViewTest, hasANameForEverythingThatCanBeWorked) {
+    load({300, 200});
+    pm->savePreset("One");
+    pm->selectedICCProfileID = "p";
+    for (const SizingMode mode : {SizingMode::margins, SizingMode::imageSize}) {
+        pm->sizingMode = mode;
+        pm->imageSizeCentered = false;
+        for (QWidget* widget : shown<QWidget>(*window)) {
+            const bool canBeWorked = (widget->focusPolicy() & Qt::TabFocus) && widget->isEnabled();
+            EXPECT_FALSE(canBeWorked && accessibleName(widget).isEmpty())
+                << widget->metaObject()->className();
+        }
+    }
+}
+
+} // namespace
+} // namespace lumivert

@@ -1,0 +1,213 @@
+#include "views/PaperPreview.h"
+
+#include "views/ViewFixture.h"
+#include "views/controls/Appearance.h"
+
+#include <QImage>
+
+namespace lumivert {
+namespace {
+
+constexpr QRgb white = qRgb(255, 255, 255);
+constexpr QRgb photo = qRgb(0x80, 0x80, 0x80);
+
+/// On a sheet of 2 pixels a millimetre: A4 in a view of 500 x 674 lies at 40, 40.
+class PaperPreviewTest : public ViewTest {
+protected:
+    PaperPreviewTest() {
+        pm->availablePaperSizes =
+            std::vector<PaperSize>{{"A4", "A4", 210, 297, "A4", std::nullopt}};
+        pm->margins = Margins{};
+        pm->image = std::make_shared<fakes::FakeImage>(PixelSize{210, 297});
+        preview.resize(500, 674);
+        keepFresh(&preview, *pm);
+        preview.show();
+        QApplication::processEvents();
+    }
+
+    QImage painted() { return preview.grab().toImage().convertToFormat(QImage::Format_RGB32); }
+    QRgb pixel(double xMM, double yMM) {
+        return painted().pixel(40 + static_cast<int>(xMM * 2), 40 + static_cast<int>(yMM * 2));
+    }
+    bool settles() {
+        const int before = preview.fineCount();
+        return QTest::qWaitFor([&] { return preview.fineCount() > before; });
+    }
+
+    PaperPreview preview{*pm};
+};
+
+TEST_F(PaperPreviewTest, showsThePhotoOnTheSheetOnTheGround) {
+    EXPECT_EQ(pixel(105, 150), photo);
+    EXPECT_EQ(painted().pixel(5, 5), previewGround(preview.palette()).rgb());
+}
+
+TEST_F(PaperPreviewTest, leavesTheMarginsWhite) {
+    pm->margins = Margins{.top = 20, .bottom = 40, .left = 10, .right = 30};
+    pm->scalingMode = ScalingMode::fillPage;
+    EXPECT_EQ(pixel(9, 150), white);
+    EXPECT_EQ(pixel(12, 150), photo);
+    EXPECT_EQ(pixel(178, 150), photo);
+    EXPECT_EQ(pixel(181, 150), white);
+    EXPECT_EQ(pixel(100, 19), white);
+    EXPECT_EQ(pixel(100, 22), photo);
+    EXPECT_EQ(pixel(100, 255), photo);
+    EXPECT_EQ(pixel(100, 258), white);
+}
+
+TEST_F(PaperPreviewTest, fitsAPhotoOfAnotherShape) {
+    pm->image = std::make_shared<fakes::FakeImage>(PixelSize{210, 100});
+    pm->orientation = PaperOrientation::portrait;
+    for (const ScalingMode scaling : {ScalingMode::fitToPage, ScalingMode::actualSize}) {
+        pm->scalingMode = scaling;
+        EXPECT_EQ(pixel(105, 97), white);
+        EXPECT_EQ(pixel(105, 100), photo);
+        EXPECT_EQ(pixel(105, 197), photo);
+        EXPECT_EQ(pixel(105, 200), white);
+    }
+    pm->scalingMode = ScalingMode::fillPage;
+    EXPECT_EQ(pixel(105, 2), photo);
+    EXPECT_EQ(pixel(2, 100), photo);
+}
+
+TEST_F(PaperPreviewTest, cutsAFillingPhotoAtTheFrame) {
+    pm->image = std::make_shared<fakes::FakeImage>(PixelSize{400, 100});
+    pm->orientation = PaperOrientation::portrait;
+    pm->margins = Margins{.left = 50, .right = 50};
+    pm->scalingMode = ScalingMode::fillPage;
+    EXPECT_EQ(pixel(48, 100), white);
+    EXPECT_EQ(pixel(52, 100), photo);
+    EXPECT_EQ(pixel(162, 100), white);
+}
+
+TEST_F(PaperPreviewTest, turnsTheSheetWithThePhoto) {
+    EXPECT_LT(preview.currentLayout().sheet.width, preview.currentLayout().sheet.height);
+    pm->image = std::make_shared<fakes::FakeImage>(PixelSize{300, 200});
+    EXPECT_GT(preview.currentLayout().sheet.width, preview.currentLayout().sheet.height);
+    pm->orientation = PaperOrientation::portrait;
+    EXPECT_LT(preview.currentLayout().sheet.width, preview.currentLayout().sheet.height);
+}
+
+TEST_F(PaperPreviewTest, drawsADashedOutlineOnlyInsideMargins) {
+    pm->image = nullptr;
+    const auto inkOnFrame = [this] {
+        const QImage image = painted();
+        int found = 0;
+        for (int x = 80; x < 420; ++x)
+            found += image.pixel(x, 40 + 40) != white ? 1 : 0;
+        return found;
+    };
+    pm->margins = Margins{.top = 20};
+    const int dashes = inkOnFrame();
+    EXPECT_NEAR(dashes, 170, 20) << "half of it is dashes";
+    pm->borderless = true;
+    EXPECT_EQ(inkOnFrame(), 0);
+    pm->borderless = false;
+    pm->margins = Margins{};
+    EXPECT_EQ(inkOnFrame(), 0);
+}
+
+TEST_F(PaperPreviewTest, roundsTheSheetsCornersOffThePhotoToo) {
+    pm->borderless = true;
+    const QImage image = painted();
+    EXPECT_NE(image.pixel(40, 40), photo);
+    EXPECT_EQ(image.pixel(42, 42), photo);
+    EXPECT_EQ(image.pixel(40, 300), photo);
+    EXPECT_NE(image.pixel(459, 633), photo);
+}
+
+TEST_F(PaperPreviewTest, castsAShadowDownwards) {
+    const QImage image = painted();
+    const int ground = qRed(previewGround(preview.palette()).rgb());
+    EXPECT_LT(qRed(image.pixel(250, 636)), ground - 20) << "below";
+    EXPECT_LT(qRed(image.pixel(250, 636)), qRed(image.pixel(250, 36)));
+    EXPECT_EQ(qRed(image.pixel(250, 660)), ground) << "gone further away";
+}
+
+TEST_F(PaperPreviewTest, cutsAnOverhangingFrameAtTheSheet) {
+    pm->sizingMode = SizingMode::imageSize;
+    pm->imageSizeCentered = false;
+    pm->imageSizeMarginTop = -50;
+    pm->imageWidthMM = 210;
+    pm->imageHeightMM = 297;
+    pm->scalingMode = ScalingMode::fillPage;
+    EXPECT_NE(painted().pixel(250, 20), photo);
+    EXPECT_EQ(pixel(105, 1), photo);
+}
+
+TEST_F(PaperPreviewTest, survivesARoomWithoutSpaceForASheet) {
+    for (const QSize size : {QSize(80, 300), QSize(300, 80), QSize(10, 10)}) {
+        preview.resize(size);
+        EXPECT_EQ(painted().pixel(1, 1), previewGround(preview.palette()).rgb());
+    }
+}
+
+TEST_F(PaperPreviewTest, followsAChangeOfThePalette) {
+    const QRgb before = painted().pixel(5, 5);
+    const WithPalette dark(darkPalette());
+    EXPECT_NE(painted().pixel(5, 5), before);
+}
+
+TEST_F(PaperPreviewTest, scalesThePhotoOnceForEachSize) {
+    ASSERT_TRUE(settles());
+    const int drafts = preview.draftCount();
+    const int fines = preview.fineCount();
+    painted();
+    preview.update();
+    pm->lastCUPSCommand = "lp";
+    pm->selectedPrinterID = "another";
+    QTest::qWait(200);
+    painted();
+    EXPECT_EQ(preview.draftCount(), drafts);
+    EXPECT_EQ(preview.fineCount(), fines);
+
+    pm->margins = Margins{.top = 20};
+    painted();
+    painted();
+    EXPECT_EQ(preview.draftCount(), drafts + 1);
+    EXPECT_TRUE(settles());
+    painted();
+    EXPECT_EQ(preview.draftCount(), drafts + 1);
+    EXPECT_EQ(preview.fineCount(), fines + 1);
+}
+
+TEST_F(PaperPreviewTest, makesTheFineRenditionOnlyWhenNothingMoves) {
+    ASSERT_TRUE(settles());
+    const int fines = preview.fineCount();
+    for (int step = 1; step <= 8; ++step) {
+        pm->margins = Margins{.top = step * 5.0};
+        QTest::qWait(20);
+        ASSERT_EQ(preview.fineCount(), fines) << step;
+    }
+    EXPECT_TRUE(settles());
+    EXPECT_EQ(preview.fineCount(), fines + 1);
+}
+
+TEST_F(PaperPreviewTest, showsTheProofWhenItArrives) {
+    const auto image = std::make_shared<fakes::FakeImage>(PixelSize{210, 297});
+    pm->image = image;
+    fakes.files.files["/p.icc"] = "profile P";
+    pm->availableICCProfiles = std::vector<ICCProfile>{{"p", "P", "/p.icc", false}};
+    pm->selectedICCProfileID = "p";
+    ASSERT_EQ(image->proofs.size(), 1U);
+    EXPECT_EQ(pixel(105, 150), photo);
+    image->proofs[0].completion(
+        std::make_shared<ScreenRendition>(fakes::FakeImage::plain({64, 90}, 0x30)));
+    fakes.dispatcher.runMain();
+    EXPECT_EQ(pixel(105, 150), qRgb(0x30, 0x30, 0x30));
+    pm->selectedICCProfileID = "printer_managed";
+    EXPECT_EQ(pixel(105, 150), photo);
+}
+
+TEST_F(PaperPreviewTest, canEndWhileAFineRenditionIsBeingMade) {
+    auto another = std::make_unique<PaperPreview>(*pm);
+    another->resize(1600, 1600);
+    keepFresh(another.get(), *pm);
+    another->show();
+    QApplication::processEvents();
+    another.reset();
+    QTest::qWait(50);
+}
+
+} // namespace
+} // namespace lumivert

@@ -1,0 +1,138 @@
+#include "views/PanelFixture.h"
+#include "views/controls/Alert.h"
+
+#include <QLineEdit>
+#include <QPushButton>
+
+namespace lumivert {
+namespace {
+
+class PresetsTest : public PanelTest {
+protected:
+    /// The shown "Save Preset" alert; null when there is none.
+    Alert* alert() {
+        for (Alert* found : panel->findChildren<Alert*>())
+            if (found->isVisible())
+                return found;
+        return nullptr;
+    }
+    QLineEdit* field() { return alert()->findChild<QLineEdit*>(); }
+    /// Opens the alert, types `name` and presses the button of that name.
+    void answer(const QString& name, const QString& buttonName) {
+        button("Save Current Settings")->click();
+        ASSERT_NE(alert(), nullptr);
+        field()->insert(name); // as pasted: a tab key would leave the field
+        control<QPushButton>(*alert(), buttonName)->click();
+    }
+    std::vector<std::string> names() {
+        std::vector<std::string> found;
+        for (const PrintPreset& preset : pm->presets.get())
+            found.push_back(preset.name);
+        return found;
+    }
+};
+
+TEST_F(PresetsTest, saysWhenThereAreNone) {
+    EXPECT_NE(textShown(*panel, "No saved presets"), nullptr);
+    pm->savePreset("One");
+    EXPECT_EQ(textShown(*panel, "No saved presets"), nullptr);
+    pm->deletePreset(pm->presets->front());
+    EXPECT_NE(textShown(*panel, "No saved presets"), nullptr);
+}
+
+TEST_F(PresetsTest, haveARowEachInTheirOrder) {
+    pm->savePreset("Second & <b>bold</b>");
+    pm->savePreset("First");
+    QStringList found;
+    for (QAbstractButton* row : shown<QAbstractButton>(*control<QGroupBox>(*panel, "Presets")))
+        found << accessibleName(row);
+    EXPECT_EQ(found.join(", "), "Second & <b>bold</b>, Delete Second & <b>bold</b>, First, "
+                                "Delete First, Save Current Settings");
+    QAccessibleInterface* row = QAccessible::queryAccessibleInterface(button("First"));
+    EXPECT_EQ(row->text(QAccessible::Description), "A4 · T5 B5 L5 R5mm · Fit to Page");
+}
+
+TEST_F(PresetsTest, areAppliedByAClick) {
+    pm->borderless = true;
+    pm->savePreset("Borderless one");
+    pm->borderless = false;
+    QTest::mouseClick(button("Borderless one"), Qt::LeftButton);
+    EXPECT_TRUE(pm->borderless);
+}
+
+TEST_F(PresetsTest, goAtOnceByTheirBin) {
+    pm->savePreset("Same");
+    pm->savePreset("Other");
+    QTest::mouseClick(button("Delete Same"), Qt::LeftButton);
+    EXPECT_EQ(names(), std::vector<std::string>{"Other"});
+    EXPECT_EQ(button("Same"), nullptr);
+    EXPECT_NE(button("Other"), nullptr);
+    QTest::mouseClick(button("Delete Other"), Qt::LeftButton);
+    EXPECT_TRUE(names().empty());
+}
+
+TEST_F(PresetsTest, showTheTrashIconAndCanBeReachedByKeys) {
+    pm->savePreset("One");
+    EXPECT_FALSE(button("Delete One")->icon().isNull());
+    EXPECT_TRUE(button("One")->focusPolicy() & Qt::TabFocus);
+    EXPECT_TRUE(button("Delete One")->focusPolicy() & Qt::TabFocus);
+    QTest::keyClick(button("Delete One"), Qt::Key_Space);
+    EXPECT_TRUE(names().empty());
+}
+
+TEST_F(PresetsTest, areAskedForByAnAlert) {
+    button("Save Current Settings")->click();
+    EXPECT_TRUE(pm->showSavePreset);
+    ASSERT_NE(alert(), nullptr);
+    EXPECT_EQ(accessibleName(alert()), "Save Preset");
+    EXPECT_NE(textShown(*alert(), "Save Preset"), nullptr);
+    EXPECT_NE(textShown(*alert(), "Enter a name for this preset"), nullptr);
+    EXPECT_EQ(field()->placeholderText(), "Preset name");
+    EXPECT_EQ(field()->text(), "");
+    EXPECT_TRUE(control<QPushButton>(*alert(), "Save")->isDefault());
+}
+
+TEST_F(PresetsTest, areSavedUnderTheNameAsTyped) {
+    answer("  Glossy A4\t", "Save");
+    EXPECT_EQ(names(), std::vector<std::string>{"  Glossy A4\t"});
+    EXPECT_FALSE(pm->showSavePreset);
+    EXPECT_EQ(alert(), nullptr);
+    button("Save Current Settings")->click();
+    EXPECT_EQ(field()->text(), "") << "cleared by saving";
+}
+
+TEST_F(PresetsTest, areNotSavedUnderBlanksWhichStayForTheNextTime) {
+    answer("  ", "Save");
+    EXPECT_TRUE(names().empty());
+    EXPECT_FALSE(pm->showSavePreset);
+    button("Save Current Settings")->click();
+    EXPECT_EQ(field()->text(), "  ");
+}
+
+TEST_F(PresetsTest, areForgottenByCancel) {
+    answer("Not this one", "Cancel");
+    EXPECT_TRUE(names().empty());
+    EXPECT_FALSE(pm->showSavePreset);
+    button("Save Current Settings")->click();
+    EXPECT_EQ(field()->text(), "");
+}
+
+TEST_F(PresetsTest, areSavedByReturn) {
+    button("Save Current Settings")->click();
+    QTest::keyClicks(field(), "By key");
+    QTest::keyClick(field(), Qt::Key_Return);
+    EXPECT_EQ(names(), std::vector<std::string>{"By key"});
+}
+
+TEST_F(PresetsTest, keepWhatIsTypedWhenCodeClosesTheAlert) {
+    button("Save Current Settings")->click();
+    QTest::keyClicks(field(), "half a na");
+    pm->showSavePreset = false;
+    EXPECT_EQ(alert(), nullptr);
+    EXPECT_TRUE(names().empty());
+    pm->showSavePreset = true;
+    EXPECT_EQ(field()->text(), "half a na");
+}
+
+} // namespace
+} // namespace lumivert

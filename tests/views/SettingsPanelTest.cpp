@@ -1,0 +1,278 @@
+#include "views/SettingsPanel.h"
+
+#include "views/PanelFixture.h"
+
+#include <QHelpEvent>
+#include <QScrollBar>
+#include <QToolTip>
+
+namespace lumivert {
+namespace {
+
+TEST_F(PanelTest, isThreeHundredAndTwentyWide) {
+    EXPECT_EQ(panel->width(), 320);
+    EXPECT_EQ(panel->minimumWidth(), 320);
+    EXPECT_EQ(panel->maximumWidth(), 320);
+}
+
+TEST_F(PanelTest, showsItsGroupsInTheirOrder) {
+    EXPECT_EQ(groups(),
+              (QStringList{"Presets", "Printer", "Paper", "Margins", "Scaling", "Color"}));
+    load({600, 400});
+    pm->sendToCUPS(true);
+    EXPECT_EQ(groups(), (QStringList{"Image", "Presets", "Printer", "Paper", "Margins", "Scaling",
+                                     "Color", "Command"}));
+}
+
+TEST_F(PanelTest, leavesTwentyBetweenItsItems) {
+    load({600, 400});
+    QApplication::processEvents();
+    const auto bottom = [&](QWidget* widget) {
+        return widget->mapTo(panel.get(), QPoint(0, widget->height())).y();
+    };
+    const auto top = [&](QWidget* widget) { return widget->mapTo(panel.get(), QPoint()).y(); };
+    QWidget* printer = control<QGroupBox>(*panel, "Printer");
+    QWidget* paper = control<QGroupBox>(*panel, "Paper");
+    EXPECT_EQ(top(paper) - bottom(printer), 20);
+    EXPECT_EQ(top(button("Show CUPS Command")) - bottom(button("Print")), 20);
+    EXPECT_EQ(top(control<QGroupBox>(*panel, "Image")), 16);
+    EXPECT_EQ(printer->mapTo(panel.get(), QPoint()).x(), 16);
+}
+
+TEST_F(PanelTest, showsTheImagesNameAndPixels) {
+    EXPECT_EQ(control<QGroupBox>(*panel, "Image"), nullptr);
+    load({6000, 4000}, "/photos/DSC_0001 (1).jpg");
+    EXPECT_NE(textShown(*panel, "DSC_0001 (1).jpg"), nullptr);
+    EXPECT_NE(textShown(*panel, "6000 × 4000 px"), nullptr);
+    button("Change Image...")->click();
+    EXPECT_TRUE(pm->showFileImporter);
+}
+
+TEST_F(PanelTest, showsNoPixelSizeWithoutAnImageOrRepresentations) {
+    struct NoBitmap : fakes::FakeImage {
+        NoBitmap()
+            : FakeImage({10, 10}) {}
+        const std::vector<PixelSize>& representations() const override { return none; }
+        std::vector<PixelSize> none;
+    };
+    pm->imageURL = FileUrl::fromPath("/photos/one.jpg");
+    EXPECT_NE(textShown(*panel, "one.jpg"), nullptr);
+    for (QLabel* label : shown<QLabel>(*panel))
+        EXPECT_FALSE(label->text().endsWith(" px")) << label->text().toStdString();
+    pm->image = std::make_shared<NoBitmap>();
+    for (QLabel* label : shown<QLabel>(*panel))
+        EXPECT_FALSE(label->text().endsWith(" px")) << label->text().toStdString();
+}
+
+TEST_F(PanelTest, listsPrintersWithBlanksForUnderscores) {
+    Picker* printers = picker("Printer");
+    ASSERT_EQ(printers->count(), 1);
+    EXPECT_EQ(printers->itemText(0), "Photo Printer A3");
+    EXPECT_EQ(pm->selectedPrinterID.get(), "Photo_Printer_A3");
+}
+
+TEST_F(PanelTest, saysWhenThereAreNoPrinters) {
+    EXPECT_EQ(textShown(*panel, "No printers found"), nullptr);
+    fakes.processes.outcomes.clear();
+    button("Refresh")->click();
+    ASSERT_NE(textShown(*panel, "No printers found"), nullptr);
+    EXPECT_EQ(picker("Printer")->count(), 0);
+    fakes.addQueue("Found");
+    button("Refresh")->click();
+    EXPECT_EQ(textShown(*panel, "No printers found"), nullptr);
+    EXPECT_EQ(picker("Printer")->itemText(0), "Found");
+}
+
+TEST_F(PanelTest, loadsSizesAndThenMediaWhenThePrinterChanges) {
+    fakes.addQueue("Second");
+    pm->detectPrinters();
+    fakes.processes.commands.clear();
+    fakes.files.reads.clear();
+    QTest::keyClick(picker("Printer"), Qt::Key_Down);
+    ASSERT_EQ(pm->selectedPrinterID.get(), "Second");
+    const std::vector<std::string> twice(2, "lpoptions -p Second -l 2>/dev/null");
+    EXPECT_EQ(fakes.processes.commands, twice) << "once for sizes, once for media";
+    fakes.processes.commands.clear();
+    pm->selectedPrinterID = "Photo_Printer_A3";
+    EXPECT_EQ(fakes.processes.commands.size(), 2U) << "also by code";
+}
+
+TEST_F(PanelTest, loadsNothingWhenThePrinterIsAssignedAgain) {
+    fakes.processes.commands.clear();
+    pm->selectedPrinterID = pm->selectedPrinterID.get();
+    EXPECT_TRUE(fakes.processes.commands.empty());
+}
+
+TEST_F(PanelTest, loadsNothingForTheSelectionThatItFinds) {
+    fakes.processes.commands.clear();
+    const SettingsPanel another(*pm);
+    EXPECT_TRUE(fakes.processes.commands.empty());
+}
+
+TEST_F(PanelTest, bindsThePaperPickers) {
+    EXPECT_EQ(picker("Size")->currentText().toStdString(), pm->selectedPaperSize().name);
+    QTest::keyClick(picker("Size"), Qt::Key_Down);
+    EXPECT_EQ(pm->selectedPaperSizeID.get(), pm->availablePaperSizes.get()[1].id);
+    QTest::keyClick(picker("Type"), Qt::Key_End);
+    EXPECT_EQ(pm->selectedPaperTypeID.get(), pm->availablePaperTypes->back().id);
+    QTest::keyClick(picker("Orientation"), Qt::Key_End);
+    EXPECT_EQ(pm->orientation.get(), PaperOrientation::landscape);
+    pm->orientation = PaperOrientation::portrait;
+    EXPECT_EQ(picker("Orientation")->currentText(), "Portrait");
+    pm->selectedPaperSizeID = "unheard of";
+    EXPECT_EQ(picker("Size")->currentIndex(), -1);
+    EXPECT_EQ(pm->selectedPaperSizeID.get(), "unheard of");
+}
+
+TEST_F(PanelTest, bindsTheScalingPicker) {
+    Picker* scaling = nullptr;
+    for (Picker* candidate : shown<Picker>(*panel))
+        if (accessibleName(candidate) == "Mode")
+            scaling = candidate;
+    ASSERT_NE(scaling, nullptr);
+    EXPECT_EQ(scaling->currentText(), "Fit to Page");
+    QTest::keyClick(scaling, Qt::Key_Down);
+    EXPECT_EQ(pm->scalingMode.get(), ScalingMode::fillPage);
+}
+
+TEST_F(PanelTest, showsTheIntentOnlyForAProfileAndKeepsIt) {
+    pm->availableICCProfiles =
+        std::vector<ICCProfile>{printerManagedProfile(), {"p", "My Paper", "/p.icc", false}};
+    EXPECT_EQ(picker("Rendering"), nullptr);
+    QTest::keyClick(picker("ICC Profile"), Qt::Key_Down);
+    EXPECT_EQ(pm->selectedICCProfileID.get(), "p");
+    ASSERT_NE(picker("Rendering"), nullptr);
+    EXPECT_EQ(picker("Rendering")->count(), 4);
+    QTest::keyClick(picker("Rendering"), Qt::Key_Down);
+    EXPECT_EQ(pm->renderingIntent.get(), RenderingIntent::relative);
+    pm->selectedICCProfileID = "printer_managed";
+    EXPECT_EQ(picker("Rendering"), nullptr);
+    EXPECT_EQ(pm->renderingIntent.get(), RenderingIntent::relative);
+    pm->selectedICCProfileID = "gone";
+    EXPECT_NE(picker("Rendering"), nullptr) << "by the stored id, listed or not";
+    EXPECT_EQ(picker("ICC Profile")->currentIndex(), -1);
+}
+
+TEST_F(PanelTest, printsOnlyWithAnImage) {
+    EXPECT_FALSE(button("Print")->isEnabled());
+    EXPECT_FALSE(button("Show CUPS Command")->isEnabled());
+    QTest::keyClick(panel.get(), Qt::Key_P, Qt::ControlModifier);
+    QTest::qWait(150);
+    EXPECT_FALSE(pm->showConfirmPrint);
+
+    load({600, 400});
+    EXPECT_TRUE(button("Print")->isEnabled());
+    button("Print")->click();
+    EXPECT_TRUE(pm->showConfirmPrint);
+    EXPECT_FALSE(pm->lastCUPSCommand.get()) << "nothing is sent from here";
+}
+
+TEST_F(PanelTest, printsByItsShortcut) {
+    load({600, 400});
+    EXPECT_EQ(button("Print")->shortcut(), QKeySequence("Ctrl+P"));
+    panel->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(panel.get()));
+    QTest::keyClick(panel.get(), Qt::Key_P, Qt::ControlModifier);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return pm->showConfirmPrint.get(); }));
+}
+
+TEST_F(PanelTest, showsTheCommandOfADryRun) {
+    load({600, 400});
+    button("Show CUPS Command")->click();
+    ASSERT_TRUE(pm->lastCUPSCommand.get());
+    auto* command = qobject_cast<QTextEdit*>(
+        textShown(*panel, QString::fromStdString(*pm->lastCUPSCommand.get())));
+    ASSERT_NE(command, nullptr);
+    EXPECT_TRUE(command->textInteractionFlags() & Qt::TextSelectableByMouse);
+    EXPECT_TRUE(QFontInfo(command->font()).fixedPitch());
+    EXPECT_EQ(fakes.desktop.opened.size(), 1U) << "a dry run";
+}
+
+TEST_F(PanelTest, showsTheLastErrorInRed) {
+    pm->lastPrintError = "Print failed: lp: it is <gone>\n";
+    QWidget* error = textShown(*panel, "Print failed: lp: it is <gone>\n");
+    ASSERT_NE(error, nullptr);
+    const QColor color = error->palette().color(QPalette::Text);
+    EXPECT_GT(color.red(), 2 * color.green());
+    pm->lastPrintError = std::nullopt;
+    EXPECT_EQ(textShown(*panel, "Print failed: lp: it is <gone>\n"), nullptr);
+}
+
+TEST_F(PanelTest, neverScrollsSideways) {
+    const std::string word(400, 'W');
+    load({600, 400}, "/photos/" + word + ".jpg");
+    pm->availablePrinters = std::vector<Printer>{{"Photo_Printer_A3", word}};
+    pm->availablePaperSizes = std::vector<PaperSize>{{"A4", word, 210, 297, "A4", std::nullopt}};
+    pm->availablePaperTypes = std::vector<PaperType>{{"auto", word, "auto"}};
+    pm->availableICCProfiles =
+        std::vector<ICCProfile>{{"printer_managed", word, std::nullopt, false}};
+    pm->savePreset(word);
+    pm->lastPrintError = word;
+    pm->lastCUPSCommand = word;
+    pm->sizingMode = SizingMode::imageSize;
+    pm->imageWidthMM = 123456.7;
+    pm->imageSizeCentered = false;
+    pm->imageSizeMarginTop = 1234567.8;
+    for (const double points : {9.0, 14.0}) {
+        QFont font = QApplication::font();
+        const QFont before = font;
+        font.setPointSizeF(points);
+        QApplication::setFont(font);
+        QApplication::processEvents();
+        QWidget* content = panel->widget();
+        EXPECT_LE(content->width(), panel->viewport()->width()) << points;
+        EXPECT_EQ(panel->horizontalScrollBar()->maximum(), 0) << points;
+        for (QWidget* widget : shown<QWidget>(*content))
+            EXPECT_LE(widget->mapTo(content, QPoint(widget->width(), 0)).x(), 304)
+                << widget->metaObject()->className() << " "
+                << accessibleName(widget).left(20).toStdString() << " at " << points;
+        QApplication::setFont(before);
+    }
+}
+
+TEST_F(PanelTest, keepsItsColumnWhenTheScrollBarComes) {
+    panel->resize(320, 4000);
+    QApplication::processEvents();
+    ASSERT_FALSE(panel->verticalScrollBar()->isVisible());
+    QWidget* group = control<QGroupBox>(*panel, "Paper");
+    const QRect before(group->mapTo(panel.get(), QPoint()), group->size());
+    panel->resize(320, 500);
+    QApplication::processEvents();
+    ASSERT_TRUE(panel->verticalScrollBar()->isVisible());
+    const QRect after(group->mapTo(panel.get(), QPoint()), group->size());
+    EXPECT_EQ(after.left(), before.left());
+    EXPECT_EQ(after.width(), before.width());
+}
+
+TEST_F(PanelTest, pushesItsContentToTheTop) {
+    panel->resize(320, 700);
+    QApplication::processEvents();
+    const auto bottom = [&] {
+        QWidget* print = button("Show CUPS Command");
+        return print->mapTo(panel->widget(), QPoint(0, print->height())).y();
+    };
+    const int before = bottom();
+    panel->resize(320, 3000);
+    QApplication::processEvents();
+    EXPECT_EQ(bottom(), before);
+}
+
+TEST_F(PanelTest, isWalkedThroughInTheOrderOfItsItems) {
+    load({600, 400});
+    pm->savePreset("One");
+    panel->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(panel.get()));
+    button("Change Image...")->setFocus();
+    QStringList names;
+    for (int i = 0; i < 20; ++i) {
+        names << accessibleName(QApplication::focusWidget());
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    }
+    EXPECT_EQ(names.first(17).join(", "),
+              "Change Image..., One, Delete One, Save Current Settings, Printer, Refresh, Size, "
+              "Type, Orientation, Borderless, Margins, Top:, Bottom:, Left:, Right:, Mode, "
+              "ICC Profile");
+}
+
+} // namespace
+} // namespace lumivert

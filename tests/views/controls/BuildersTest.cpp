@@ -1,0 +1,260 @@
+#include "views/controls/Builders.h"
+
+#include "views/ViewFixture.h"
+#include "views/controls/Labels.h"
+
+#include <QCheckBox>
+#include <QFrame>
+#include <QGroupBox>
+#include <QHelpEvent>
+#include <QImage>
+#include <QPushButton>
+#include <QToolTip>
+
+#include <memory>
+
+namespace lumivert {
+namespace {
+
+struct Model : ObservableObject {
+    Published<bool> on{this, false};
+    Published<std::string> words{this, "one"};
+    Published<ScalingMode> scaling{this, ScalingMode::fitToPage};
+    Published<std::vector<Printer>> list{this, {{"a", "Alpha"}, {"b", "Beta"}}};
+    Published<std::string> selection{this, "b"};
+};
+
+class BuildersTest : public testing::Test {
+protected:
+    Model model;
+    NotificationCount notifications{model};
+    std::unique_ptr<QWidget> root;
+
+    /// Keeps the widget fresh and lays it out `width` wide.
+    QWidget& build(QWidget* widget, int width = 270) {
+        root.reset(column(0, {widget}));
+        root->resize(width, 400);
+        keepFresh(root.get(), model);
+        root->show();
+        QApplication::processEvents();
+        return *widget;
+    }
+    TextSource words() {
+        return [this] { return QString::fromStdString(model.words); };
+    }
+};
+
+TEST_F(BuildersTest, toggleIsBoundBothWays) {
+    auto& box = dynamic_cast<QCheckBox&>(build(toggle("Borderless", binding(model.on))));
+    EXPECT_EQ(box.text(), "Borderless");
+    EXPECT_FALSE(box.isChecked());
+    model.on = true;
+    EXPECT_TRUE(box.isChecked());
+    EXPECT_EQ(notifications.taken(), 1);
+    box.click();
+    EXPECT_FALSE(model.on);
+    EXPECT_EQ(notifications.taken(), 1);
+}
+
+TEST_F(BuildersTest, pickerOfRecordsIsBoundBothWays) {
+    build(picker("Printer", model.list, model.selection));
+    auto* box = control<Picker>(*root, "Printer");
+    ASSERT_NE(box, nullptr);
+    EXPECT_EQ(box->currentText(), "Beta");
+    model.selection = "a";
+    EXPECT_EQ(box->currentText(), "Alpha");
+    notifications.taken();
+    QTest::keyClick(box, Qt::Key_Down);
+    EXPECT_EQ(model.selection.get(), "b");
+    EXPECT_EQ(notifications.taken(), 1);
+}
+
+TEST_F(BuildersTest, pickerOfAChoiceListsItsCases) {
+    build(picker("Mode", model.scaling));
+    auto* box = control<Picker>(*root, "Mode");
+    ASSERT_NE(box, nullptr);
+    EXPECT_EQ(box->count(), 3);
+    QTest::keyClick(box, Qt::Key_End);
+    EXPECT_EQ(model.scaling.get(), ScalingMode::actualSize);
+}
+
+TEST_F(BuildersTest, pickerLabelsLineUp) {
+    build(column(0, {picker("A", model.scaling), picker("A long label", model.scaling)}));
+    alignPickerLabels(root.get());
+    QApplication::processEvents();
+    const auto boxes = shown<Picker>(*root);
+    ASSERT_EQ(boxes.size(), 2U);
+    EXPECT_EQ(boxes[0]->mapTo(root.get(), QPoint()).x(), boxes[1]->mapTo(root.get(), QPoint()).x());
+}
+
+TEST_F(BuildersTest, textFollowsItsSource) {
+    auto& label = dynamic_cast<QLabel&>(build(text(words())));
+    EXPECT_EQ(label.text(), "one");
+    model.words = "two & <b>three</b>";
+    EXPECT_EQ(label.text(), "two & <b>three</b>");
+    EXPECT_EQ(label.textFormat(), Qt::PlainText);
+}
+
+TEST_F(BuildersTest, buttonRunsItsActionAndFollowsItsCondition) {
+    int runs = 0;
+    auto& shownButton = dynamic_cast<QPushButton&>(
+        build(button("Go", [&] { ++runs; }, {.enabledWhen = [this] { return model.on.get(); }})));
+    EXPECT_FALSE(shownButton.isEnabled());
+    shownButton.click();
+    EXPECT_EQ(runs, 0);
+    model.on = true;
+    shownButton.click();
+    EXPECT_EQ(runs, 1);
+    EXPECT_EQ(accessibleName(&shownButton), "Go");
+}
+
+TEST_F(BuildersTest, buttonSizesAreOrdered) {
+    const auto height = [](ButtonSize size) {
+        return std::unique_ptr<QWidget>(button("Go", [] {}, {.size = size}))->sizeHint().height();
+    };
+    EXPECT_GE(height(ButtonSize::regular), height(ButtonSize::small));
+    EXPECT_GT(height(ButtonSize::large), height(ButtonSize::regular));
+}
+
+TEST_F(BuildersTest, naturalButtonsStandAtTheLeftAndFullOnesAreStretched) {
+    build(column(0, {button("Natural", [] {}), button("Full", [] {}, {.fullWidth = true})}));
+    auto* natural = control<QPushButton>(*root, "Natural");
+    auto* full = control<QPushButton>(*root, "Full");
+    EXPECT_EQ(natural->x(), 0);
+    EXPECT_EQ(natural->width(), natural->sizeHint().width());
+    EXPECT_EQ(full->width(), 270);
+}
+
+TEST_F(BuildersTest, prominentButtonIsFilledOnlyWhileEnabled) {
+    auto& shownButton = build(button("Print", [] {}, {.prominent = true}));
+    const QPalette palette = shownButton.palette();
+    EXPECT_NE(palette.color(QPalette::Active, QPalette::Button),
+              QApplication::palette().color(QPalette::Active, QPalette::Button));
+    EXPECT_EQ(palette.color(QPalette::Disabled, QPalette::Button),
+              QApplication::palette().color(QPalette::Disabled, QPalette::Button));
+}
+
+TEST_F(BuildersTest, groupIsCalledByItsTitle) {
+    auto& box = dynamic_cast<QGroupBox&>(build(group("Paper", 10, {text("x")})));
+    EXPECT_EQ(box.title(), "Paper");
+    EXPECT_EQ(accessibleName(&box), "Paper");
+}
+
+TEST_F(BuildersTest, columnsLeaveTheirSpacingBetweenShownItemsOnly) {
+    build(column(10, {text("a"), visibleWhen([this] { return model.on.get(); }, text("b")),
+                      text("c"), flexibleSpace()}));
+    const auto top = [this](const char* label) {
+        QWidget* found = textShown(*root, label);
+        return found->mapTo(root.get(), QPoint()).y();
+    };
+    const int height = textShown(*root, "a")->height();
+    EXPECT_EQ(top("c") - top("a"), height + 10);
+    model.on = true;
+    QApplication::processEvents();
+    EXPECT_EQ(top("c") - top("a"), 2 * (height + 10));
+}
+
+TEST_F(BuildersTest, dividerIsQuiet) {
+    auto& line = dynamic_cast<QFrame&>(build(divider()));
+    EXPECT_EQ(line.frameShape(), QFrame::HLine);
+    EXPECT_LT(contrastRatio(line.palette().color(QPalette::WindowText),
+                            line.palette().color(QPalette::Window)),
+              3);
+}
+
+TEST_F(BuildersTest, elidedTextKeepsToItsWidthAndTellsTheWholeInItsToolTip) {
+    model.words = std::string(200, 'x') + ".jpg";
+    auto& label = dynamic_cast<QLabel&>(build(elidedText(words(), TextSize::headline)));
+    EXPECT_EQ(root->width(), 270);
+    EXPECT_EQ(label.text().toStdString(), model.words.get()) << "whole for assistive technology";
+    QHelpEvent help(QEvent::ToolTip, {5, 5}, label.mapToGlobal(QPoint(5, 5)));
+    QApplication::sendEvent(&label, &help);
+    EXPECT_EQ(QToolTip::text().toStdString(), model.words.get());
+    QToolTip::hideText();
+    ASSERT_TRUE(QTest::qWaitFor([] { return !QToolTip::isVisible(); }));
+    model.words = "short.jpg";
+    QApplication::sendEvent(&label, &help);
+    EXPECT_FALSE(QToolTip::isVisible());
+}
+
+TEST_F(BuildersTest, selectableTextWrapsAWordThatIsTooLong) {
+    model.words = std::string(300, 'x');
+    auto& view =
+        dynamic_cast<WrappedText&>(build(selectableText(words(), TextSize::caption, Tone::error)));
+    EXPECT_EQ(view.width(), 270);
+    EXPECT_GT(view.height(), 5 * view.fontMetrics().height());
+    EXPECT_EQ(view.document()->size().width(), 270);
+    EXPECT_LE(view.document()->size().height(), view.height()) << "all of it can be seen";
+    EXPECT_TRUE(view.textInteractionFlags() & Qt::TextSelectableByMouse);
+    EXPECT_TRUE(view.isReadOnly());
+    EXPECT_EQ(accessibleName(&view).toStdString(), model.words.get());
+    view.selectAll();
+    EXPECT_EQ(view.textCursor().selectedText().toStdString(), model.words.get());
+}
+
+TEST_F(BuildersTest, selectableTextGrowsWithItsText) {
+    model.words = "one line";
+    auto& view = build(selectableText(words(), TextSize::caption, Tone::error));
+    const int before = view.height();
+    model.words = "one line\nand another\nand a third";
+    QApplication::processEvents();
+    EXPECT_GT(view.height(), before * 2);
+}
+
+TEST_F(BuildersTest, selectableTextKeepsASelectionWhileItsTextStays) {
+    auto& view = dynamic_cast<WrappedText&>(
+        build(selectableText(words(), TextSize::caption, Tone::primary)));
+    view.selectAll();
+    model.on = true;
+    EXPECT_TRUE(view.textCursor().hasSelection());
+}
+
+QImage painted(QWidget& widget) {
+    return widget.grab().toImage();
+}
+
+/// The first and the last column with ink.
+std::pair<int, int> inkColumns(const QImage& image) {
+    const QRgb ground = image.pixel(0, 0);
+    int first = -1;
+    int last = -1;
+    for (int x = 0; x < image.width(); ++x)
+        for (int y = 0; y < image.height(); ++y)
+            if (image.pixel(x, y) != ground) {
+                first = first < 0 ? x : first;
+                last = x;
+            }
+    return {first, last};
+}
+
+TEST(FittedLabel, makesItsFontSmallerUntilTheReferenceFits) {
+    FittedLabel label("888.8 mm", Qt::AlignRight);
+    QFont large = QApplication::font();
+    large.setPointSizeF(16);
+    label.setFont(large);
+    label.setText("297.0 mm");
+    label.resize(55, 30);
+    const auto [first, last] = inkColumns(painted(label));
+    EXPECT_GE(first, 0);
+    EXPECT_GE(last, 50) << "at the right";
+    label.setText("7.0 mm");
+    const int shortWidth = inkColumns(painted(label)).second - inkColumns(painted(label)).first;
+    EXPECT_LT(shortWidth, (last - first) * 0.85) << "as small as the longer ones";
+}
+
+TEST(FittedLabel, keepsDigitsEquallyWide) {
+    FittedLabel label(QString(), Qt::AlignLeft);
+    label.setFont(QFont("DejaVu Serif", 20));
+    label.setText("111.1");
+    const int ones = label.sizeHint().width();
+    label.setText("888.8");
+    EXPECT_EQ(label.sizeHint().width(), ones);
+}
+
+TEST(PlainToolTip, showsMarkupAsItIs) {
+    EXPECT_EQ(plainToolTip("a < b"), "a < b");
+    EXPECT_EQ(plainToolTip("<b>x</b>"), "&lt;b&gt;x&lt;/b&gt;");
+}
+
+} // namespace
+} // namespace lumivert

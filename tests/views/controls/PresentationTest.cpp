@@ -1,0 +1,150 @@
+#include "views/controls/Presentation.h"
+
+#include "views/ViewFixture.h"
+#include "views/controls/Alert.h"
+
+#include <QDialogButtonBox>
+#include <QLineEdit>
+#include <QPushButton>
+
+namespace lumivert {
+namespace {
+
+struct Model : ObservableObject {
+    Published<bool> flag{this, false};
+};
+
+class PresentationTest : public testing::Test {
+protected:
+    PresentationTest() { window.show(); }
+
+    void present() {
+        new Presentation(
+            &window, model.flag,
+            [this](QWidget* parent) {
+                ++made;
+                return dialog = new Alert(parent, "Title", "Message", "Accept");
+            },
+            [this](QDialog&, int result) {
+                results.push_back(result);
+                flagSeen = model.flag;
+                if (onFinished)
+                    onFinished();
+            });
+    }
+    QPushButton* button(const QString& name) { return control<QPushButton>(*dialog, name); }
+
+    Model model;
+    NotificationCount notifications{model};
+    QWidget window;
+    QPointer<Alert> dialog;
+    int made = 0;
+    std::vector<int> results;
+    bool flagSeen = true;
+    std::function<void()> onFinished;
+};
+
+TEST_F(PresentationTest, opensWithTheFlag) {
+    present();
+    EXPECT_EQ(made, 0);
+    model.flag = true;
+    ASSERT_EQ(made, 1);
+    EXPECT_TRUE(dialog->isVisible());
+    EXPECT_EQ(dialog->windowModality(), Qt::WindowModal);
+    model.flag = true;
+    EXPECT_EQ(made, 1);
+}
+
+TEST_F(PresentationTest, opensForAFlagThatIsSetAlready) {
+    model.flag = true;
+    present();
+    EXPECT_EQ(made, 1);
+}
+
+TEST_F(PresentationTest, setsTheFlagBackOnceAndThenTellsTheAnswer) {
+    present();
+    for (const char* answer : {"Accept", "Cancel"}) {
+        model.flag = true;
+        notifications.taken();
+        button(answer)->click();
+        EXPECT_FALSE(model.flag);
+        EXPECT_FALSE(flagSeen);
+        EXPECT_EQ(notifications.taken(), 1);
+    }
+    EXPECT_EQ(results, (std::vector<int>{QDialog::Accepted, QDialog::Rejected}));
+}
+
+TEST_F(PresentationTest, closesWhenCodeSetsTheFlagBack) {
+    present();
+    model.flag = true;
+    notifications.taken();
+    const QPointer<Alert> shownDialog = dialog;
+    model.flag = false;
+    EXPECT_FALSE(shownDialog->isVisible());
+    EXPECT_EQ(notifications.taken(), 1) << "not set back a second time";
+    EXPECT_TRUE(results.empty()) << "nobody answered";
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_TRUE(shownDialog.isNull());
+}
+
+TEST_F(PresentationTest, escapeIsCancel) {
+    present();
+    model.flag = true;
+    QTest::keyClick(dialog.data(), Qt::Key_Escape);
+    EXPECT_EQ(results, std::vector<int>{QDialog::Rejected});
+    EXPECT_FALSE(model.flag);
+}
+
+TEST_F(PresentationTest, closingItsWindowIsCancel) {
+    present();
+    model.flag = true;
+    dialog->close();
+    EXPECT_EQ(results, std::vector<int>{QDialog::Rejected});
+    EXPECT_FALSE(model.flag);
+}
+
+TEST_F(PresentationTest, canBeOpenedAgainByItsAnswer) {
+    present();
+    onFinished = [this] {
+        onFinished = nullptr;
+        model.flag = true;
+    };
+    model.flag = true;
+    button("Accept")->click();
+    EXPECT_EQ(made, 2);
+    EXPECT_TRUE(model.flag);
+    EXPECT_TRUE(dialog->isVisible());
+}
+
+TEST(Alert, isCalledByItsTitleAndShowsItsMessage) {
+    Alert alert(nullptr, "Print", "A4\nGlossy & <b>more</b>", "Print");
+    EXPECT_EQ(alert.windowTitle(), "Print");
+    EXPECT_EQ(accessibleName(&alert), "Print");
+    EXPECT_NE(textShown(alert, "A4\nGlossy & <b>more</b>"), nullptr);
+    auto* accept = control<QPushButton>(alert, "Print");
+    EXPECT_TRUE(accept->isDefault());
+    EXPECT_FALSE(control<QPushButton>(alert, "Cancel")->isDefault());
+}
+
+TEST(Alert, isAcceptedByReturn) {
+    Alert alert(nullptr, "Print", "message", "Print");
+    alert.show();
+    QTest::keyClick(&alert, Qt::Key_Return);
+    EXPECT_EQ(alert.result(), QDialog::Accepted);
+    EXPECT_FALSE(alert.isVisible());
+}
+
+TEST(Alert, isAcceptedByReturnInItsField) {
+    Alert alert(nullptr, "Save Preset", "message", "Save");
+    QLineEdit* field = alert.addField("Preset name", " typed before ");
+    alert.show();
+    EXPECT_EQ(field->text(), " typed before ");
+    EXPECT_EQ(field->placeholderText(), "Preset name");
+    EXPECT_EQ(accessibleName(field), "Preset name");
+    EXPECT_EQ(alert.focusWidget(), field);
+    QTest::keyClick(field, Qt::Key_Return);
+    EXPECT_EQ(alert.result(), QDialog::Accepted);
+}
+
+} // namespace
+} // namespace lumivert
