@@ -3,6 +3,7 @@
 #include "Windows.h"
 
 #include <QApplication>
+#include <QImageReader>
 
 #include <csignal>
 #include <cstdio>
@@ -15,6 +16,7 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
     QApplication application(argc, argv);
     QApplication::setStyle(QStringLiteral("Fusion"));
+    QImageReader::setAllocationLimit(0);
     using namespace lumivert::bench;
     try {
         if (argc == 4 && std::string(argv[1]) == "--one-page") {
