@@ -172,6 +172,7 @@ TEST_F(PaperPreviewTest, scalesThePhotoOnceForEachSize) {
 }
 
 TEST_F(PaperPreviewTest, makesTheFineRenditionOnlyWhenNothingMoves) {
+    preview.resize(160, 200); // so small that one would be ready between two steps
     ASSERT_TRUE(settles());
     const int fines = preview.fineCount();
     for (int step = 1; step <= 8; ++step) {

@@ -140,6 +140,24 @@ TEST_P(ScalerTest, keepsARampInItsPlace) {
     }
 }
 
+TEST_P(ScalerTest, treatsBothDirectionsAlike) {
+    // A mirrored photo gives the mirrored picture: no pixel is drawn towards one side.
+    const auto rough = [](int x, int y) {
+        const int level = (x * 7919 + y * 104729 + x * y * 31) % 200;
+        return qRgb(level, 255 - level, level / 2);
+    };
+    PhotoPyramid straight(rendition({96, 64}, rough));
+    PhotoPyramid mirrored(rendition({96, 64}, [&](int x, int y) { return rough(95 - x, 63 - y); }));
+    for (const QSize size : {QSize(70, 50), QSize(37, 29), QSize(150, 90)}) {
+        const PhotoPlacement placement{size, QRectF({0, 0}, size)};
+        const QImage a = GetParam()(straight.levelFor(size, 1), placement);
+        const QImage b = GetParam()(mirrored.levelFor(size, 1), placement).mirrored(true, true);
+        for (int y = 0; y < size.height(); ++y)
+            for (int x = 0; x < size.width(); ++x)
+                ASSERT_NEAR(qRed(a.pixel(x, y)), qRed(b.pixel(x, y)), 2) << x << "," << y;
+    }
+}
+
 TEST_P(ScalerTest, showsThePartThatThePlacementLeaves) {
     // The photo's middle half.
     PhotoPyramid pyramid(ramps({800, 600}));
