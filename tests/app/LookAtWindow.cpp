@@ -96,8 +96,8 @@ void lookAt(const Look& look, const QStringList& photos, const AppServices& serv
 
     auto* panel = window.findChild<QScrollArea*>();
     pm.lastCUPSCommand =
-        "lp -d 'Photo_Printer_A3' -o PageSize='A4.Fullbleed' -o MediaType='Glossy' "
-        "-o print-quality=5 '/tmp/Lumivert_6F9619FF-8B86-D011-B42D-00C04FC964FF.pdf'";
+        "lp -d Photo_Printer_A3 -o PageSize=A4.Fullbleed -o MediaType=Glossy -o "
+        "cupsPrintQuality=High \"/tmp/Lumivert_6F9619FF-8B86-D011-B42D-00C04FC964FF.pdf\"";
     pm.lastPrintError = "Print failed: lp: Error - The printer or class does not exist: "
                         "averyverylongwordwithoutanyplacetobreakit/averyverylongwordwithout\n";
     pm.borderless = true;
