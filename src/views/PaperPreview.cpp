@@ -5,15 +5,11 @@
 #include "views/controls/Appearance.h"
 #include "views/controls/Refresh.h"
 
-#include <QApplication>
 #include <QEvent>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QPainterPath>
-#include <QPointer>
-#include <QThreadPool>
 
-#include <chrono>
 #include <cmath>
 #include <utility>
 
@@ -21,9 +17,6 @@ namespace lumivert {
 
 namespace {
 
-using namespace std::chrono_literals;
-
-constexpr auto settlingTime = 120ms;
 constexpr double cornerRadius = 2;
 constexpr double outlineWidth = 0.5;
 constexpr double outlineDash = 4;
@@ -49,29 +42,15 @@ PaperPreview::PaperPreview(PrintManager& pm, QWidget* parent)
     setAttribute(Qt::WA_OpaquePaintEvent);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     setAccessibleName(tr("Paper preview"));
-    m_settled.setSingleShot(true);
-    connect(&m_settled, &QTimer::timeout, this, &PaperPreview::startFine);
+    connect(&m_photo, &PhotoLayer::refined, this, &PaperPreview::updateSheet);
     whenRefreshed(this, [this] { refresh(); });
-}
-
-PaperPreview::~PaperPreview() {
-    abandonFine();
 }
 
 void PaperPreview::refresh() {
     const Picture before = std::exchange(m_picture, pictureNow());
-    takeRendition();
+    if (m_photo.setRendition(m_pm.previewRendition()))
+        update();
     updateFrom(before);
-}
-
-void PaperPreview::takeRendition() {
-    const auto rendition = m_pm.previewRendition();
-    if (rendition == (m_pyramid ? m_pyramid->rendition() : nullptr))
-        return;
-    m_pyramid = rendition ? std::make_unique<PhotoPyramid>(rendition) : nullptr;
-    m_scaled = {};
-    abandonFine();
-    update();
 }
 
 PaperPreview::Picture PaperPreview::pictureNow() const {
@@ -113,12 +92,13 @@ PaperPreview::Picture PaperPreview::pictureNow() const {
 }
 
 void PaperPreview::updateFrom(const Picture& before) {
-    if (m_picture == before)
-        return;
-    if (m_picture.sheet != before.sheet || m_picture.pixelRatio != before.pixelRatio) {
+    if (m_picture.sheet != before.sheet || m_picture.pixelRatio != before.pixelRatio)
         update();
-        return;
-    }
+    else if (m_picture != before)
+        updateSheet();
+}
+
+void PaperPreview::updateSheet() {
     const RectPoints& sheet = m_picture.layout.sheet;
     update(QRectF(sheet.x, sheet.y, sheet.width, sheet.height).toAlignedRect());
 }
@@ -134,60 +114,9 @@ void PaperPreview::changeEvent(QEvent* event) {
         update();
 }
 
-void PaperPreview::scaleDraft() {
-    if (!m_scaled.isNull() && m_scaledPlacement == m_picture.photo)
-        return;
-    abandonFine();
-    const bool first = m_scaled.isNull();
-    m_scaled = draftPhoto(
-        m_pyramid->levelFor(m_picture.photo.photo.size(), draftDensity(m_picture.photo.size)),
-        m_picture.photo);
-    m_scaledPlacement = m_picture.photo;
-    ++m_draftCount;
-    m_settled.start(first ? 0ms : settlingTime);
-}
-
-void PaperPreview::abandonFine() {
-    m_settled.stop();
-    if (m_abandoned)
-        *m_abandoned = true;
-    m_abandoned = nullptr;
-}
-
-void PaperPreview::startFine() {
-    if (!m_pyramid || m_picture.photo.size.isEmpty())
-        return;
-    m_abandoned = std::make_shared<std::atomic<bool>>(false);
-    const QImage level = m_pyramid->levelFor(m_picture.photo.photo.size(), 2);
-    QThreadPool::globalInstance()->start([preview = QPointer<PaperPreview>(this), level,
-                                          placement = m_picture.photo, abandoned = m_abandoned] {
-        const QImage image = finePhoto(level, placement, *abandoned);
-        if (image.isNull())
-            return;
-        QMetaObject::invokeMethod(
-            qApp,
-            [preview, placement, image, abandoned] {
-                if (preview && !*abandoned)
-                    preview->takeFine(placement, image);
-            },
-            Qt::QueuedConnection);
-    });
-}
-
-void PaperPreview::takeFine(const PhotoPlacement& placement, const QImage& image) {
-    m_scaled = image;
-    m_scaledPlacement = placement;
-    ++m_fineCount;
-    const RectPoints& sheet = m_picture.layout.sheet;
-    update(QRectF(sheet.x, sheet.y, sheet.width, sheet.height).toAlignedRect());
-}
-
 void PaperPreview::paintEvent(QPaintEvent* event) {
     // The pixel ratio may have changed with the screen, the place with a neighbour's size.
     m_picture = pictureNow();
-    if (m_pyramid && !m_picture.photo.size.isEmpty())
-        scaleDraft();
-
     QPainter painter(this);
     const double pixelRatio = m_picture.pixelRatio;
     painter.scale(1 / pixelRatio, 1 / pixelRatio);
@@ -211,9 +140,13 @@ void PaperPreview::paintEvent(QPaintEvent* event) {
         paintGround(painter, rect);
         paintSheetShadow(painter, sheet, pixelRatio);
     }
+    const QRect& photo = m_picture.photoBox;
+    const bool simple = middle.contains(photo) && region.boundingRect().contains(photo);
+    const bool painted = simple && m_photo.paintDraft(painter, photo.topLeft(), m_picture.photo);
+    const bool withPhoto = !painted && m_photo.hasPhoto() && !photo.isEmpty();
     for (const QRect& rect : {middle, top, bottom}) {
         painter.setClipRect(rect & region.boundingRect());
-        paintSheet(painter);
+        paintSheet(painter, withPhoto);
     }
     painter.setRenderHint(QPainter::Antialiasing);
     QPainterPath rounded;
@@ -221,7 +154,7 @@ void PaperPreview::paintEvent(QPaintEvent* event) {
     for (const QRect& rect : QRegion(sheet) - covered) {
         painter.setClipRect(rect);
         painter.setClipPath(rounded, Qt::IntersectClip);
-        paintSheet(painter);
+        paintSheet(painter, withPhoto);
     }
     if (!m_picture.layout.outlined)
         return;
@@ -237,14 +170,13 @@ void PaperPreview::paintGround(QPainter& painter, const QRect& rect) const {
     painter.fillRect(rect, previewGround(palette()));
 }
 
-void PaperPreview::paintSheet(QPainter& painter) const {
+void PaperPreview::paintSheet(QPainter& painter, bool withPhoto) {
     const QRect& box = m_picture.photoBox;
-    const bool photo = m_pyramid && !m_scaled.isNull() && !box.isEmpty();
-    const QRegion blank = QRegion(m_picture.sheet) - (photo ? QRegion(box) : QRegion());
-    for (const QRect& rect : blank)
+    const QRegion beside = QRegion(m_picture.sheet) - box;
+    for (const QRect& rect : m_photo.hasPhoto() ? beside : QRegion(m_picture.sheet))
         painter.fillRect(rect, Qt::white);
-    if (photo)
-        painter.drawImage(box.topLeft(), m_scaled);
+    if (withPhoto)
+        painter.drawImage(box.topLeft(), m_photo.image(m_picture.photo));
 }
 
 void PaperPreview::paintOutline(QPainter& painter) const {

@@ -1,32 +1,26 @@
 #pragma once
 
 #include "views/PaperPreviewLayout.h"
-#include "views/PhotoScaling.h"
+#include "views/PhotoLayer.h"
 
-#include <QImage>
 #include <QRect>
-#include <QTimer>
 #include <QWidget>
-
-#include <memory>
 
 namespace lumivert {
 
 class PrintManager;
 
 /// The sheet of paper with the photo on it as it will print. Draws what `pm` says whenever that
-/// changes: a quick rendition at once, and a fine one, made on another thread, when nothing has
-/// moved for a moment. The photo is scaled once for each size of either kind and is then kept.
+/// changes, but only what has changed.
 class PaperPreview : public QWidget {
     Q_OBJECT
 public:
     explicit PaperPreview(PrintManager& pm, QWidget* parent = nullptr);
-    ~PaperPreview() override;
 
     [[nodiscard]] const PaperPreviewLayout& currentLayout() const { return m_picture.layout; }
     /// How often the photo was scaled quickly, and finely.
-    [[nodiscard]] int draftCount() const { return m_draftCount; }
-    [[nodiscard]] int fineCount() const { return m_fineCount; }
+    [[nodiscard]] int draftCount() const { return m_photo.draftCount(); }
+    [[nodiscard]] int fineCount() const { return m_photo.fineCount(); }
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -48,25 +42,15 @@ private:
 
     void refresh();
     [[nodiscard]] Picture pictureNow() const;
-    void takeRendition();
     void updateFrom(const Picture& before);
-    void scaleDraft();
-    void startFine();
-    void takeFine(const PhotoPlacement& placement, const QImage& image);
-    void abandonFine();
+    void updateSheet();
     void paintGround(QPainter& painter, const QRect& rect) const;
-    void paintSheet(QPainter& painter) const;
+    void paintSheet(QPainter& painter, bool withPhoto);
     void paintOutline(QPainter& painter) const;
 
     PrintManager& m_pm;
     Picture m_picture;
-    std::unique_ptr<PhotoPyramid> m_pyramid;
-    QImage m_scaled;
-    PhotoPlacement m_scaledPlacement;
-    QTimer m_settled;
-    std::shared_ptr<std::atomic<bool>> m_abandoned;
-    int m_draftCount = 0;
-    int m_fineCount = 0;
+    PhotoLayer m_photo{this};
 };
 
 } // namespace lumivert

@@ -151,13 +151,14 @@ void average(const uchar* a, const uchar* b, uchar* out, std::size_t count) {
         out[i] = static_cast<uchar>((a[i] + b[i] + 1) / 2);
 }
 
-/// Each pixel of `line`, and between it and the next their average.
-void doubled(const std::vector<uchar>& line, std::vector<uchar>& between, std::vector<QRgb>& out) {
-    const std::size_t pixels = line.size() / 4 - 1;
-    average(line.data(), line.data() + 4, between.data(), pixels * 4);
-    for (std::size_t x = 0; x < pixels; ++x) {
-        std::memcpy(&out[2 * x], &line[4 * x], 4);
-        std::memcpy(&out[2 * x + 1], &between[4 * x], 4);
+/// Each pixel of `line`, and between it and the next their average: `width` pixels.
+void doubled(const std::vector<uchar>& line, std::vector<uchar>& between, uchar* out, int width) {
+    average(line.data(), line.data() + 4, between.data(), line.size() - 4);
+    for (int x = 0; x < width; x += 2) {
+        const auto at = static_cast<std::size_t>(x) * 2;
+        std::memcpy(out + 4 * x, &line[at], 4);
+        if (x + 1 < width)
+            std::memcpy(out + 4 * x + 4, &between[at], 4);
     }
 }
 
@@ -240,45 +241,51 @@ double draftDensity(QSize size) {
 }
 
 QImage draftPhoto(const QImage& level, const PhotoPlacement& placement) {
-    if (!canScale(level, placement))
+    if (placement.size.isEmpty())
         return {};
-    const QImage source = atLeastTwoByTwo(level);
     QImage result(placement.size, QImage::Format_RGB32);
-    uchar* bits = result.bits();
-    const qsizetype stride = result.bytesPerLine();
+    return draftPhotoInto({result.bits(), result.bytesPerLine()}, level, placement) ? result
+                                                                                    : QImage();
+}
+
+bool draftPhotoInto(PixelTarget target, const QImage& level, const PhotoPlacement& placement) {
+    if (!canScale(level, placement))
+        return false;
+    const QImage source = atLeastTwoByTwo(level);
+    const int width = placement.size.width();
     const int height = placement.size.height();
-    const std::int64_t pixels = static_cast<std::int64_t>(placement.size.width()) * height;
+    const std::int64_t pixels = static_cast<std::int64_t>(width) * height;
+    const auto row = [&](int y) { return target.bits + y * target.bytesPerLine; };
     if (draftDensity(placement.size) == 1) {
         const MixedLines lines(source, placement, 1);
         inBands(height, pixels, [&](int first, int last) {
             for (int y = first; y < last; ++y)
-                lines.read(y, bits + y * stride);
+                lines.read(y, row(y));
         });
-        return result;
+        return true;
     }
 
+    // Every other row is sampled, the one between is the average of its neighbours. A band writes
+    // no row of the next: the neighbour there is sampled once more, aside.
     const MixedLines lines(source, placement, 2);
-    const auto rowBytes = static_cast<std::size_t>(placement.size.width()) * 4;
+    const auto rowBytes = static_cast<std::size_t>(width) * 4;
     inBands((height + 1) / 2, pixels, [&](int first, int last) {
         std::vector<uchar> line(lines.width() * 4);
         std::vector<uchar> between(line.size());
-        std::vector<QRgb> row(lines.width() * 2);
-        std::vector<QRgb> next(row.size());
-        const auto bytes = [](const std::vector<QRgb>& pixelRow) {
-            return reinterpret_cast<const uchar*>(pixelRow.data());
+        std::vector<uchar> beyond(rowBytes);
+        const auto sample = [&](int y, uchar* out) {
+            lines.read(y, line.data());
+            doubled(line, between, out, width);
         };
-        lines.read(first, line.data());
-        doubled(line, between, row);
+        sample(first, row(2 * first));
         for (int y = first; y < last; ++y) {
-            lines.read(y + 1, line.data());
-            doubled(line, between, next);
-            std::memcpy(bits + 2 * y * stride, row.data(), rowBytes);
+            uchar* next = y + 1 < last ? row(2 * y + 2) : beyond.data();
+            sample(y + 1, next);
             if (2 * y + 1 < height)
-                average(bytes(row), bytes(next), bits + (2 * y + 1) * stride, rowBytes);
-            row.swap(next);
+                average(row(2 * y), next, row(2 * y + 1), rowBytes);
         }
     });
-    return result;
+    return true;
 }
 
 QImage finePhoto(const QImage& level, const PhotoPlacement& placement,

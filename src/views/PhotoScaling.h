@@ -48,6 +48,16 @@ struct PhotoPlacement {
 /// between the samples, their average. Spread over the cores where that pays.
 [[nodiscard]] QImage draftPhoto(const QImage& level, const PhotoPlacement& placement);
 
+/// Pixels of 32 bits to write to.
+struct PixelTarget {
+    uchar* bits;
+    qsizetype bytesPerLine;
+};
+
+/// The same into pixels that are there already. False, with nothing written, for a placement or a
+/// level without area.
+bool draftPhotoInto(PixelTarget target, const QImage& level, const PhotoPlacement& placement);
+
 /// Good: a Lanczos filter of three lobes. Gives up, with a null image, once `abandoned` is set. Any
 /// thread.
 [[nodiscard]] QImage finePhoto(const QImage& level, const PhotoPlacement& placement,

@@ -184,6 +184,34 @@ TEST_F(PaperPreviewTest, makesTheFineRenditionOnlyWhenNothingMoves) {
     EXPECT_EQ(preview.fineCount(), fines + 1);
 }
 
+TEST_F(PaperPreviewTest, paintsALargeDraftTheSameStraightOntoThePixels) {
+    pm->margins = Margins{.top = 10, .bottom = 20, .left = 30, .right = 40};
+    pm->scalingMode = ScalingMode::fillPage;
+    preview.resize(2400, 2300);
+    // The pixels of the one format can be written to, those of the other cannot.
+    QImage straight(preview.size(), QImage::Format_RGB32);
+    QImage roundabout(preview.size(), QImage::Format_ARGB32);
+    const int drafts = preview.draftCount();
+    preview.render(&straight);
+    EXPECT_EQ(preview.draftCount(), drafts + 1);
+    preview.render(&roundabout);
+    // The formats round the outline differently.
+    for (int y = 0; y < straight.height(); ++y)
+        for (int x = 0; x < straight.width(); ++x)
+            ASSERT_NEAR(qRed(straight.pixel(x, y)), qRed(roundabout.pixel(x, y)), 1)
+                << x << "," << y;
+    const RectPoints& sheet = preview.currentLayout().sheet;
+    const auto at = [&](double xMM, double yMM) {
+        return straight.pixel(static_cast<int>(sheet.x + xMM / 210 * sheet.width),
+                              static_cast<int>(sheet.y + yMM / 297 * sheet.height));
+    };
+    EXPECT_EQ(at(29, 150), white);
+    EXPECT_EQ(at(31, 150), photo);
+    EXPECT_EQ(at(169, 276), photo);
+    EXPECT_EQ(at(171, 276), white);
+    EXPECT_EQ(at(169, 278), white);
+}
+
 TEST_F(PaperPreviewTest, showsTheProofWhenItArrives) {
     const auto image = std::make_shared<fakes::FakeImage>(PixelSize{210, 297});
     pm->image = image;
