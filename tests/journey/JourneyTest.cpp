@@ -128,6 +128,7 @@ protected:
         const char* folder = std::getenv("LUMIVERT_JOURNEY_OUTPUT");
         if (!folder)
             return;
+        QTest::qWait(300);
         window()->grab().save(QString::fromLocal8Bit(folder) + QStringLiteral("/window.png"));
         std::ofstream(std::string(folder) + "/page.pdf", std::ios::binary) << page;
     }
