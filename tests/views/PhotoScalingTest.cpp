@@ -214,6 +214,31 @@ TEST(DraftPhoto, ofALargeSizeHasEveryOtherSampleAndTheirAverages) {
     EXPECT_NEAR(qRed(image.pixel(2000, 1500)), 255, 1.5);
 }
 
+TEST(DraftPhoto, ofALargeSizePutsEachSampleInItsPlace) {
+    const PixelSize size{1001, 801};
+    const auto pixel = [](int x, int y) {
+        return qRgb((x * 37 + y * 11) % 256, (x * 5) % 256, (y * 91) % 256);
+    };
+    PhotoPyramid pyramid(rendition(size, pixel));
+    // Each sample falls on the middle of a pixel of the photo.
+    const PhotoPlacement placement{{2002, 1602}, {-0.5, -0.5, 2002, 1602}};
+    ASSERT_EQ(draftDensity(placement.size), 0.5);
+    const QImage image = draftPhoto(pyramid.levelFor(placement.photo.size(), 0.5), placement);
+    const auto average = [](QRgb a, QRgb b) {
+        return qRgb((qRed(a) + qRed(b) + 1) / 2, (qGreen(a) + qGreen(b) + 1) / 2,
+                    (qBlue(a) + qBlue(b) + 1) / 2);
+    };
+    for (int y = 0; y < size.height - 1; ++y)
+        for (int x = 0; x < size.width - 1; ++x) {
+            const QRgb above = average(pixel(x, y), pixel(x + 1, y));
+            const QRgb below = average(pixel(x, y + 1), pixel(x + 1, y + 1));
+            ASSERT_EQ(image.pixel(2 * x, 2 * y), pixel(x, y)) << x << ' ' << y;
+            ASSERT_EQ(image.pixel(2 * x + 1, 2 * y), above) << x << ' ' << y;
+            ASSERT_EQ(image.pixel(2 * x + 1, 2 * y + 1), average(above, below)) << x << ' ' << y;
+        }
+    EXPECT_EQ(image.pixel(2001, 1601), pixel(1000, 800));
+}
+
 TEST(FinePhoto, keepsMoreOfAFinePatternThanADraft) {
     // Waves of eight pixels, which are two and a half afterwards.
     const auto waves = rendition({1000, 100}, [](int x, int) {
