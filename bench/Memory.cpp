@@ -78,6 +78,9 @@ void benchMemory(const BenchFiles& files) {
     printRow("the same, 400 MP TIFF, beyond the file's own size",
              "the file: " + fixedText(own, 0) + " MB", fixedText(tiff, 0) + " MB", tiff - own, 200,
              " MB");
+    const double raw = peakMB(files.raw45, files.profile);
+    printRow("the same, 45 MP camera RAW, developed whole in the decoder", "–",
+             fixedText(raw, 0) + " MB", raw, 0, " MB");
 }
 
 } // namespace lumivert::bench

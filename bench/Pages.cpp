@@ -132,6 +132,14 @@ void benchPages(const BenchFiles& files) {
                                      files.profile, "--input-profile", "srgb"});
             }),
         0);
+    prepare(pm, files.raw45, files.profile);
+    row("page PDF, profile chosen, 45 MP camera RAW", "`dcraw_emu -4`, whole process",
+        compare(
+            2, [&] { return page(pm); },
+            [&] {
+                return timedProcess({"dcraw_emu", "-w", "-o", "4", "-4", "-Z", "-", files.raw45});
+            }),
+        0);
     ::unlink((scratch + ".v").c_str());
     ::unlink((scratch + ".pdf").c_str());
 }

@@ -10,6 +10,7 @@ struct BenchFiles {
     std::string tiff45;
     std::string jpeg100;
     std::string tiff400;
+    std::string raw45;
     std::string profile;
     /// A folder for what is written.
     std::string scratch;

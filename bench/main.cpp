@@ -1,5 +1,6 @@
 #include "Memory.h"
 #include "Pages.h"
+#include "SensorFile.h"
 #include "Windows.h"
 
 #include <QApplication>
@@ -11,6 +12,7 @@
 #include <string>
 
 // lumivert_bench FOLDER PROFILE: the table, from the photos that scripts/bench made in FOLDER.
+// lumivert_bench --sensor PHOTO FILE: a camera RAW of the scene in PHOTO.
 // lumivert_bench --one-page PHOTO PROFILE: one page, for measuring memory from outside.
 int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
@@ -23,6 +25,10 @@ int main(int argc, char** argv) {
             makeOnePage(argv[2], argv[3]);
             return 0;
         }
+        if (argc == 4 && std::string(argv[1]) == "--sensor") {
+            makeSensorFile(argv[2], argv[3]);
+            return 0;
+        }
         if (argc != 3)
             return 2;
         const std::string folder = argv[1];
@@ -30,6 +36,7 @@ int main(int argc, char** argv) {
                                .tiff45 = folder + "/45mp-16bit.tif",
                                .jpeg100 = folder + "/100mp.jpg",
                                .tiff400 = folder + "/400mp.tif",
+                               .raw45 = folder + "/45mp.dng",
                                .profile = argv[2],
                                .scratch = folder};
         std::puts("| work | against | times | measured | at most | |\n|---|---|---|---|---|---|");

@@ -14,7 +14,7 @@ packages_run=(
   zsh cups cups-client cups-filters printer-driver-cups-pdf fonts-dejavu-core xdg-utils)
 packages_test=(
   ghostscript poppler-utils qpdf xvfb xauth locales dbus icc-profiles-free colord-data)
-packages_bench=(libvips-tools img2pdf time poppler-utils xvfb xauth)
+packages_bench=(libraw-bin libvips-tools img2pdf time poppler-utils xvfb xauth)
 
 # Runs a command with root's rights.
 as_root() {

@@ -2,6 +2,7 @@
 
 #include "decoder/Rows.h"
 #include "decoder/Strips.h"
+#include "files/TiffWriter.h"
 
 #include <cstring>
 #include <fstream>
@@ -10,50 +11,9 @@
 namespace lumivert::decoder::test {
 namespace {
 
+using lumivert::test::TiffEntry;
+using lumivert::test::TiffWriter;
 using vips::VImage;
-
-// A directory's entry whose value of more than four bytes stands behind the directory.
-struct Entry {
-    int tag;
-    int type;
-    std::uint32_t count;
-    std::string value;
-};
-
-class Writer {
-public:
-    explicit Writer(bool littleEndian)
-        : m_littleEndian(littleEndian) {}
-
-    std::string number(std::uint64_t value, int size) const {
-        std::string text;
-        for (int i = 0; i < size; ++i) {
-            const int shift = 8 * (m_littleEndian ? i : size - 1 - i);
-            text += static_cast<char>(value >> shift & 0xff);
-        }
-        return text;
-    }
-
-    std::string directory(const std::vector<Entry>& entries, std::size_t offset) const {
-        std::string head = number(entries.size(), 2);
-        std::string tail;
-        const std::size_t tailAt = offset + 2 + entries.size() * 12 + 4;
-        for (const Entry& entry : entries) {
-            head += number(static_cast<std::uint64_t>(entry.tag), 2) +
-                    number(static_cast<std::uint64_t>(entry.type), 2) + number(entry.count, 4);
-            if (entry.value.size() <= 4) {
-                head += entry.value + std::string(4 - entry.value.size(), '\0');
-            } else {
-                head += number(tailAt + tail.size(), 4);
-                tail += entry.value;
-            }
-        }
-        return head + number(0, 4) + tail;
-    }
-
-private:
-    bool m_littleEndian;
-};
 
 template <class Sample>
 VImage fromSamples(PixelSize size, int bands, VipsBandFormat format,
@@ -75,11 +35,11 @@ VImage fromSamples(PixelSize size, int bands, VipsBandFormat format,
 } // namespace
 
 std::string ExifBuilder::bytes() const {
-    const Writer writer(littleEndian);
+    const TiffWriter writer(littleEndian);
     const auto rational = [&](std::pair<std::uint32_t, std::uint32_t> value) {
-        return writer.number(value.first, 4) + writer.number(value.second, 4);
+        return writer.rational(value.first, value.second);
     };
-    std::vector<Entry> first;
+    std::vector<TiffEntry> first;
     if (orientation)
         first.push_back({274, 3, 1, writer.number(*orientation, 2)});
     if (xResolution)
@@ -88,8 +48,7 @@ std::string ExifBuilder::bytes() const {
         first.push_back({283, 5, 1, rational(*yResolution)});
     if (resolutionUnit)
         first.push_back({296, 3, 1, writer.number(*resolutionUnit, 2)});
-    std::string result = (littleEndian ? std::string("II*\0", 4) : std::string("MM\0*", 4));
-    result += writer.number(8, 4);
+    const std::string result = writer.header();
     if (!colorSpace)
         return result + writer.directory(first, 8);
 
@@ -97,13 +56,13 @@ std::string ExifBuilder::bytes() const {
     first.push_back({34665, 4, 1, writer.number(0, 4)});
     const std::size_t exifAt = 8 + writer.directory(first, 8).size();
     first.back().value = writer.number(exifAt, 4);
-    std::vector<Entry> exif{{40961, 3, 1, writer.number(*colorSpace, 2)}};
+    std::vector<TiffEntry> exif{{40961, 3, 1, writer.number(*colorSpace, 2)}};
     if (interoperabilityIndex.empty())
         return result + writer.directory(first, 8) + writer.directory(exif, exifAt);
     exif.push_back({40965, 4, 1, writer.number(0, 4)});
     const std::size_t indexAt = exifAt + writer.directory(exif, exifAt).size();
     exif.back().value = writer.number(indexAt, 4);
-    const std::vector<Entry> index{
+    const std::vector<TiffEntry> index{
         {1, 2, static_cast<std::uint32_t>(interoperabilityIndex.size()), interoperabilityIndex}};
     return result + writer.directory(first, 8) + writer.directory(exif, exifAt) +
            writer.directory(index, indexAt);
@@ -111,8 +70,8 @@ std::string ExifBuilder::bytes() const {
 
 std::string withExif(const std::string& jpeg, const std::string& tiff) {
     const std::string segment = std::string("Exif\0\0", 6) + tiff;
-    return jpeg.substr(0, 2) + "\xff\xe1" + Writer(false).number(segment.size() + 2, 2) + segment +
-           jpeg.substr(2);
+    return jpeg.substr(0, 2) + "\xff\xe1" + TiffWriter(false).number(segment.size() + 2, 2) +
+           segment + jpeg.substr(2);
 }
 
 std::string withoutSegments(const std::string& jpeg, unsigned char marker) {

@@ -1,0 +1,161 @@
+#include "decoder/Photo.h"
+#include "decoder/Profiles.h"
+#include "decoder/TestPhotos.h"
+#include "files/SensorPhoto.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+
+namespace lumivert::decoder {
+namespace {
+
+using lumivert::test::SensorPhoto;
+using test::asBytes;
+using test::readRendition;
+using test::readRows;
+using Light = std::array<double, 3>;
+
+// A chart of six fields side by side, the last of which is white.
+constexpr std::array<Light, 6> chart{{{0.02, 0.02, 0.02},
+                                      {0.5, 0.1, 0.1},
+                                      {0.1, 0.4, 0.15},
+                                      {0.08, 0.12, 0.6},
+                                      {0.2, 0.2, 0.2},
+                                      {1, 1, 1}}};
+constexpr int fieldWidth = 40;
+constexpr int chartHeight = 160;
+
+SensorPhoto chartPhoto() {
+    return {.width = fieldWidth * static_cast<int>(chart.size()),
+            .height = chartHeight,
+            .light = [](int x, int) { return chart[static_cast<std::size_t>(x / fieldWidth)]; },
+            .sensitivity = {0.45, 1, 0.7},
+            .lamp = {1.3, 1, 0.6}};
+}
+
+int middleOf(std::size_t field) {
+    return static_cast<int>(field) * fieldWidth + fieldWidth / 2;
+}
+
+/// The curve of sRGB (IEC 61966-2-1), to 255.
+double shown(double light) {
+    return 255 * (light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055);
+}
+
+/// A pixel of rows of 16 bits as sRGB, to 255.
+std::array<double, 3> asSrgb(const test::ReadRows& rows, int x, int y) {
+    const Profile from = openProfile(rows.profile);
+    const Profile to(cmsCreate_sRGBProfile());
+    const std::unique_ptr<void, void (*)(cmsHTRANSFORM)> way(
+        cmsCreateTransform(from.get(), TYPE_RGB_DBL, to.get(), TYPE_RGB_DBL,
+                           INTENT_RELATIVE_COLORIMETRIC, cmsFLAGS_NOOPTIMIZE),
+        &cmsDeleteTransform);
+    std::array<double, 3> pixel{};
+    for (int c = 0; c < 3; ++c)
+        pixel[static_cast<std::size_t>(c)] = rows.at(x, y, c) / 65535.0;
+    cmsDoTransform(way.get(), pixel.data(), pixel.data(), 1);
+    for (double& value : pixel)
+        value *= 255;
+    return pixel;
+}
+
+TEST(CameraRaw, developsASensorsLightInItsWhiteBalance) {
+    const auto rows = readRows(chartPhoto().bytes());
+    ASSERT_TRUE(rows);
+    EXPECT_EQ(rows->size, (PixelSize{240, 160}));
+    ASSERT_EQ(rows->channels, 3);
+    EXPECT_EQ(rows->bits, 16);
+    EXPECT_EQ(rows->profile, wideGamutBytes());
+    for (std::size_t field = 0; field < chart.size(); ++field) {
+        const auto pixel = asSrgb(*rows, middleOf(field), 80);
+        for (std::size_t c = 0; c < 3; ++c)
+            EXPECT_NEAR(pixel[c], shown(chart[field][c]), 1.5) << field << ' ' << c;
+    }
+}
+
+TEST(CameraRaw, developsHalfTheSizeWhereThatIsEnoughForTheScreen) {
+    const std::string file = chartPhoto().bytes();
+    const auto half = openPhoto(asBytes(file), {.screenEdge = 120});
+    ASSERT_TRUE(half);
+    EXPECT_EQ(half->pixels.width(), 120);
+    EXPECT_EQ(half->storedSize, (PixelSize{240, 160}));
+    const auto whole = openPhoto(asBytes(file), {.screenEdge = 121});
+    ASSERT_TRUE(whole);
+    EXPECT_EQ(whole->pixels.width(), 240);
+
+    for (const int edge : {60, 120, 200}) {
+        SCOPED_TRACE(edge);
+        const auto rendition = readRendition(file, edge);
+        ASSERT_TRUE(rendition);
+        EXPECT_EQ(rendition->size.width, edge);
+        for (std::size_t field = 0; field < chart.size(); ++field) {
+            const int x = middleOf(field) * edge / 240;
+            const int y = rendition->size.height / 2;
+            const std::uint32_t word =
+                rendition->words[static_cast<std::size_t>(y * rendition->size.width + x)];
+            for (std::size_t c = 0; c < 3; ++c)
+                EXPECT_NEAR(word >> (16 - 8 * c) & 0xff, shown(chart[field][c]), 2)
+                    << field << ' ' << c;
+        }
+    }
+}
+
+TEST(CameraRaw, keepsTheWhiteThatTheScreenWasShownWith) {
+    SensorPhoto dim = chartPhoto();
+    dim.light = [](int x, int) {
+        Light light = chart[static_cast<std::size_t>(x / fieldWidth)];
+        for (double& value : light)
+            value *= 0.5;
+        return light;
+    };
+    const std::string file = dim.bytes();
+    const auto screen = openPhoto(asBytes(file), {.screenEdge = 100});
+    ASSERT_TRUE(screen);
+    EXPECT_NEAR(screen->rawWhite, 32768, 64);
+    const auto paper = openPhoto(asBytes(file), {.rawWhite = 40000});
+    ASSERT_TRUE(paper);
+    EXPECT_EQ(paper->rawWhite, 40000);
+    const auto white = paper->pixels.getpoint(middleOf(5), 80);
+    EXPECT_NEAR(white[1], 65535 * std::pow(0.5 * 65535 / 40000, 1 / 1.8), 100);
+}
+
+TEST(CameraRaw, turnsUpright) {
+    struct Turn {
+        int orientation;
+        PixelSize size;
+        std::array<int, 2> corner; // where the stored first pixel comes to lie
+    };
+    for (const Turn& turn : {Turn{1, {48, 32}, {0, 0}}, Turn{3, {48, 32}, {47, 31}},
+                             Turn{6, {32, 48}, {31, 0}}, Turn{8, {32, 48}, {0, 47}}}) {
+        SCOPED_TRACE(turn.orientation);
+        SensorPhoto photo{.width = 48, .height = 32, .orientation = turn.orientation};
+        photo.light = [](int x, int y) {
+            return x < 12 && y < 12 ? Light{1, 1, 1} : Light{0.05, 0.05, 0.05};
+        };
+        const auto rows = readRows(photo.bytes());
+        ASSERT_TRUE(rows);
+        ASSERT_EQ(rows->size, turn.size);
+        for (const int x : {0, turn.size.width - 1})
+            for (const int y : {0, turn.size.height - 1}) {
+                const bool isCorner = x == turn.corner[0] && y == turn.corner[1];
+                EXPECT_EQ(rows->at(x, y, 1) > 50000, isCorner) << x << ' ' << y;
+            }
+    }
+}
+
+TEST(CameraRaw, cropsTheDevelopedPhoto) {
+    const auto rows = readRows(chartPhoto().bytes(), PixelRect{200, 60, 40, 10});
+    ASSERT_TRUE(rows);
+    ASSERT_EQ(rows->size, (PixelSize{40, 10}));
+    EXPECT_GT(rows->at(20, 5, 0), 65000);
+}
+
+TEST(CameraRaw, thatBreaksOffDoesNotLoad) {
+    const std::string file = chartPhoto().bytes();
+    EXPECT_FALSE(readRows(file.substr(0, file.size() / 2)));
+}
+
+} // namespace
+} // namespace lumivert::decoder
