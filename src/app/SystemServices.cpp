@@ -9,7 +9,7 @@
 #include "platform/posix/PosixFileSystem.h"
 #include "platform/posix/PosixProcessRunner.h"
 #include "platform/posix/PosixUuidSource.h"
-#include "platform/qt/BusyPointer.h"
+#include "platform/qt/BusyServices.h"
 #include "platform/qt/MimeItemProviders.h"
 #include "platform/qt/QtDesktopServices.h"
 #include "platform/qt/QtDispatcher.h"
@@ -46,23 +46,26 @@ int longestScreenEdge() {
 
 } // namespace
 
+// Each goes before those above it.
 struct SystemServices::Owned {
     PosixProcessRunner quietProcesses;
     BusyProcessRunner processes{quietProcesses};
-    PosixFileSystem files;
+    PosixFileSystem quietFiles;
+    BusyFileSystem files{quietFiles};
     QtPreferencesStore preferences;
-    DecoderClient decoder{{.path = decoderPath(), .screenEdge = longestScreenEdge}};
-    BusyImageDecoder images{decoder};
     LcmsColorSpaceFactory colorSpaces;
-    PdfFileContextFactory pdf;
+    PdfFileContextFactory quietPdf;
+    BusyPdfContextFactory pdf{quietPdf};
     QtDesktopServices desktop;
     PosixUuidSource uuids;
     PosixConsole console;
     UpdateDialog updateDialog;
     QtUpdateClock updateClock;
     PackageKitEngine updateEngine{"lumivert"};
-    // Its background tasks use the others: it goes first.
+    // Its background tasks use the others; the decoder's answers use it.
     QtDispatcher dispatcher;
+    DecoderClient decoder{{.path = decoderPath(), .screenEdge = longestScreenEdge}};
+    BusyImageDecoder images{decoder};
 };
 
 SystemServices::SystemServices()

@@ -1,4 +1,5 @@
 #include "manager/PrintManager.h"
+#include "manager/TextLines.h"
 #include "platform/FileSystem.h"
 
 #include <algorithm>
@@ -54,9 +55,11 @@ void PrintManager::loadICCProfiles() {
         if (!entries)
             continue;
         for (const std::string& relativePath : *entries) {
+            const std::string path = folder + "/" + relativePath;
+            if (!isUtf8(path)) // no text: nothing that a preset could hold
+                break;
             if (!isProfilePath(relativePath))
                 continue;
-            const std::string path = folder + "/" + relativePath;
             if (listed.insert(path).second)
                 profiles.push_back({.id = path,
                                     .name = profileName(relativePath),

@@ -53,7 +53,7 @@ std::optional<double> numberFrom(const std::string& field) {
     char* end = nullptr;
     const double value = strtod_l(field.c_str(), &end, posix);
     const bool whole = !field.empty() && end == field.c_str() + field.size();
-    return whole && end != field.c_str() ? std::optional(value) : std::nullopt;
+    return whole ? std::optional(value) : std::nullopt;
 }
 
 // A whole number of millimetres in the range of a 64-bit integer.
@@ -103,7 +103,8 @@ void PrintManager::loadPaperSizes(const std::string& forPrinter) {
             baseChoices.push_back(std::move(choice));
     }
 
-    const auto dimensions = loadPaperDimensions(forPrinter);
+    const auto dimensions =
+        baseChoices.empty() ? std::map<std::string, SizePoints>() : loadPaperDimensions(forPrinter);
     std::vector<PaperSize> sizes;
     for (const std::string& choice : baseChoices) {
         const auto found = dimensions.find(choice);

@@ -48,7 +48,7 @@ public:
     std::vector<std::string> commands;
 };
 
-/// Files in a table; a folder exists when a file or an explicit entry lies below it.
+/// Files and the listings of folders, in two tables; neither follows from the other.
 class FakeFileSystem : public FileSystem {
 public:
     std::optional<std::string> readFile(const std::string& path) override {
@@ -61,12 +61,10 @@ public:
         const auto found = folders.find(folder);
         return found != folders.end() ? std::optional(found->second) : std::nullopt;
     }
-    std::string homeDirectory() override { return "/home/ada"; }
+    std::string homeDirectory() override { return home; }
     std::string temporaryDirectory() override { return temporary; }
     std::string dataHome() override { return "/home/ada/.local/share"; }
-    std::vector<std::string> dataDirectories() override {
-        return {"/usr/local/share", "/usr/share"};
-    }
+    std::vector<std::string> dataDirectories() override { return dataFolders; }
     bool removeFile(const std::string& path) override {
         removed.push_back(path);
         return removes;
@@ -75,6 +73,8 @@ public:
     std::map<std::string, std::string> files;
     /// What enumerate answers for a folder.
     std::map<std::string, std::vector<std::string>> folders;
+    std::string home = "/home/ada";
+    std::vector<std::string> dataFolders{"/usr/local/share", "/usr/share"};
     std::string temporary = "/tmp/ada";
     bool removes = true;
     std::vector<std::string> reads;

@@ -198,6 +198,10 @@ TEST_F(Journey, goesFromFileToPaper) {
     EXPECT_THAT(*output, StartsWith("%PDF"));
     keep(*output);
 
+    // It is still there for the print system.
+    std::this_thread::sleep_until(printedAt + 8s);
+    EXPECT_EQ(temporaryPages().size(), 2U);
+
     // The page is the sheet, and the photo's corners lie where they must, to 0.2 mm.
     const std::string printed = m_folder.write("printed.pdf", *output);
     const QSizeF page = pageSizePoints(printed);
@@ -211,9 +215,7 @@ TEST_F(Journey, goesFromFileToPaper) {
     EXPECT_NEAR(ink.top() / pixelsPerMM, 10, 0.2);
     EXPECT_NEAR((ink.bottom() + 1) / pixelsPerMM, 415, 0.2);
 
-    // A printed page goes ten seconds later; a dry run's stays, and so does a failed print's.
-    std::this_thread::sleep_until(printedAt + 8s);
-    EXPECT_EQ(temporaryPages().size(), 2U);
+    // A printed page went ten seconds later; a dry run's stays, and so does a failed print's.
     m_scheduler.removeQueue(queue);
     press(QStringLiteral("Print"));
     QTest::mouseClick(
@@ -227,13 +229,24 @@ TEST_F(Journey, goesFromFileToPaper) {
     EXPECT_EQ(left.size(), 2U);
     EXPECT_THAT(left, testing::Contains(dryPage));
 
-    // The preset is there after a restart; the settings are not.
+    // The preset is there after a restart, the settings are not; it brings them back, until it is
+    // deleted for good.
     m_app.reset();
     start();
     ASSERT_EQ(manager().presets->size(), 1U);
+    EXPECT_EQ(manager().presets->front().name, " A3 satin");
     EXPECT_EQ(manager().presets->front().paperSizeID, "A3");
     EXPECT_EQ(manager().margins->top, 5);
     EXPECT_EQ(manager().image.get(), nullptr);
+    const PrintPreset preset = manager().presets->front();
+    manager().applyPreset(preset);
+    EXPECT_EQ(manager().margins.get(), (Margins{.top = 10, .bottom = 5, .left = 5, .right = 5}));
+    EXPECT_EQ(manager().selectedPaperSizeID.get(), "A3");
+    EXPECT_EQ(manager().selectedPaperType().name, "Photo Paper Glossy");
+    manager().deletePreset(preset);
+    m_app.reset();
+    start();
+    EXPECT_TRUE(manager().presets->empty());
 }
 
 TEST_F(Journey, checksForUpdatesFromTheApplicationMenu) {

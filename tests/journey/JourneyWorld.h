@@ -38,7 +38,6 @@ struct JourneyWorld {
     PosixFileSystem realFiles;
     RedirectedFileSystem files;
     QtPreferencesStore preferences;
-    DecoderClient images;
     LcmsColorSpaceFactory colorSpaces;
     PdfFileContextFactory pdf;
     RecordedViewer viewer;
@@ -48,6 +47,8 @@ struct JourneyWorld {
     fakes::FakeUpdateWindow updateWindow;
     fakes::FakeUpdateClock updateClock;
     QtDispatcher dispatcher;
+    // Its answers use the dispatcher.
+    DecoderClient images;
 
     [[nodiscard]] Platform platform();
     [[nodiscard]] AppServices appServices();

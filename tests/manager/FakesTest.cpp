@@ -41,6 +41,16 @@ TEST(FakeProcessRunner, launchesTheShellAloneAndAnswersByTheCommandsBeginning) {
     EXPECT_EQ(runner.commands.size(), 3U);
 }
 
+TEST(FakeFileSystem, answersFromItsTwoTables) {
+    FakeFileSystem files;
+    files.files["/a/b.icc"] = "bytes";
+    files.folders["/c"] = {"d"};
+    EXPECT_EQ(files.readFile("/a/b.icc"), "bytes");
+    EXPECT_EQ(files.readFile("/c"), std::nullopt);
+    EXPECT_EQ(files.enumerate("/c"), std::vector<std::string>{"d"});
+    EXPECT_EQ(files.enumerate("/a"), std::nullopt);
+}
+
 TEST(FakeDispatcher, runsWhatWaitsForTheMainThreadInOrderAndWhatThatAdds) {
     fakes::FakeDispatcher dispatcher;
     std::string log;

@@ -108,6 +108,41 @@ TEST_F(IccProfiles, areListedOnceForOnePath) {
     EXPECT_EQ(names({"a.icc", "sub/a.icc", "a.icc"}), (Strings{"a", "a"}));
 }
 
+TEST_F(IccProfiles, areListedOnceThoughTheirFolderIsNamedTwice) {
+    world.files.dataFolders = {"/usr/share", "/usr/share"};
+    world.files.folders["/usr/share/color/icc"] = {"a.icc"};
+    PrintManager m(world.platform);
+    m.loadICCProfiles();
+    EXPECT_EQ(m.availableICCProfiles->size(), 2U);
+}
+
+TEST_F(IccProfiles, lieBelowTheHomeFolderAsItIsWritten) {
+    world.files.home = "/home/ada/";
+    PrintManager m(world.platform);
+    m.loadICCProfiles();
+    EXPECT_EQ(world.files.enumerated.at(1), "/home/ada//Library/ColorSync/Profiles");
+}
+
+TEST_F(IccProfiles, endTheirFolderAtANameThatIsNoText) {
+    for (const char* name : {"caf\xe9.icc", "caf\xe9.txt", "caf\xe9"}) {
+        world.files.folders["/usr/share/color/icc"] = {"c.icc"};
+        EXPECT_EQ(names({"a.icc", name, "b.icc"}), (Strings{"a", "c"})) << name;
+    }
+}
+
+TEST_F(IccProfiles, canAllBeKeptInAPreset) {
+    world.files.folders["/Library/Printers"] = {"å.icc", "caf\xe9.icc"};
+    PrintManager m(world.platform);
+    m.loadICCProfiles();
+    for (const ICCProfile& profile : m.availableICCProfiles.get()) {
+        m.selectedICCProfileID = profile.id;
+        m.savePreset("P");
+    }
+    PrintManager later(world.platform);
+    EXPECT_EQ(later.presets.get(), m.presets.get());
+    EXPECT_EQ(later.presets->size(), 2U);
+}
+
 TEST_F(IccProfiles, doNotPileUp) {
     world.files.folders["/Library/Printers"] = {"a.icc"};
     PrintManager m(world.platform);

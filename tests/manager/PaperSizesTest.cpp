@@ -264,7 +264,7 @@ TEST_F(PaperSizes, readAPointUnderALocaleWithACommaToo) {
 }
 
 TEST_F(PaperSizes, roundHalvesAwayFromZero) {
-    // 36 points are 12.7 mm exactly, 9 points 3.175 mm, 4.5 mm are 12.7559… points.
+    // In millimetres: 36 points 12.7 exactly, 9 points 3.175, 4.5 points 1.5875, 270 points 95.25.
     const auto size = [&](const std::string& points) {
         return sizes("PageSize/M: K\n", "*PaperDimension K: \"" + points + "\"\n").front();
     };
@@ -274,7 +274,29 @@ TEST_F(PaperSizes, roundHalvesAwayFromZero) {
     EXPECT_EQ(size("-180 -540").name, "K (-64 × -191 mm)");
     EXPECT_EQ(size("-1 0").name, "K (0 × 0 mm)");
     EXPECT_EQ(size("9 9").widthMM, 3.2);
+    EXPECT_EQ(size("270 -270").widthMM, 95.3);
+    EXPECT_EQ(size("270 -270").heightMM, -95.3);
     EXPECT_EQ(size("4.5 4.5").name, "K (2 × 2 mm)") << "1.5875";
+}
+
+TEST_F(PaperSizes, askTheQueueBeforeReadingThePpd) {
+    world.processes.outcomes["lpoptions -p "] = {0, "PageSize/Media Size: A4\n"};
+    PrintManager m(world.platform);
+    world.files.reads.clear();
+    std::size_t readsBefore = 99;
+    world.processes.willRun = [&](const std::string&) { readsBefore = world.files.reads.size(); };
+    m.loadPaperSizes("a b$c");
+    EXPECT_EQ(readsBefore, 0U);
+    EXPECT_EQ(world.processes.commands.back(), "lpoptions -p a b$c -l 2>/dev/null");
+    EXPECT_EQ(world.files.reads, std::vector<std::string>{"/etc/cups/ppd/a b$c.ppd"});
+}
+
+TEST_F(PaperSizes, areNotLookedUpInThePpdWhereThereIsNone) {
+    world.processes.outcomes["lpoptions -p "] = {0, "MediaType/Media Type: Plain\n"};
+    PrintManager m(world.platform);
+    world.files.reads.clear();
+    m.loadPaperSizes("Q");
+    EXPECT_TRUE(world.files.reads.empty());
 }
 
 TEST_F(PaperSizes, areNamedByTheirUnroundedMillimetres) {

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace lumivert {
@@ -52,6 +53,7 @@ TEST(Models, compareProfilesByEveryField) {
 }
 
 TEST(Models, compareMarginsByEveryField) {
+    static_assert(!std::is_default_constructible_v<std::hash<Margins>>, "never a key");
     const Margins margins{.top = 1, .bottom = 2, .left = 3, .right = 4};
     EXPECT_EQ(margins, (Margins{1, 2, 3, 4})) << "listed as top, bottom, left, right";
     EXPECT_NE(margins, (Margins{9, 2, 3, 4}));

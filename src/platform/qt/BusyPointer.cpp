@@ -19,15 +19,4 @@ BusyPointer::~BusyPointer() {
     QGuiApplication::restoreOverrideCursor();
 }
 
-ProcessResult BusyProcessRunner::run(const std::string& executable,
-                                     const std::vector<std::string>& arguments) {
-    const BusyPointer busy;
-    return m_runner.run(executable, arguments);
-}
-
-std::shared_ptr<const Image> BusyImageDecoder::decode(const FileUrl& url) {
-    const BusyPointer busy;
-    return m_decoder.decode(url);
-}
-
 } // namespace lumivert

@@ -17,6 +17,8 @@
 namespace lumivert {
 namespace {
 
+constexpr int lockPatience = 2000; // milliseconds
+
 std::string userFile() {
     const QSettings settings(QSettings::NativeFormat, QSettings::UserScope, "Lumivert", "Lumivert");
     return QFile::encodeName(settings.fileName()).toStdString();
@@ -67,7 +69,8 @@ void QtPreferencesStore::setData(const std::string& key, const std::string& byte
     const QFileInfo file(fileName(m_path));
     QDir().mkpath(file.absolutePath());
     QLockFile lock(file.absoluteFilePath() + ".lock");
-    if (!lock.lock())
+    // lock() tries for ever where a file left behind cannot be removed.
+    if (!lock.tryLock(lockPatience))
         return;
 
     const QString target = file.exists() ? file.canonicalFilePath() : file.absoluteFilePath();

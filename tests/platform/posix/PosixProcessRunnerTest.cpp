@@ -58,6 +58,16 @@ TEST(PosixProcessRunner, keepsBytesThatAreNoText) {
     EXPECT_EQ(shell("printf 'a\\0b\\377\\n'").output, std::string("a\0b\377\n", 5));
 }
 
+TEST(PosixProcessRunner, waitsForTheEndBeforeItReads) {
+    // More than the pipe holds: the writer waits for a reader, the reader for the writer's end.
+    EXPECT_EQ(inChild([] {
+                  ::alarm(2);
+                  (void)shell("head -c 3000000 /dev/zero");
+                  return 0;
+              }),
+              128 + SIGALRM);
+}
+
 TEST(PosixProcessRunner, doesNotStallOnMoreOutputThanAnOrdinaryPipeHolds) {
     const auto outcome = shell("head -c 900000 /dev/zero; exit 3");
     EXPECT_EQ(outcome.output.size(), 900000u);

@@ -4,6 +4,7 @@
 #include "support/ScopedEnvironment.h"
 #include "support/TemporaryFolder.h"
 
+#include <QLockFile>
 #include <QSettings>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -165,6 +166,27 @@ TEST_F(QtPreferencesStoreTest, leavesThePreviousValueWhereItCannotWrite) {
     fs::permissions(folder / "config/Lumivert", fs::perms(0755));
     EXPECT_EQ(file(), before);
     EXPECT_THAT(filesBeside(), ElementsAre("Lumivert.conf"));
+}
+
+TEST_F(QtPreferencesStoreTest, givesUpOnALockThatItCannotTakeOver) {
+    store.setData(key, "previous");
+    const auto before = file();
+    ASSERT_EQ(inChild([&] {
+                  // Never unlocked: the process just ends.
+                  auto* left = new QLockFile(QString::fromStdString(path + ".lock"));
+                  return left->tryLock() ? 0 : 1;
+              }),
+              0);
+    ASSERT_TRUE(fs::exists(path + ".lock"));
+    fs::permissions(folder / "config/Lumivert", fs::perms(0555));
+    EXPECT_EQ(inChildAsOrdinaryUser([&] {
+                  ::alarm(10);
+                  QtPreferencesStore(path).setData(key, "next");
+                  return 0;
+              }),
+              0);
+    fs::permissions(folder / "config/Lumivert", fs::perms(0755));
+    EXPECT_EQ(file(), before);
 }
 
 TEST_F(QtPreferencesStoreTest, leavesThePreviousValueWhenTheDiskIsFull) {
