@@ -21,7 +21,7 @@ double proportionalMB(pid_t process) {
     std::ifstream file("/proc/" + std::to_string(process) + "/smaps_rollup");
     for (std::string line; std::getline(file, line);)
         if (line.starts_with("Pss:"))
-            return std::stod(line.substr(4)) / 1024;
+            return std::stod(line.substr(4)) * 1024 / 1e6;
     return 0;
 }
 

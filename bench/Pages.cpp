@@ -40,6 +40,8 @@ void copyFile(const std::string& from, const std::string& to) {
     static std::array<char, 1 << 20> buffer;
     const int in = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
     const int out = ::open(to.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    if (in < 0 || out < 0)
+        throw std::runtime_error("the copy could not be opened");
     for (ssize_t n = 0; (n = ::read(in, buffer.data(), buffer.size())) > 0;)
         if (::write(out, buffer.data(), static_cast<std::size_t>(n)) != n)
             throw std::runtime_error("the copy failed");

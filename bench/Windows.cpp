@@ -4,9 +4,11 @@
 #include "Timing.h"
 #include "app/LumivertApp.h"
 #include "manager/PrintManager.h"
+#include "platform/updates/SPUStandardUpdaterController.h"
 #include "views/PaperPreview.h"
 
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QElapsedTimer>
@@ -53,8 +55,12 @@ Seconds dropToPreview(const std::string& photo) {
         QApplication::sendEvent(app.window(), &enter);
         QDropEvent drop({50, 50}, Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(app.window(), &drop);
-        while (watch.paints == 0)
-            QApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        QDeadlineTimer patience(30000);
+        while (watch.paints == 0) {
+            if (patience.hasExpired())
+                throw std::runtime_error(photo + " was not shown");
+            QApplication::processEvents(QEventLoop::AllEvents, 1000);
+        }
     });
 }
 
@@ -90,6 +96,18 @@ void benchRedraw(const std::string& photo, QSize size, double medianLimit, doubl
     const double worst = quantile(times, 0.99) * 1000;
     printRow(work + ", median", "–", milliseconds(median / 1000), median, medianLimit, " ms");
     printRow(work + ", p99", "–", milliseconds(worst / 1000), worst, worstLimit, " ms");
+}
+
+void benchUpdatesStart() {
+    BenchWorld world;
+    std::vector<double> times;
+    for (int i = 0; i < 21; ++i)
+        times.push_back(timed([&] {
+            SPUStandardUpdaterController controller(true, world.appServices().updates);
+            QApplication::processEvents();
+        }));
+    const double median = quantile({times.begin() + 1, times.end()}, 0.5) * 1000;
+    printRow("start of the update component", "–", milliseconds(median / 1000), median, 2, " ms");
 }
 
 } // namespace
@@ -137,6 +155,7 @@ void benchWindows(const BenchFiles& files) {
              milliseconds(quantile(own, 0.5)) + " - " + milliseconds(quantile(tools, 0.5)) + " : " +
                  milliseconds(quantile(least, 0.5)),
              quantile(ratios, 0.5), 2, " x");
+    benchUpdatesStart();
 }
 
 } // namespace lumivert::bench

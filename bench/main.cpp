@@ -36,7 +36,7 @@ int main(int argc, char** argv) {
                                .tiff45 = folder + "/45mp-16bit.tif",
                                .jpeg100 = folder + "/100mp.jpg",
                                .tiff400 = folder + "/400mp.tif",
-                               .raw45 = folder + "/45mp.dng",
+                               .raw45 = folder + "/45mp.raw",
                                .profile = argv[2],
                                .scratch = folder};
         std::puts("| work | against | times | measured | at most | |\n|---|---|---|---|---|---|");

@@ -4,6 +4,10 @@
 say() { printf '%s\n' "$*"; }
 fail() { printf '%s\n' "$*" >&2; exit 1; }
 
+# Holds the output of commands that are silent unless they fail.
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+
 top=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 cd "$top" || exit 1
 
@@ -11,16 +15,16 @@ packages_build=(
   g++ cmake ninja-build pkg-config qt6-base-dev libvips-dev libraw-dev liblcms2-dev
   libisal-dev nlohmann-json3-dev libgtest-dev libgmock-dev)
 packages_run=(
-  zsh cups cups-client cups-filters printer-driver-cups-pdf fonts-dejavu-core xdg-utils)
+  zsh cups cups-client cups-filters printer-driver-cups-pdf fonts-dejavu-core qt6-wayland xdg-utils)
 packages_test=(
   ghostscript poppler-utils qpdf xvfb xauth locales dbus icc-profiles-free colord-data)
-packages_bench=(libraw-bin libvips-tools img2pdf time poppler-utils xvfb xauth)
+packages_bench=(colord-data img2pdf libraw-bin libvips-tools)
 
-# Runs a command with root's rights.
+# Runs a command with root's rights; fails where there is no way to them.
 as_root() {
   if [ "$(id -u)" = 0 ]; then "$@"
   elif command -v sudo >/dev/null 2>&1; then sudo "$@"
-  else fail "This needs root's rights and there is no sudo: $*"; fi
+  else printf "This needs root's rights and there is no sudo: %s\n" "$*" >&2; return 1; fi
 }
 
 # Runs a command as the person who called: under "sudo scripts/…" what is built belongs to the
@@ -45,24 +49,18 @@ install_missing() {
   done
   [ ${#missing[@]} = 0 ] && return
   say "Installing: ${missing[*]}"
-  local log
-  log=$(mktemp)
   if ! { as_root apt-get update &&
          as_root env DEBIAN_FRONTEND=noninteractive \
            apt-get install -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
     tail -n 20 "$log" >&2
-    rm -f "$log"
     fail "The packages could not be installed."
   fi
-  rm -f "$log"
 }
 
 # build PRESET [TARGET...]: configures when needed and builds; silent but for errors.
 build() {
-  local preset=$1 log
+  local preset=$1
   shift
-  log=$(mktemp)
-  chmod 666 "$log"
   say "Building (${preset}) into build/${preset}"
   if [ ! -e "build/$preset/build.ninja" ]; then
     as_person cmake --preset "$preset" >"$log" 2>&1 || { cat "$log" >&2; fail "Configuring failed."; }
@@ -70,5 +68,4 @@ build() {
   as_person cmake --build --preset "$preset" ${1:+--target "$@"} >"$log" 2>&1 ||
     { grep -vE '^\[[0-9]+/[0-9]+\] (Building|Linking|Automatic)' "$log" | head -n 60 >&2
       fail "The build failed."; }
-  rm -f "$log"
 }

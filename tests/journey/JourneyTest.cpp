@@ -242,7 +242,7 @@ TEST_F(Journey, goesFromFileToPaper) {
     manager().applyPreset(preset);
     EXPECT_EQ(manager().margins.get(), (Margins{.top = 10, .bottom = 5, .left = 5, .right = 5}));
     EXPECT_EQ(manager().selectedPaperSizeID.get(), "A3");
-    EXPECT_EQ(manager().selectedPaperType().name, "Photo Paper Glossy");
+    EXPECT_EQ(manager().selectedPaperTypeID.get(), "Glossy");
     manager().deletePreset(preset);
     m_app.reset();
     start();

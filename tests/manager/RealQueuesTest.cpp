@@ -23,7 +23,7 @@ protected:
     }
     std::string sample(const std::string& name) {
         std::ifstream file(m_folder + "/" + name, std::ios::binary);
-        EXPECT_TRUE(file) << name;
+        EXPECT_TRUE(file) << name << " is not among the samples";
         return {std::istreambuf_iterator<char>(file), {}};
     }
     PrintManager& queue(const std::string& listing, const std::string& ppd) {
