@@ -1,8 +1,8 @@
 #include "manager/PrintManager.h"
 #include "manager/TextLines.h"
+#include "model/AsciiCase.h"
 #include "platform/FileSystem.h"
 
-#include <algorithm>
 #include <string_view>
 #include <unordered_set>
 
@@ -30,10 +30,9 @@ std::vector<std::string> profileFolders(FileSystem& files) {
     return folders;
 }
 
-bool isProfilePath(std::string path) {
-    std::transform(path.begin(), path.end(), path.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-    return path.ends_with(".icc") || path.ends_with(".icm");
+bool isProfilePath(std::string_view path) {
+    const std::string lower = lowerCased(path);
+    return lower.ends_with(".icc") || lower.ends_with(".icm");
 }
 
 // Only these three forms go, wherever they stand in the name; ".ICM" stays, as is intended.

@@ -1,17 +1,11 @@
 #include "manager/PrintManager.h"
 #include "manager/TextLines.h"
+#include "model/AsciiCase.h"
 
 #include <algorithm>
 
 namespace lumivert {
 namespace {
-
-std::string lowerCased(std::string_view text) {
-    std::string result(text);
-    std::transform(result.begin(), result.end(), result.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-    return result;
-}
 
 std::vector<Printer> printersFrom(std::string_view output) {
     std::vector<Printer> printers;

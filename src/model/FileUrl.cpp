@@ -1,5 +1,7 @@
 #include "model/FileUrl.h"
 
+#include "model/AsciiCase.h"
+
 #include <algorithm>
 #include <charconv>
 #include <utility>
@@ -14,13 +16,9 @@ bool isUnreserved(char c) {
            c == '.' || c == '_' || c == '~';
 }
 
-char lowerASCII(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 bool equalIgnoringCase(std::string_view a, std::string_view b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](char x, char y) { return lowerASCII(x) == lowerASCII(y); });
+                      [](char x, char y) { return lowerCased(x) == lowerCased(y); });
 }
 
 std::optional<std::string> withoutEscapes(std::string_view text) {

@@ -6,6 +6,9 @@
 
 namespace lumivert {
 
+/// The type identifier under which a dropped file's address, an encoded URL, is asked for.
+inline constexpr auto fileUrlType = "public.file-url";
+
 /// One dropped item.
 class ItemProvider {
 public:

@@ -1,5 +1,7 @@
 #include "views/Dropping.h"
 
+#include "model/AsciiCase.h"
+
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -11,13 +13,6 @@ namespace {
 
 constexpr std::array<std::string_view, 11> acceptedExtensions{
     "jpg", "jpeg", "png", "tiff", "tif", "heic", "raw", "cr2", "cr3", "nef", "arw"};
-
-std::string lowerCased(std::string text) {
-    for (char& c : text)
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
-    return text;
-}
 
 } // namespace
 

@@ -10,9 +10,6 @@
 
 namespace lumivert {
 
-/// The type identifier under which a dropped file's address is asked for.
-inline constexpr auto fileUrlType = "public.file-url";
-
 using ItemProviders = std::vector<std::unique_ptr<ItemProvider>>;
 
 /// The address in a dropped item's bytes, when it ends in one of the endings that a drop accepts:

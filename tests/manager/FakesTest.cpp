@@ -42,7 +42,7 @@ TEST(FakeProcessRunner, launchesTheShellAloneAndAnswersByTheCommandsBeginning) {
 }
 
 TEST(FakeFileSystem, answersFromItsTwoTables) {
-    FakeFileSystem files;
+    fakes::FakeFileSystem files;
     files.files["/a/b.icc"] = "bytes";
     files.folders["/c"] = {"d"};
     EXPECT_EQ(files.readFile("/a/b.icc"), "bytes");

@@ -18,7 +18,7 @@ public:
     void loadItem(const std::string& typeIdentifier,
                   std::function<void(std::optional<std::string>)> completion) override {
         std::optional<std::string> item;
-        if (typeIdentifier == "public.file-url")
+        if (typeIdentifier == fileUrlType)
             item = m_bytes;
         QThreadPool::globalInstance()->start(
             [item = std::move(item), completion = std::move(completion)] { completion(item); });
