@@ -96,9 +96,11 @@ TEST_F(PaperSizes, areA4AloneWhenTheListingGivesNone) {
 }
 
 TEST_F(PaperSizes, areAskedForWithTheQueueNameAsItStands) {
+    world.processes.outcomes["lpoptions"].output = "PageSize/M: B5\n";
     PrintManager m(world.platform);
     m.loadPaperSizes("a b;$(c)/d");
     EXPECT_EQ(world.processes.commands.back(), "lpoptions -p a b;$(c)/d -l 2>/dev/null");
+    ASSERT_FALSE(world.files.reads.empty());
     EXPECT_EQ(world.files.reads.back(), "/etc/cups/ppd/a b;$(c)/d.ppd");
 }
 
