@@ -33,7 +33,7 @@ void name(void* profile, const char* description) {
 
 Bytes savedBytes(const Profile& profile) {
     cmsUInt32Number size = 0;
-    if (!profile || !cmsSaveProfileToMem(profile.get(), nullptr, &size))
+    if (!cmsSaveProfileToMem(profile.get(), nullptr, &size))
         throw std::runtime_error("no profile");
     Bytes bytes(size);
     if (!cmsSaveProfileToMem(profile.get(), bytes.data(), &size))
@@ -44,16 +44,19 @@ Bytes savedBytes(const Profile& profile) {
     return bytes;
 }
 
-Bytes rgbBytes(cmsCIExyY white, cmsCIExyYTRIPLE primaries, double gamma, const char* description) {
-    const ToneCurve curve = gammaCurve(gamma);
-    const std::array curves{curve.get(), curve.get(), curve.get()};
-    const Profile profile(cmsCreateRGBProfile(&white, &primaries, curves.data()));
+Bytes madeBytes(const Profile& profile, const char* description) {
     if (!profile)
         throw std::runtime_error("no profile");
     // Version 2: what a reader of PDF 1.4 knows.
     cmsSetProfileVersion(profile.get(), 2.1);
     name(profile.get(), description);
     return savedBytes(profile);
+}
+
+Bytes rgbBytes(cmsCIExyY white, cmsCIExyYTRIPLE primaries, double gamma, const char* description) {
+    const ToneCurve curve = gammaCurve(gamma);
+    const std::array curves{curve.get(), curve.get(), curve.get()};
+    return madeBytes(Profile(cmsCreateRGBProfile(&white, &primaries, curves.data())), description);
 }
 
 Profile genericCmyk() {
@@ -132,6 +135,12 @@ const Bytes& wideGamutBytes() {
     static const Bytes bytes =
         rgbBytes(*cmsD50_xyY(), {{0.7347, 0.2653, 1}, {0.1596, 0.8404, 1}, {0.0366, 0.0001, 1}},
                  1.8, "Wide gamut RGB with the primaries of ROMM");
+    return bytes;
+}
+
+const Bytes& plainGreyBytes() {
+    static const Bytes bytes = madeBytes(
+        Profile(cmsCreateGrayProfile(cmsD50_xyY(), gammaCurve(1.8).get())), "Grey, gamma 1.8");
     return bytes;
 }
 

@@ -39,4 +39,7 @@ using Profile = std::unique_ptr<void, CloseProfile>;
 /// CIELAB photos and camera RAW that paper can show.
 [[nodiscard]] const Bytes& wideGamutBytes();
 
+/// Grey with a plain gamma of 1.8.
+[[nodiscard]] const Bytes& plainGreyBytes();
+
 } // namespace lumivert::decoder
