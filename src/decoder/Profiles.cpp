@@ -2,6 +2,7 @@
 
 #include <vips/vips8>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <stdexcept>
@@ -70,6 +71,23 @@ Profile genericCmyk() {
     return profile;
 }
 
+// That its tags are there says little: they may be damaged, and one may stand for another.
+bool leadsToLab(const Profile& profile, int channels) {
+    const cmsUInt32Number space = channels == 1 ? PT_GRAY : channels == 3 ? PT_RGB : PT_CMYK;
+    const cmsUInt32Number in =
+        COLORSPACE_SH(space) | CHANNELS_SH(static_cast<cmsUInt32Number>(channels)) | BYTES_SH(2);
+    const Profile lab(cmsCreateLab4Profile(nullptr));
+    constexpr std::array intents{INTENT_PERCEPTUAL, INTENT_RELATIVE_COLORIMETRIC, INTENT_SATURATION,
+                                 INTENT_ABSOLUTE_COLORIMETRIC};
+    return std::ranges::all_of(intents, [&](cmsUInt32Number intent) {
+        const std::unique_ptr<void, void (*)(cmsHTRANSFORM)> way(
+            cmsCreateTransform(profile.get(), in, lab.get(), TYPE_Lab_16, intent,
+                               cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE),
+            &cmsDeleteTransform);
+        return way != nullptr;
+    });
+}
+
 } // namespace
 
 Profile openProfile(std::span<const std::byte> bytes) {
@@ -100,8 +118,7 @@ bool describes(std::span<const std::byte> bytes, int channels) {
     case cmsSigDisplayClass:
     case cmsSigOutputClass:
     case cmsSigColorSpaceClass:
-        return cmsIsMatrixShaper(profile.get()) || channels == 1 ||
-               cmsIsCLUT(profile.get(), INTENT_RELATIVE_COLORIMETRIC, LCMS_USED_AS_INPUT);
+        return leadsToLab(profile, channels);
     default:
         return false;
     }
