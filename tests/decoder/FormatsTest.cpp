@@ -349,6 +349,31 @@ TEST(Formats, refuseDataThatEndsEarly) {
     EXPECT_FALSE(readRows(tiff.substr(0, 8) + std::string(tiff.size() / 2, '\0')));
 }
 
+TEST(Formats, refuseAJpegThatBreaksOffHoweverItsFileIsFilledUp) {
+    const VImage noise = VImage::gaussnoise(300, 300).cast(VIPS_FORMAT_UCHAR);
+    for (const bool progressive : {false, true}) {
+        SCOPED_TRACE(progressive);
+        const std::string whole = saved(noise, ".jpg", options()->set("interlace", progressive));
+        ASSERT_TRUE(readRows(whole));
+        const std::string half = whole.substr(0, whole.size() / 2);
+        for (const std::string& broken :
+             {half, half + "\xff\xd9", half + std::string(whole.size() - half.size(), '\0'),
+              half + std::string(whole.size(), '\xff')}) {
+            EXPECT_FALSE(readRows(broken));
+            EXPECT_FALSE(test::readRendition(broken, 300));
+            EXPECT_FALSE(test::readRendition(broken, 30));
+        }
+    }
+}
+
+TEST(Formats, readAJpegThatSomethingFollows) {
+    const std::string jpeg = saved(plain8(small, {200, 60, 40}), ".jpg");
+    const std::string second = saved(plain8(small, {9}), ".jpg");
+    for (const std::string& tail : {std::string(5000, '\0'), std::string("a film"), second,
+                                    second.substr(0, second.size() / 2)})
+        expectNear(outcome(jpeg + tail), {3, 8, {200, 60, 40}}, 4);
+}
+
 TEST(Formats, loadAPhotoWhoseExifIsBroken) {
     const std::string jpeg =
         test::withoutSegments(saved(plain8(small, {200, 60, 40}), ".jpg"), 0xe1);
