@@ -118,6 +118,14 @@ TEST_F(Decoding, refusesWhatIsNoPhotoOrNoFile) {
     EXPECT_FALSE(decode(noise.substr(0, noise.size() / 2)));
 }
 
+TEST_F(Decoding, refusesAFileThatMemoryDoesNotHoldBeforeCopyingIt) {
+    const FileUrl url = m_folder.write("vast.tif", "II*");
+    std::filesystem::resize_file(url.path(), std::uintmax_t{1} << 40); // sparse
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(m_client.decode(url));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
+}
+
 TEST_F(Decoding, makesTheRenditionForTheScreenOfTheMoment) {
     const std::string png = saved(plain8({900, 600}, {200, 60, 40}), ".png");
     m_edge = 300;
