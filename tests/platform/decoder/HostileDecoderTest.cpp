@@ -107,6 +107,25 @@ TEST_F(HostileDecoder, cannotStretchARowByDrippingItsBytes) {
     EXPECT_FALSE(rows->readRows(row));
 }
 
+TEST(SoftProof, doesNotHoldUpAProgramThatQuits) {
+    const test::TestFolder folder;
+    DecoderOptions patient = options();
+    patient.answerTimeout = 20s;
+    auto client = std::make_unique<DecoderClient>(patient);
+    const auto image = client->decode(folder.write("photo", "proofhang"));
+    ASSERT_TRUE(image);
+    auto space = std::make_shared<ColorSpace>();
+    space->profile = sharedBytes(Bytes(128));
+    space->channels = 3;
+    bool completed = false;
+    image->softProof({space, RenderingIntent::relative}, [&](auto) { completed = true; });
+    std::this_thread::sleep_for(200ms); // until it most likely runs; it ends soon either way
+    const auto start = std::chrono::steady_clock::now();
+    client.reset();
+    EXPECT_TRUE(completed);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 10s);
+}
+
 TEST(Packets, bringNoMoreDescriptorsThanAgreed) {
     std::array<int, 2> ends{};
     ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()), 0);
