@@ -22,6 +22,7 @@ public:
     [[nodiscard]] static vips::VImage apply(std::shared_ptr<const ColorTransform> transform,
                                             PixelLayout out, const vips::VImage& image);
 
+    /// `in` and `out` hold `pixels` whole pixels of the layouts given to create().
     virtual void convert(const void* in, void* out, std::size_t pixels) const = 0;
 };
 

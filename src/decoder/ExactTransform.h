@@ -35,6 +35,7 @@ public:
     [[nodiscard]] static std::unique_ptr<const ExactTransform>
     create(const ColorRoute& route, PixelLayout in, PixelLayout out);
 
+    /// `in` and `out` hold `pixels` whole pixels of the layouts given to create().
     void convert(const void* in, void* out, std::size_t pixels) const {
         cmsDoTransform(m_handle.get(), in, out, static_cast<cmsUInt32Number>(pixels));
     }

@@ -34,6 +34,14 @@ bool isFrame(std::size_t marker) {
     return marker >= 0xc0 && marker <= 0xcf && marker != 0xc4 && marker != 0xc8 && marker != 0xcc;
 }
 
+// From the end, where it usually stands; more may follow it, such as a second picture.
+bool hasEndOfImage(std::span<const std::byte> bytes) {
+    for (std::size_t at = bytes.size(); at >= 2; --at)
+        if (bytes[at - 2] == std::byte{0xff} && bytes[at - 1] == std::byte{0xd9})
+            return true;
+    return false;
+}
+
 } // namespace
 
 std::optional<JpegMarkers> readJpegMarkers(std::span<const std::byte> bytes) {
@@ -53,8 +61,10 @@ std::optional<JpegMarkers> readJpegMarkers(std::span<const std::byte> bytes) {
             ++at;
             continue;
         }
-        if (marker == 0xda)
+        if (marker == 0xda) {
+            found.hasEnd = hasEndOfImage(bytes.subspan(at + 2));
             break;
+        }
         const std::size_t length = wordAt(bytes, at + 2);
         if (length < 2 || at + 2 + length > bytes.size())
             return std::nullopt;

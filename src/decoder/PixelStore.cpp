@@ -17,7 +17,7 @@ constexpr std::size_t inMemory = std::size_t{256} << 20;
 
 Descriptor namelessFile(std::size_t size) {
     const char* folder = std::getenv("TMPDIR");
-    const std::string path = folder && *folder ? folder : "/tmp";
+    const std::string path = folder && *folder == '/' ? folder : "/tmp";
     Descriptor file(::open(path.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
     if (!file) { // a file system without O_TMPFILE
         std::string name = path + "/lumivert-XXXXXX";

@@ -2,6 +2,7 @@
 
 #include <vips/vips8>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <stdexcept>
@@ -33,7 +34,7 @@ void name(void* profile, const char* description) {
 
 Bytes savedBytes(const Profile& profile) {
     cmsUInt32Number size = 0;
-    if (!profile || !cmsSaveProfileToMem(profile.get(), nullptr, &size))
+    if (!cmsSaveProfileToMem(profile.get(), nullptr, &size))
         throw std::runtime_error("no profile");
     Bytes bytes(size);
     if (!cmsSaveProfileToMem(profile.get(), bytes.data(), &size))
@@ -44,16 +45,19 @@ Bytes savedBytes(const Profile& profile) {
     return bytes;
 }
 
-Bytes rgbBytes(cmsCIExyY white, cmsCIExyYTRIPLE primaries, double gamma, const char* description) {
-    const ToneCurve curve = gammaCurve(gamma);
-    const std::array curves{curve.get(), curve.get(), curve.get()};
-    const Profile profile(cmsCreateRGBProfile(&white, &primaries, curves.data()));
+Bytes madeBytes(const Profile& profile, const char* description) {
     if (!profile)
         throw std::runtime_error("no profile");
     // Version 2: what a reader of PDF 1.4 knows.
     cmsSetProfileVersion(profile.get(), 2.1);
     name(profile.get(), description);
     return savedBytes(profile);
+}
+
+Bytes rgbBytes(cmsCIExyY white, cmsCIExyYTRIPLE primaries, double gamma, const char* description) {
+    const ToneCurve curve = gammaCurve(gamma);
+    const std::array curves{curve.get(), curve.get(), curve.get()};
+    return madeBytes(Profile(cmsCreateRGBProfile(&white, &primaries, curves.data())), description);
 }
 
 Profile genericCmyk() {
@@ -65,6 +69,23 @@ Profile genericCmyk() {
     Profile profile(cmsOpenProfileFromMem(bytes, static_cast<cmsUInt32Number>(size)));
     vips_area_unref(VIPS_AREA(blob));
     return profile;
+}
+
+// That its tags are there says little: they may be damaged, and one may stand for another.
+bool leadsToLab(const Profile& profile, int channels) {
+    const cmsUInt32Number space = channels == 1 ? PT_GRAY : channels == 3 ? PT_RGB : PT_CMYK;
+    const cmsUInt32Number in =
+        COLORSPACE_SH(space) | CHANNELS_SH(static_cast<cmsUInt32Number>(channels)) | BYTES_SH(2);
+    const Profile lab(cmsCreateLab4Profile(nullptr));
+    constexpr std::array intents{INTENT_PERCEPTUAL, INTENT_RELATIVE_COLORIMETRIC, INTENT_SATURATION,
+                                 INTENT_ABSOLUTE_COLORIMETRIC};
+    return std::ranges::all_of(intents, [&](cmsUInt32Number intent) {
+        const std::unique_ptr<void, void (*)(cmsHTRANSFORM)> way(
+            cmsCreateTransform(profile.get(), in, lab.get(), TYPE_Lab_16, intent,
+                               cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE),
+            &cmsDeleteTransform);
+        return way != nullptr;
+    });
 }
 
 } // namespace
@@ -97,8 +118,7 @@ bool describes(std::span<const std::byte> bytes, int channels) {
     case cmsSigDisplayClass:
     case cmsSigOutputClass:
     case cmsSigColorSpaceClass:
-        return cmsIsMatrixShaper(profile.get()) || channels == 1 ||
-               cmsIsCLUT(profile.get(), INTENT_RELATIVE_COLORIMETRIC, LCMS_USED_AS_INPUT);
+        return leadsToLab(profile, channels);
     default:
         return false;
     }
@@ -132,6 +152,12 @@ const Bytes& wideGamutBytes() {
     static const Bytes bytes =
         rgbBytes(*cmsD50_xyY(), {{0.7347, 0.2653, 1}, {0.1596, 0.8404, 1}, {0.0366, 0.0001, 1}},
                  1.8, "Wide gamut RGB with the primaries of ROMM");
+    return bytes;
+}
+
+const Bytes& plainGreyBytes() {
+    static const Bytes bytes = madeBytes(
+        Profile(cmsCreateGrayProfile(cmsD50_xyY(), gammaCurve(1.8).get())), "Grey, gamma 1.8");
     return bytes;
 }
 

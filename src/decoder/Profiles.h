@@ -22,7 +22,8 @@ using Profile = std::unique_ptr<void, CloseProfile>;
 /// 1 for a grey, 3 for an RGB, 4 for a CMYK profile; 0 for any other.
 [[nodiscard]] int channelsOf(const Profile& profile);
 
-/// Whether the bytes are a profile that can say what pixels of so many channels mean.
+/// Whether the bytes are a profile that says what pixels of so many channels mean, undamaged as far
+/// as that takes: Little CMS finds a way from them to CIELAB for every intent.
 [[nodiscard]] bool describes(std::span<const std::byte> bytes, int channels);
 
 /// What pixels mean: `bytes`, or where they are empty sRGB, grey with sRGB's curve, or the generic
@@ -38,5 +39,8 @@ using Profile = std::unique_ptr<void, CloseProfile>;
 /// ROMM RGB's primaries and white (ISO 22028-2) with a plain gamma of 1.8; holds every colour of
 /// CIELAB photos and camera RAW that paper can show.
 [[nodiscard]] const Bytes& wideGamutBytes();
+
+/// Grey with a plain gamma of 1.8.
+[[nodiscard]] const Bytes& plainGreyBytes();
 
 } // namespace lumivert::decoder

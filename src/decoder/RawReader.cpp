@@ -5,7 +5,6 @@
 #include <libraw/libraw.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdint>
 #include <memory>
@@ -17,8 +16,8 @@ namespace {
 
 using vips::VImage;
 
-constexpr int proPhoto = 4; // LibRaw's output_color: the primaries of wideGamutBytes()
-constexpr double gamma = 1.8;
+constexpr int proPhoto = 4;   // LibRaw's output_color: the primaries of wideGamutBytes()
+constexpr double gamma = 1.8; // of wideGamutBytes() and plainGreyBytes()
 
 bool open(LibRaw& raw, std::span<const std::byte> bytes) {
     // LibRaw takes a pointer to writable memory but only reads from it.
@@ -41,12 +40,12 @@ int orientationOf(int flip) {
 }
 
 // The scene value shown as white: one pixel in a hundred of a channel may lie above.
-double findWhite(const LibRaw& raw) {
+double findWhite(const LibRaw& raw, int channels) {
     constexpr std::size_t bins = 0x2000;
-    std::array<std::vector<std::uint32_t>, 3> counts;
-    counts.fill(std::vector<std::uint32_t>(bins));
+    std::vector<std::vector<std::uint32_t>> counts(static_cast<std::size_t>(channels),
+                                                   std::vector<std::uint32_t>(bins));
     const auto& sizes = raw.imgdata.sizes;
-    const std::size_t pixels = std::size_t{sizes.iwidth} * sizes.iheight;
+    const std::size_t pixels = std::size_t{sizes.width} * sizes.height;
     for (std::size_t i = 0; i < pixels; ++i)
         for (std::size_t c = 0; c < counts.size(); ++c)
             ++counts[c][raw.imgdata.image[i][c] >> 3];
@@ -105,19 +104,30 @@ std::optional<Photo> openRaw(std::span<const std::byte> bytes, const OpenOptions
         raw->dcraw_process() != LIBRAW_SUCCESS)
         throw std::runtime_error("sensor data does not develop");
 
-    photo.rawWhite = options.rawWhite > 0 ? options.rawWhite : findWhite(*raw);
-    const std::size_t size =
-        std::size_t{sizes.iwidth} * sizes.iheight * sizeof(*raw->imgdata.image);
-    const VImage linear = VImage::new_from_memory(raw->imgdata.image, size, sizes.iwidth,
-                                                  sizes.iheight, 4, VIPS_FORMAT_USHORT);
+    // A sensor of four colours has three by now, unless nobody knows what its colours are.
+    const int channels = raw->imgdata.idata.colors;
+    if (channels != 1 && channels != 3)
+        throw std::runtime_error("colours that are none of a photo's");
+    // Not iwidth and iheight: those are the sizes before oblong pixels are made square and the
+    // oblique rows of some sensors level.
+    const PixelSize developed{sizes.width, sizes.height};
+    if (parameters.half_size == 0 && developed != photo.storedSize)
+        throw std::runtime_error("a photo of another size than it stated");
+
+    photo.rawWhite = options.rawWhite > 0 ? options.rawWhite : findWhite(*raw, channels);
+    const std::size_t size = std::size_t{sizes.width} * sizes.height * sizeof(*raw->imgdata.image);
+    const VImage linear = VImage::new_from_memory(raw->imgdata.image, size, developed.width,
+                                                  developed.height, 4, VIPS_FORMAT_USHORT);
     development->table = toneTable(photo.rawWhite);
     const VImage table = VImage::new_from_memory(
         development->table.data(), development->table.size() * sizeof(std::uint16_t),
         static_cast<int>(development->table.size()), 1, 1, VIPS_FORMAT_USHORT);
-    photo.pixels = linear.extract_band(0, VImage::option()->set("n", 3))
+    photo.pixels = linear.extract_band(0, VImage::option()->set("n", channels))
                        .maplut(table)
-                       .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_RGB16));
-    photo.profile = wideGamutBytes();
+                       .copy(VImage::option()->set("interpretation",
+                                                   channels == 1 ? VIPS_INTERPRETATION_GREY16
+                                                                 : VIPS_INTERPRETATION_RGB16));
+    photo.profile = channels == 1 ? plainGreyBytes() : wideGamutBytes();
     photo.isRandomAccess = true;
     photo.backing = development;
     return photo;

@@ -120,7 +120,7 @@ bool writeAll(int fd, std::span<const std::byte> bytes) {
     return true;
 }
 
-// Whether it went wrong after the answer had gone out.
+// False where it went wrong after the answer had gone out.
 bool rows(int socket, const Request& request, std::span<const Descriptor> descriptors) {
     const SharedBytes bytes = mapped(descriptors[0]);
     const int pipe = descriptors[1].get();

@@ -12,7 +12,7 @@ namespace lumivert::decoder {
 /// an answer broke off. Nothing that a photo or a profile contains makes it throw.
 bool serve(int socket, const protocol::Request& request, std::vector<Descriptor> descriptors);
 
-/// To be called once, before anything is decoded: threads, caches, and which readers are trusted.
+/// To be called once, before anything is decoded: messages, caches, and which readers are trusted.
 void prepareLibraries(const char* programName);
 
 } // namespace lumivert::decoder

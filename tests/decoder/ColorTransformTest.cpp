@@ -1,6 +1,7 @@
 #include "decoder/ColorTransform.h"
 
 #include "decoder/TestPhotos.h"
+#include "decoder/TestProfiles.h"
 
 #include <gtest/gtest.h>
 
@@ -28,52 +29,6 @@ Profile tableProfile() {
     return sourceProfile({}, 4);
 }
 
-Profile tableRgb() {
-    // A small display behind grids of 33 points a side in CIELAB, as a printer's profile has them.
-    cmsToneCurve* gamma = cmsBuildGamma(nullptr, 1.4);
-    std::array<cmsToneCurve*, 3> curves{gamma, gamma, gamma};
-    cmsCIExyY white{0.3457, 0.3585, 1};
-    cmsCIExyYTRIPLE primaries{{0.60, 0.35, 1}, {0.25, 0.60, 1}, {0.17, 0.10, 1}};
-    const Profile device(cmsCreateRGBProfile(&white, &primaries, curves.data()));
-    cmsFreeToneCurve(gamma);
-    const Profile lab(cmsCreateLab4Profile(nullptr));
-    Profile result(cmsCreateProfilePlaceholder(nullptr));
-    cmsSetProfileVersion(result.get(), 4.3);
-    cmsSetDeviceClass(result.get(), cmsSigOutputClass);
-    cmsSetColorSpace(result.get(), cmsSigRgbData);
-    cmsSetPCS(result.get(), cmsSigLabData);
-    cmsWriteTag(result.get(), cmsSigMediaWhitePointTag, cmsD50_XYZ());
-    const auto table = [](const Profile& from, const Profile& to, cmsUInt32Number in,
-                          cmsUInt32Number out) {
-        cmsPipeline* pipeline = cmsPipelineAlloc(nullptr, 3, 3);
-        cmsStage* grid = cmsStageAllocCLut16bit(nullptr, 33, 3, 3, nullptr);
-        const std::unique_ptr<void, void (*)(cmsHTRANSFORM)> way(
-            cmsCreateTransform(from.get(), in, to.get(), out, INTENT_RELATIVE_COLORIMETRIC,
-                               cmsFLAGS_NOOPTIMIZE),
-            &cmsDeleteTransform);
-        cmsStageSampleCLut16bit(
-            grid,
-            [](const cmsUInt16Number* a, cmsUInt16Number* b, void* handle) {
-                cmsDoTransform(handle, a, b, 1);
-                return 1;
-            },
-            way.get(), 0);
-        cmsPipelineInsertStage(pipeline, cmsAT_END, grid);
-        return pipeline;
-    };
-    for (const auto tag : {cmsSigAToB0Tag, cmsSigAToB1Tag, cmsSigAToB2Tag}) {
-        cmsPipeline* way = table(device, lab, TYPE_RGB_16, TYPE_Lab_16);
-        cmsWriteTag(result.get(), tag, way);
-        cmsPipelineFree(way);
-    }
-    for (const auto tag : {cmsSigBToA0Tag, cmsSigBToA1Tag, cmsSigBToA2Tag}) {
-        cmsPipeline* way = table(lab, device, TYPE_Lab_16, TYPE_RGB_16);
-        cmsWriteTag(result.get(), tag, way);
-        cmsPipelineFree(way);
-    }
-    return result;
-}
-
 Profile linearRgb() {
     cmsToneCurve* gamma = cmsBuildGamma(nullptr, 1.0);
     std::array<cmsToneCurve*, 3> curves{gamma, gamma, gamma};
@@ -94,7 +49,7 @@ const std::vector<Space>& sources() {
         {"Adobe RGB", 3, made(openProfile(adobeRgbBytes()))},
         {"wide gamut", 3, made(openProfile(wideGamutBytes()))},
         {"linear", 3, made(linearRgb())},
-        {"table RGB", 3, made(tableRgb())},
+        {"table RGB", 3, made(test::TableRgb().profile())},
         {"grey", 1, made(sourceProfile({}, 1))},
         {"CMYK", 4, made(tableProfile())},
     };
@@ -105,7 +60,7 @@ const std::vector<Space>& targets() {
     static const std::vector<Space> spaces{
         {"sRGB", 3, made(srgbProfile())},
         {"Adobe RGB", 3, made(openProfile(adobeRgbBytes()))},
-        {"table RGB", 3, made(tableRgb())},
+        {"table RGB", 3, made(test::TableRgb().profile())},
         {"CMYK", 4, made(tableProfile())},
         {"grey", 1, made(sourceProfile({}, 1))},
     };

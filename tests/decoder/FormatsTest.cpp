@@ -1,6 +1,7 @@
 #include "decoder/Photo.h"
 #include "decoder/Profiles.h"
 #include "decoder/TestPhotos.h"
+#include "decoder/TestProfiles.h"
 
 #include <gtest/gtest.h>
 
@@ -251,6 +252,34 @@ TEST(Formats, keepTheEmbeddedProfile) {
     }
 }
 
+TEST(Formats, keepAProfileWithOneTableForEveryIntent) {
+    const Bytes profile = test::profileBytes(test::TableRgb{.hasOnlyPerceptual = true}.profile());
+    const std::string file = saved(tagged(plain8(small, {60, 160, 90}), profile), ".tif");
+    const auto own = readRows(file);
+    ASSERT_TRUE(own);
+    EXPECT_EQ(own->profile, profile);
+    const auto rendition = test::readRendition(file, 16);
+    ASSERT_TRUE(rendition);
+    EXPECT_NE(rendition->words.front(), 0xff3ca05au); // the numbers as sRGB
+    for (const std::uint32_t intent : {0u, 1u, 2u, 3u}) {
+        const auto rows = readRows(file, std::nullopt, Paper{adobeRgbBytes(), intent});
+        ASSERT_TRUE(rows) << intent;
+        const Profile from = openProfile(profile);
+        const Profile to = openProfile(adobeRgbBytes());
+        const std::unique_ptr<void, void (*)(cmsHTRANSFORM)> way(
+            cmsCreateTransform(from.get(), TYPE_RGB_DBL, to.get(), TYPE_RGB_DBL, intent,
+                               cmsFLAGS_NOOPTIMIZE |
+                                   (intent == 3 ? 0 : cmsFLAGS_BLACKPOINTCOMPENSATION)),
+            &cmsDeleteTransform);
+        const std::array<double, 3> pixel{60 / 255.0, 160 / 255.0, 90 / 255.0};
+        std::array<double, 3> expected{};
+        cmsDoTransform(way.get(), pixel.data(), expected.data(), 1);
+        for (int c = 0; c < 3; ++c)
+            EXPECT_NEAR(rows->at(2, 2, c), 255 * expected[static_cast<std::size_t>(c)], 1)
+                << intent << ' ' << c;
+    }
+}
+
 TEST(Formats, ignoreAProfileOfAnotherSpaceAndOneThatIsNone) {
     const auto grey = readRows(saved(tagged(plain8(small, {9}), adobeRgbBytes()), ".tif"));
     ASSERT_TRUE(grey);
@@ -260,6 +289,30 @@ TEST(Formats, ignoreAProfileOfAnotherSpaceAndOneThatIsNone) {
         readRows(saved(tagged(plain8(small, {1, 2, 3}), Bytes(300, std::byte{7})), ".tif"));
     ASSERT_TRUE(broken);
     EXPECT_TRUE(broken->profile.empty());
+}
+
+TEST(Formats, ignoreADamagedProfile) {
+    const Bytes table = test::profileBytes(test::TableRgb().profile());
+    const std::vector<std::pair<Pixel, Bytes>> photos{
+        {{200, 60, 40}, test::withDamagedTag(adobeRgbBytes(), "rTRC")},
+        {{200, 60, 40}, test::withDamagedTag(adobeRgbBytes(), "bXYZ")},
+        {{200, 60, 40}, test::withoutTag(adobeRgbBytes(), "gTRC")},
+        {{200, 60, 40}, test::withDamagedTag(table, "A2B0")},
+        {{200, 60, 40}, test::withDamagedTag(table, "A2B1")},
+        {{77}, test::withDamagedTag(plainGreyBytes(), "kTRC")},
+        {{77}, test::withoutTag(plainGreyBytes(), "kTRC")}};
+    for (std::size_t i = 0; i < photos.size(); ++i) {
+        SCOPED_TRACE(i);
+        const auto& [pixel, profile] = photos[i];
+        const std::string file = saved(tagged(plain8(small, pixel), profile), ".tif");
+        const auto rows = readRows(file);
+        ASSERT_TRUE(rows);
+        EXPECT_TRUE(rows->profile.empty());
+        const auto rendition = test::readRendition(file, 16);
+        ASSERT_TRUE(rendition);
+        EXPECT_EQ(rendition->words.front(), pixel.size() == 1 ? 0xff4d4d4du : 0xffc83c28u);
+        EXPECT_TRUE(readRows(file, std::nullopt, Paper{adobeRgbBytes(), 0}));
+    }
 }
 
 TEST(Formats, tagCamerasAdobeRgbUnlessAProfileIsEmbedded) {
@@ -294,6 +347,31 @@ TEST(Formats, refuseDataThatEndsEarly) {
     }
     const std::string tiff = saved(noise, ".tif", options()->set("compression", "deflate"));
     EXPECT_FALSE(readRows(tiff.substr(0, 8) + std::string(tiff.size() / 2, '\0')));
+}
+
+TEST(Formats, refuseAJpegThatBreaksOffHoweverItsFileIsFilledUp) {
+    const VImage noise = VImage::gaussnoise(300, 300).cast(VIPS_FORMAT_UCHAR);
+    for (const bool progressive : {false, true}) {
+        SCOPED_TRACE(progressive);
+        const std::string whole = saved(noise, ".jpg", options()->set("interlace", progressive));
+        ASSERT_TRUE(readRows(whole));
+        const std::string half = whole.substr(0, whole.size() / 2);
+        for (const std::string& broken :
+             {half, half + "\xff\xd9", half + std::string(whole.size() - half.size(), '\0'),
+              half + std::string(whole.size(), '\xff')}) {
+            EXPECT_FALSE(readRows(broken));
+            EXPECT_FALSE(test::readRendition(broken, 300));
+            EXPECT_FALSE(test::readRendition(broken, 30));
+        }
+    }
+}
+
+TEST(Formats, readAJpegThatSomethingFollows) {
+    const std::string jpeg = saved(plain8(small, {200, 60, 40}), ".jpg");
+    const std::string second = saved(plain8(small, {9}), ".jpg");
+    for (const std::string& tail : {std::string(5000, '\0'), std::string("a film"), second,
+                                    second.substr(0, second.size() / 2)})
+        expectNear(outcome(jpeg + tail), {3, 8, {200, 60, 40}}, 4);
 }
 
 TEST(Formats, loadAPhotoWhoseExifIsBroken) {

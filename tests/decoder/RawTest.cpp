@@ -145,6 +145,70 @@ TEST(CameraRaw, turnsUpright) {
     }
 }
 
+TEST(CameraRaw, developsASensorWithoutColoursAsGrey) {
+    SensorPhoto photo = chartPhoto();
+    photo.isMonochrome = true;
+    const std::string file = photo.bytes();
+    const auto rows = readRows(file);
+    ASSERT_TRUE(rows);
+    EXPECT_EQ(rows->size, (PixelSize{240, 160}));
+    ASSERT_EQ(rows->channels, 1);
+    EXPECT_EQ(rows->bits, 16);
+    EXPECT_EQ(rows->profile, plainGreyBytes());
+    const auto rendition = readRendition(file, 240);
+    ASSERT_TRUE(rendition);
+    for (std::size_t field = 0; field < chart.size(); ++field) {
+        const double light = chart[field][1];
+        EXPECT_NEAR(rows->at(middleOf(field), 80, 0), 65535 * std::pow(light, 1 / 1.8), 200)
+            << field;
+        const std::uint32_t word =
+            rendition->words[static_cast<std::size_t>(80 * 240 + middleOf(field))];
+        for (const int shift : {16, 8, 0})
+            EXPECT_NEAR(word >> shift & 0xff, shown(light), 2) << field;
+    }
+}
+
+TEST(CameraRaw, makesOblongPixelsSquare) {
+    struct Shape {
+        double aspect;
+        PixelSize size;
+    };
+    // LibRaw takes what is within half a percent of square for square.
+    for (const Shape& shape :
+         {Shape{2, {480, 160}}, Shape{0.5, {240, 320}}, Shape{0.99, {240, 162}},
+          Shape{1.01, {242, 160}}, Shape{0.996, {240, 160}}, Shape{1.004, {240, 160}}}) {
+        SCOPED_TRACE(shape.aspect);
+        SensorPhoto photo = chartPhoto();
+        photo.pixelAspect = shape.aspect;
+        const std::string file = photo.bytes();
+        const auto rows = readRows(file);
+        ASSERT_TRUE(rows);
+        ASSERT_EQ(rows->size, shape.size);
+        for (std::size_t field = 0; field < chart.size(); ++field)
+            for (const int y : {2, shape.size.height - 3}) {
+                const auto pixel = asSrgb(*rows, middleOf(field) * shape.size.width / 240, y);
+                for (std::size_t c = 0; c < 3; ++c)
+                    EXPECT_NEAR(pixel[c], shown(chart[field][c]), 1.5) << field << ' ' << y;
+            }
+        // Half the size for the screen, of the same proportions and as the same photo.
+        const auto half = openPhoto(asBytes(file), {.screenEdge = 100});
+        ASSERT_TRUE(half);
+        EXPECT_EQ(half->storedSize, shape.size);
+        EXPECT_NEAR(half->pixels.width(), shape.size.width / 2.0, 1);
+        EXPECT_NEAR(half->pixels.height(), shape.size.height / 2.0, 1);
+    }
+}
+
+TEST(CameraRaw, turnsOblongPixelsUpright) {
+    SensorPhoto photo = chartPhoto();
+    photo.pixelAspect = 2;
+    photo.orientation = 6;
+    const auto rows = readRows(photo.bytes());
+    ASSERT_TRUE(rows);
+    EXPECT_EQ(rows->size, (PixelSize{160, 480}));
+    EXPECT_GT(rows->at(80, 470, 1), 65000); // the white field's end
+}
+
 TEST(CameraRaw, cropsTheDevelopedPhoto) {
     const auto rows = readRows(chartPhoto().bytes(), PixelRect{200, 60, 40, 10});
     ASSERT_TRUE(rows);

@@ -75,6 +75,9 @@ std::shared_ptr<const ScreenRendition> makeProof(DecoderService& service, const 
     const auto process = service.pool().take();
     if (!process)
         return nullptr;
+    const DecoderService::Interruptible interruptible(service, *process);
+    if (interruptible.isStopped())
+        return nullptr;
     protocol::Request request;
     request.kind = Kind::proof;
     request.screenEdge = screenEdge;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <cstdint>
 #include <poll.h>
 #include <utility>
 
@@ -37,10 +39,17 @@ std::optional<std::size_t> DecoderRows::readRows(std::span<std::byte> buffer) {
 }
 
 bool DecoderRows::fill(std::span<std::byte> buffer) {
+    using std::chrono::steady_clock;
+    const auto timeout = m_service->options().rowTimeout;
+    const std::size_t bytesPerRow = m_format.bytesPerRow();
+    auto end = steady_clock::now() + timeout;
+    // What is still missing of the row that is being read.
+    std::size_t missing = bytesPerRow;
     while (!buffer.empty()) {
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(end - steady_clock::now()).count();
         pollfd entry{m_pipe.get(), POLLIN, 0};
-        const auto timeout = static_cast<int>(m_service->options().rowTimeout.count());
-        const int ready = ::poll(&entry, 1, timeout);
+        const int ready = ::poll(&entry, 1, static_cast<int>(std::max<std::int64_t>(left, 0)));
         if (ready < 0 && errno == EINTR)
             continue;
         if (ready <= 0)
@@ -50,7 +59,14 @@ bool DecoderRows::fill(std::span<std::byte> buffer) {
             continue;
         if (count <= 0)
             return false;
-        buffer = buffer.subspan(static_cast<std::size_t>(count));
+        const auto taken = static_cast<std::size_t>(count);
+        buffer = buffer.subspan(taken);
+        if (taken < missing) {
+            missing -= taken;
+        } else {
+            missing = bytesPerRow - (taken - missing) % bytesPerRow;
+            end = steady_clock::now() + timeout;
+        }
     }
     return true;
 }

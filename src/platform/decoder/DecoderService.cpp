@@ -1,6 +1,7 @@
 #include "platform/decoder/DecoderService.h"
 
 #include <algorithm>
+#include <csignal>
 #include <utility>
 
 namespace lumivert {
@@ -42,6 +43,8 @@ void DecoderService::stop() {
         const std::lock_guard lock(m_mutex);
         m_stopped = true;
         left.swap(m_tasks);
+        if (m_waitedFor > 0)
+            ::kill(m_waitedFor, SIGKILL);
         m_wake.notify_one();
     }
     for (const Task& task : left)
@@ -49,6 +52,18 @@ void DecoderService::stop() {
     if (m_thread.joinable())
         m_thread.join();
     m_pool.close();
+}
+
+DecoderService::Interruptible::Interruptible(DecoderService& service, const DecoderProcess& process)
+    : m_service(service) {
+    const std::lock_guard lock(m_service.m_mutex);
+    m_stopped = m_service.m_stopped;
+    m_service.m_waitedFor = process.pid();
+}
+
+DecoderService::Interruptible::~Interruptible() {
+    const std::lock_guard lock(m_service.m_mutex);
+    m_service.m_waitedFor = -1;
 }
 
 void DecoderService::work() {

@@ -42,8 +42,24 @@ public:
     void runInBackground(const void* owner, std::function<void()> task,
                          std::function<void()> cancelled);
 
-    /// Waits for the running task, cancels the waiting ones, ends the spare decoder.
+    /// Ends the running task's decoder and waits for the task, cancels the waiting ones, ends the
+    /// spare decoder.
     void stop();
+
+    /// For a task: lets stop() end the decoder that it is about to wait for. Must go
+    /// before the process does.
+    class Interruptible {
+    public:
+        Interruptible(DecoderService& service, const DecoderProcess& process);
+        Interruptible(const Interruptible&) = delete;
+        Interruptible& operator=(const Interruptible&) = delete;
+        ~Interruptible();
+        [[nodiscard]] bool isStopped() const { return m_stopped; }
+
+    private:
+        DecoderService& m_service;
+        bool m_stopped;
+    };
 
 private:
     struct Task {
@@ -59,6 +75,7 @@ private:
     std::condition_variable m_wake;
     std::deque<Task> m_tasks;
     bool m_stopped = false;
+    pid_t m_waitedFor = -1;
     std::thread m_thread;
 };
 

@@ -1,11 +1,12 @@
 #include "platform/decoder/MemoryFile.h"
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/sendfile.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace lumivert {
 namespace {
@@ -24,8 +25,14 @@ bool writeAll(int fd, std::span<const std::byte> bytes) {
     return true;
 }
 
+// Half of the machine's memory.
+std::uint64_t largestCopy() {
+    return static_cast<std::uint64_t>(::sysconf(_SC_PHYS_PAGES)) / 2 *
+           static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+}
+
 // For file systems that sendfile does not read from.
-bool copyByReading(int from, int to) {
+bool copyByReading(int from, int to, std::uint64_t room) {
     std::vector<std::byte> block(std::size_t{1} << 20);
     for (;;) {
         const ssize_t count = ::read(from, block.data(), block.size());
@@ -33,20 +40,30 @@ bool copyByReading(int from, int to) {
             continue;
         if (count <= 0)
             return count == 0;
+        if (static_cast<std::uint64_t>(count) > room)
+            return false;
+        room -= static_cast<std::uint64_t>(count);
         if (!writeAll(to, {block.data(), static_cast<std::size_t>(count)}))
             return false;
     }
 }
 
-bool copyAll(int from, int to) {
+// False as well where there is more than `room`: the file may grow meanwhile.
+bool copyAll(int from, int to, std::uint64_t room) {
+    constexpr std::uint64_t block = std::uint64_t{64} << 20;
     for (;;) {
-        const ssize_t count = ::sendfile(to, from, nullptr, std::size_t{1} << 30);
+        // One byte more than there is room for tells a file that ends from one that does not.
+        const ssize_t count = ::sendfile(to, from, nullptr, std::min(block, room + 1));
         if (count == 0)
             return true;
         if (count < 0 && (errno == EINVAL || errno == ENOSYS))
-            return copyByReading(from, to);
+            return copyByReading(from, to, room);
         if (count < 0 && errno != EINTR)
             return false;
+        if (count > 0 && static_cast<std::uint64_t>(count) > room)
+            return false;
+        if (count > 0)
+            room -= static_cast<std::uint64_t>(count);
     }
 }
 
@@ -65,8 +82,11 @@ std::optional<Descriptor> sealedCopyOfFile(const std::string& path) {
     struct stat status {};
     if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
         return std::nullopt;
+    const std::uint64_t room = largestCopy();
+    if (static_cast<std::uint64_t>(status.st_size) > room)
+        return std::nullopt;
     auto memory = create();
-    if (!memory || !copyAll(file.get(), memory->get()))
+    if (!memory || !copyAll(file.get(), memory->get(), room))
         return std::nullopt;
     if (::fstat(memory->get(), &status) != 0 || status.st_size == 0 || !seal(memory->get()))
         return std::nullopt;

@@ -13,7 +13,7 @@
 namespace lumivert {
 
 /// The whole content of the regular file at `path`, as it is now, sealed. Nothing for a file that
-/// cannot be read, is empty or no regular file, or that memory does not hold.
+/// cannot be read, is empty or no regular file, or is larger than half of the machine's memory.
 [[nodiscard]] std::optional<Descriptor> sealedCopyOfFile(const std::string& path);
 
 /// A copy of `bytes`, sealed.

@@ -66,7 +66,9 @@ std::optional<std::vector<Descriptor>> receivePacket(int socket, std::span<std::
         }
     }
     if (static_cast<std::size_t>(received) != packet.size() ||
-        (message.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0)
+        (message.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0 ||
+        // Alignment leaves room for one more than is asked for.
+        descriptors.size() > maximumDescriptors)
         return std::nullopt;
     return descriptors;
 }

@@ -148,6 +148,14 @@ void answerRows(const std::string& word, int pipe) {
         answer.bitsPerComponent = 16;
     send(answer, {});
     const std::string rows = "abcdefghijkl";
+    if (word == "rowsdrip") { // never silent for long, and never done
+        for (const char& byte : rows) {
+            if (::write(pipe, &byte, 1) != 1)
+                std::_Exit(2);
+            ::usleep(200'000);
+        }
+        return;
+    }
     const std::size_t count = word == "rowsend" || word == "rowsstall" ? 7 : rows.size();
     if (::write(pipe, rows.data(), count) != static_cast<ssize_t>(count))
         std::_Exit(2);
@@ -173,6 +181,8 @@ int main() {
         answerLoad(word);
     else if (request.kind == Kind::rows)
         answerRows(word, descriptors->at(1).get());
+    else if (word == "proofhang")
+        hang();
     else
         std::_Exit(3); // a proof never comes
     return 0;

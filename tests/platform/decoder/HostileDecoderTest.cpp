@@ -1,15 +1,20 @@
 #include "platform/decoder/DecoderClient.h"
+#include "platform/decoder/Packets.h"
 #include "platform/decoder/TestFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <future>
 #include <poll.h>
+#include <sys/socket.h>
+#include <sys/uio.h>
 #include <sys/wait.h>
 #include <thread>
 
@@ -93,7 +98,62 @@ TEST_F(HostileDecoder, breaksRowsOffWhenItEndsOrStalls) {
     }
 }
 
-TEST_F(HostileDecoder, makesASoftProofThatCannotBeMade) {
+TEST_F(HostileDecoder, cannotStretchARowByDrippingItsBytes) {
+    const auto image = decode("rowsdrip");
+    ASSERT_TRUE(image);
+    const auto rows = image->bitmap()->rows(std::nullopt);
+    ASSERT_TRUE(rows);
+    Bytes row(6);
+    EXPECT_FALSE(rows->readRows(row));
+}
+
+TEST(SoftProof, doesNotHoldUpAProgramThatQuits) {
+    const test::TestFolder folder;
+    DecoderOptions patient = options();
+    patient.answerTimeout = 20s;
+    auto client = std::make_unique<DecoderClient>(patient);
+    const auto image = client->decode(folder.write("photo", "proofhang"));
+    ASSERT_TRUE(image);
+    auto space = std::make_shared<ColorSpace>();
+    space->profile = sharedBytes(Bytes(128));
+    space->channels = 3;
+    bool completed = false;
+    image->softProof({space, RenderingIntent::relative}, [&](auto) { completed = true; });
+    std::this_thread::sleep_for(200ms); // until it most likely runs; it ends soon either way
+    const auto start = std::chrono::steady_clock::now();
+    client.reset();
+    EXPECT_TRUE(completed);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 10s);
+}
+
+TEST(Packets, bringNoMoreDescriptorsThanAgreed) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()), 0);
+    const Descriptor mine(ends[0]);
+    const Descriptor its(ends[1]);
+    const std::array<int, 4> four{its.get(), its.get(), its.get(), its.get()};
+    for (const std::size_t count : {3u, 4u}) {
+        char byte = 'x';
+        iovec part{&byte, 1};
+        alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof four)> control{};
+        msghdr message{};
+        message.msg_iov = &part;
+        message.msg_iovlen = 1;
+        message.msg_control = control.data();
+        message.msg_controllen = CMSG_SPACE(count * sizeof(int));
+        cmsghdr* header = CMSG_FIRSTHDR(&message);
+        header->cmsg_level = SOL_SOCKET;
+        header->cmsg_type = SCM_RIGHTS;
+        header->cmsg_len = CMSG_LEN(count * sizeof(int));
+        std::memcpy(CMSG_DATA(header), four.data(), count * sizeof(int));
+        ASSERT_EQ(::sendmsg(its.get(), &message, 0), 1);
+        std::byte received{};
+        const auto descriptors = protocol::receivePacket(mine.get(), {&received, 1});
+        EXPECT_EQ(descriptors.has_value(), count == 3) << count;
+    }
+}
+
+TEST_F(HostileDecoder, makesNoSoftProofThatCannotBeMade) {
     const auto image = decode("good");
     ASSERT_TRUE(image);
     auto space = std::make_shared<ColorSpace>();
