@@ -338,15 +338,13 @@ TEST(Formats, refuseWhatIsNoPhoto) {
 
 TEST(Formats, refuseDataThatEndsEarly) {
     const VImage noise = VImage::gaussnoise(300, 300).cast(VIPS_FORMAT_UCHAR);
-    for (const char* suffix : {".jpg", ".png", ".webp"}) {
+    for (const char* suffix : {".jpg", ".jpg[interlace]", ".png", ".png[interlace]", ".webp"}) {
         const std::string whole = saved(noise, suffix);
         ASSERT_TRUE(readRows(whole)) << suffix;
         const std::string half = whole.substr(0, whole.size() / 2);
         EXPECT_FALSE(readRows(half)) << suffix;
         EXPECT_FALSE(test::readRendition(half, 100)) << suffix;
     }
-    const std::string tiff = saved(noise, ".tif", options()->set("compression", "deflate"));
-    EXPECT_FALSE(readRows(tiff.substr(0, 8) + std::string(tiff.size() / 2, '\0')));
 }
 
 TEST(Formats, refuseAJpegThatBreaksOffHoweverItsFileIsFilledUp) {

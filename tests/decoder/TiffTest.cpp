@@ -1,0 +1,110 @@
+#include "decoder/TestPhotos.h"
+#include "files/TiffWriter.h"
+
+#include <gtest/gtest.h>
+
+namespace lumivert::decoder {
+namespace {
+
+using lumivert::test::TiffEntry;
+using lumivert::test::TiffWriter;
+using test::readRows;
+
+enum FieldType { shortField = 3, longField = 4 };
+
+/// A TIFF of 8 bits a sample in strips of one row, its directory before them.
+struct Tiff {
+    int width = 0;
+    int height = 0;
+    int samples = 1;
+    int photometric = 1;
+    std::string pixels;
+    std::vector<TiffEntry> more; // by tags above 279
+
+    [[nodiscard]] std::string bytes() const {
+        const TiffWriter writer(true);
+        const auto count = static_cast<std::uint32_t>(height);
+        const auto stride = static_cast<std::size_t>(width * samples);
+        const auto number = [&](int value) {
+            return writer.number(static_cast<std::uint64_t>(value), 4);
+        };
+        std::string bits;
+        for (int i = 0; i < samples; ++i)
+            bits += writer.number(8, 2);
+        const auto offsets = [&](std::size_t at) {
+            std::string text;
+            for (std::size_t y = 0; y < count; ++y)
+                text += writer.number(at + y * stride, 4);
+            return text;
+        };
+        std::string lengths;
+        for (std::size_t y = 0; y < count; ++y)
+            lengths += writer.number(stride, 4);
+        std::vector<TiffEntry> entries{
+            {256, longField, 1, number(width)},
+            {257, longField, 1, number(height)},
+            {258, shortField, static_cast<std::uint32_t>(samples), bits},
+            {259, shortField, 1, writer.number(1, 2)}, // not compressed
+            {262, shortField, 1, writer.number(static_cast<std::uint64_t>(photometric), 2)},
+            {273, longField, count, offsets(0)},
+            {277, shortField, 1, writer.number(static_cast<std::uint64_t>(samples), 2)},
+            {278, longField, 1, number(1)},
+            {279, longField, count, lengths},
+        };
+        entries.insert(entries.end(), more.begin(), more.end());
+        entries[5].value = offsets(8 + writer.directory(entries, 8).size());
+        return writer.header() + writer.directory(entries, 8) + pixels;
+    }
+};
+
+TEST(Tiff, ofAPaletteIsReadAsItsColours) {
+    const TiffWriter writer(true);
+    std::string map;
+    for (const int channel : {200, 60, 40}) // all reds, all greens, all blues
+        for (int i = 0; i < 256; ++i)
+            map += writer.number(static_cast<std::uint64_t>(i == 7 ? channel * 257 : i), 2);
+    const Tiff tiff{.width = 4,
+                    .height = 3,
+                    .photometric = 3,
+                    .pixels = std::string(12, '\7'),
+                    .more = {{320, shortField, 3 * 256, map}}};
+    const auto rows = readRows(tiff.bytes());
+    ASSERT_TRUE(rows);
+    ASSERT_EQ(rows->channels, 3);
+    EXPECT_EQ(rows->at(2, 1, 0) >> (rows->bits - 8), 200);
+    EXPECT_EQ(rows->at(2, 1, 1) >> (rows->bits - 8), 60);
+    EXPECT_EQ(rows->at(2, 1, 2) >> (rows->bits - 8), 40);
+}
+
+TEST(Tiff, ofPremultipliedAlphaLiesOnWhiteAsItIs) {
+    const TiffWriter writer(true);
+    std::string pixels;
+    for (int i = 0; i < 12; ++i)
+        pixels += std::string("\x80\0\0\x80", 4); // half of pure red
+    const Tiff tiff{.width = 4,
+                    .height = 3,
+                    .samples = 4,
+                    .photometric = 2,
+                    .pixels = pixels,
+                    .more = {{338, shortField, 1, writer.number(1, 2)}}};
+    const auto rows = readRows(tiff.bytes());
+    ASSERT_TRUE(rows);
+    ASSERT_EQ(rows->channels, 3);
+    EXPECT_NEAR(rows->at(2, 1, 0), 255, 1);
+    EXPECT_NEAR(rows->at(2, 1, 1), 127, 1);
+    EXPECT_NEAR(rows->at(2, 1, 2), 127, 1);
+}
+
+TEST(Tiff, thatBreaksOffInItsStripsDoesNotLoad) {
+    const Tiff tiff{.width = 200, .height = 10, .pixels = std::string(2000, '\x55'), .more = {}};
+    const std::string whole = tiff.bytes();
+    ASSERT_TRUE(readRows(whole));
+    for (const std::size_t missing : {1u, 100u, 1000u, 1999u}) {
+        const std::string cut = whole.substr(0, whole.size() - missing);
+        EXPECT_FALSE(readRows(cut)) << missing;
+        EXPECT_FALSE(test::readRendition(cut, 100)) << missing;
+    }
+}
+
+} // namespace
+} // namespace lumivert::decoder
