@@ -46,6 +46,7 @@ protected:
         switch (event->type()) {
         case QEvent::ApplicationFontChange:
         case QEvent::ApplicationPaletteChange:
+        case QEvent::FontChange: // passed down by a parent
         case QEvent::PaletteChange:
         case QEvent::StyleChange:
             run();
