@@ -253,6 +253,7 @@ TEST_F(PaperPreviewTest, paintsALargeDraftTheSameStraightOntoThePixels) {
 }
 
 TEST_F(PaperPreviewTest, leavesWhatNobodyAskedForInALargeDraft) {
+    pm->margins = Margins{.top = 10, .bottom = 10, .left = 10, .right = 10};
     preview.resize(2400, 2300);
     const QRect hole(1100, 1000, 200, 150);
     QImage straight(preview.size(), QImage::Format_RGB32);

@@ -93,7 +93,7 @@ TEST_F(SizingTest, showsEachSegmentsWholeNameOrTellsItInItsToolTip) {
             const int needed = segment->fontMetrics().horizontalAdvance(name) + 2 * 4;
             EXPECT_TRUE(cut || needed <= segment->width()) << name << " at " << points;
             EXPECT_TRUE(!cut || QToolTip::text() == name) << name << " at " << points;
-            EXPECT_TRUE(!cut || points > 10) << "there is the room at " << points;
+            EXPECT_TRUE(!cut || points > 11) << "there is the room at " << points;
             QToolTip::hideText();
             ASSERT_TRUE(QTest::qWaitFor([] { return !QToolTip::isVisible(); }));
         }
