@@ -21,11 +21,12 @@ QString translated(const char* text) {
 } // namespace
 
 QStringList imageNameFilters() {
-    const QStringList raw{"raw", "dng", "cr2", "cr3", "crw", "nef", "nrw", "arw", "srf", "sr2",
-                          "raf", "rw2", "orf", "pef", "srw", "rwl", "3fr", "iiq", "kdc", "x3f"};
+    const QStringList raw{"raw", "dng", "cr2", "cr3", "crw", "nef", "nrw", "arw", "srf",
+                          "sr2", "raf", "rw2", "orf", "pef", "srw", "rwl", "3fr", "iiq",
+                          "kdc", "x3f", "mrw", "mef", "mos", "erf", "dcr", "fff", "cap"};
     const QStringList tiff{"tif", "tiff"};
     const QStringList png{"png"};
-    const QStringList jpeg{"jpg", "jpeg", "jpe"};
+    const QStringList jpeg{"jpg", "jpeg", "jpe", "jfif"};
     const QStringList heic{"heic", "heif", "hif"};
     const QStringList others{"webp", "avif", "gif"};
     return {

@@ -8,7 +8,6 @@
 #include <QEvent>
 #include <QPaintEvent>
 #include <QPainter>
-#include <QPainterPath>
 
 #include <cmath>
 #include <utility>
@@ -114,6 +113,23 @@ void PaperPreview::changeEvent(QEvent* event) {
         update();
 }
 
+int PaperPreview::Picture::cornerSide() const {
+    return static_cast<int>(std::ceil(cornerRadius * pixelRatio));
+}
+
+std::array<QRect, 3> PaperPreview::Picture::covered() const {
+    const int corner = cornerSide();
+    const QRect middle = sheet.adjusted(0, corner, 0, -corner);
+    const QRect top(sheet.left() + corner, sheet.top(), sheet.width() - 2 * corner, corner);
+    return {middle, top, top.translated(0, sheet.height() - corner)};
+}
+
+QPainterPath PaperPreview::Picture::rounded() const {
+    QPainterPath path;
+    path.addRoundedRect(QRectF(sheet), cornerRadius * pixelRatio, cornerRadius * pixelRatio);
+    return path;
+}
+
 void PaperPreview::paintEvent(QPaintEvent* event) {
     // The pixel ratio may have changed with the screen, the place with a neighbour's size.
     m_picture = pictureNow();
@@ -121,49 +137,54 @@ void PaperPreview::paintEvent(QPaintEvent* event) {
     const double pixelRatio = m_picture.pixelRatio;
     painter.scale(1 / pixelRatio, 1 / pixelRatio);
     const QRegion region = QTransform::fromScale(pixelRatio, pixelRatio).map(event->region());
-    const QRect& sheet = m_picture.sheet;
-    if (sheet.isEmpty()) {
+    if (m_picture.sheet.isEmpty()) {
         paintGround(painter, region.boundingRect());
         return;
     }
-
-    // The corners alone are blended: everything else of the sheet covers what lies below. Clipped
-    // to one rectangle at a time, for which QPainter is several times faster than for a region.
-    const int corner = static_cast<int>(std::ceil(cornerRadius * pixelRatio));
-    const QRect middle = sheet.adjusted(0, corner, 0, -corner);
-    const QRect top(sheet.left() + corner, sheet.top(), sheet.width() - 2 * corner, corner);
-    const QRect bottom = top.translated(0, sheet.height() - corner);
-    const QRegion covered = QRegion(middle) + top + bottom;
-
-    for (const QRect& rect : region - covered) {
-        painter.setClipRect(rect);
-        paintGround(painter, rect);
-        paintSheetShadow(painter, sheet, pixelRatio);
-    }
-    const QRect& photo = m_picture.photoBox;
-    const bool simple = middle.contains(photo) && region.boundingRect().contains(photo);
-    const bool painted = simple && m_photo.paintDraft(painter, photo.topLeft(), m_picture.photo);
-    const bool withPhoto = !painted && m_photo.hasPhoto() && !photo.isEmpty();
-    for (const QRect& rect : {middle, top, bottom}) {
+    // Clipped to one rectangle at a time, for which QPainter is several times faster than for a
+    // region.
+    paintAround(painter, region);
+    const bool painted = paintDraft(painter, region);
+    const bool withPhoto = !painted && m_photo.hasPhoto() && !m_picture.photoBox.isEmpty();
+    for (const QRect& rect : m_picture.covered()) {
         painter.setClipRect(rect & region.boundingRect());
         paintSheet(painter, withPhoto);
     }
+    paintCorners(painter, withPhoto);
+    if (m_picture.layout.outlined)
+        paintOutline(painter);
+}
+
+void PaperPreview::paintAround(QPainter& painter, const QRegion& region) const {
+    QRegion around = region;
+    for (const QRect& rect : m_picture.covered())
+        around -= rect;
+    for (const QRect& rect : around) {
+        painter.setClipRect(rect);
+        paintGround(painter, rect);
+        paintSheetShadow(painter, m_picture.sheet, m_picture.pixelRatio);
+    }
+}
+
+bool PaperPreview::paintDraft(QPainter& painter, const QRegion& region) {
+    // It knows no clip: the photo must be clear of the corners, and all of it asked for.
+    const QRect& photo = m_picture.photoBox;
+    const bool whole =
+        m_picture.covered().front().contains(photo) && (QRegion(photo) - region).isEmpty();
+    return whole && m_photo.paintDraft(painter, photo.topLeft(), m_picture.photo);
+}
+
+void PaperPreview::paintCorners(QPainter& painter, bool withPhoto) {
+    QRegion corners(m_picture.sheet);
+    for (const QRect& rect : m_picture.covered())
+        corners -= rect;
     painter.setRenderHint(QPainter::Antialiasing);
-    QPainterPath rounded;
-    rounded.addRoundedRect(QRectF(sheet), cornerRadius * pixelRatio, cornerRadius * pixelRatio);
-    for (const QRect& rect : QRegion(sheet) - covered) {
+    const QPainterPath rounded = m_picture.rounded();
+    for (const QRect& rect : corners) {
         painter.setClipRect(rect);
         painter.setClipPath(rounded, Qt::IntersectClip);
         paintSheet(painter, withPhoto);
     }
-    if (!m_picture.layout.outlined)
-        return;
-    const bool clearOfCorners =
-        sheet.adjusted(corner, corner, -corner, -corner).contains(m_picture.frame);
-    painter.setClipRect(sheet);
-    if (!clearOfCorners)
-        painter.setClipPath(rounded, Qt::IntersectClip);
-    paintOutline(painter);
 }
 
 void PaperPreview::paintGround(QPainter& painter, const QRect& rect) const {
@@ -187,6 +208,12 @@ void PaperPreview::paintOutline(QPainter& painter) const {
     const double dash = outlineDash / outlineWidth; // in widths of the pen
     pen.setDashPattern({dash, dash});
     painter.save();
+    const int corner = m_picture.cornerSide();
+    const bool clearOfCorners =
+        m_picture.sheet.adjusted(corner, corner, -corner, -corner).contains(m_picture.frame);
+    painter.setClipRect(m_picture.sheet);
+    if (!clearOfCorners)
+        painter.setClipPath(m_picture.rounded(), Qt::IntersectClip);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(pen);
     painter.setBrush(Qt::NoBrush);

@@ -3,8 +3,11 @@
 #include "views/PaperPreviewLayout.h"
 #include "views/PhotoLayer.h"
 
+#include <QPainterPath>
 #include <QRect>
 #include <QWidget>
+
+#include <array>
 
 namespace lumivert {
 
@@ -37,6 +40,11 @@ private:
         QRect photoBox;
         PhotoPlacement photo;
 
+        /// The parts of the sheet that cover what lies below. Its corners alone are blended.
+        [[nodiscard]] std::array<QRect, 3> covered() const;
+        [[nodiscard]] int cornerSide() const;
+        [[nodiscard]] QPainterPath rounded() const;
+
         bool operator==(const Picture&) const = default;
     };
 
@@ -44,6 +52,9 @@ private:
     [[nodiscard]] Picture pictureNow() const;
     void updateFrom(const Picture& before);
     void updateSheet();
+    void paintAround(QPainter& painter, const QRegion& region) const;
+    [[nodiscard]] bool paintDraft(QPainter& painter, const QRegion& region);
+    void paintCorners(QPainter& painter, bool withPhoto);
     void paintGround(QPainter& painter, const QRect& rect) const;
     void paintSheet(QPainter& painter, bool withPhoto);
     void paintOutline(QPainter& painter) const;

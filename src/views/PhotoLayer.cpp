@@ -1,5 +1,8 @@
 #include "views/PhotoLayer.h"
 
+#include "views/DraftPhoto.h"
+#include "views/FinePhoto.h"
+
 #include <QCoreApplication>
 #include <QPaintEngine>
 #include <QPainter>

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "views/PhotoScaling.h"
+#include "views/PhotoPlacement.h"
+#include "views/PhotoPyramid.h"
 
 #include <QImage>
 #include <QObject>

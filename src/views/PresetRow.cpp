@@ -57,7 +57,6 @@ protected:
 
 private:
     static constexpr int lineGap = 2;
-    static constexpr int inset = 3;
 
     QFont titleFont() const { return fontFor(TextSize::callout, font()); }
     QFont detailFont() const { return fontFor(TextSize::caption, font()); }
@@ -69,7 +68,7 @@ private:
         const QFontMetrics metrics(font);
         painter.setFont(font);
         painter.setPen(colorFor(tone, palette()));
-        const QRect box(inset, top, width() - 2 * inset, metrics.height());
+        const QRect box(presetRowOverhang, top, width() - 2 * presetRowOverhang, metrics.height());
         painter.drawText(box, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
                          metrics.elidedText(line, Qt::ElideRight, box.width()));
     }

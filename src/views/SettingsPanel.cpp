@@ -127,22 +127,27 @@ QWidget* SettingsPanel::imageGroup() {
 
 QWidget* SettingsPanel::presetsGroup() {
     PrintManager& pm = m_pm;
-    return group(
-        tr("Presets"), 8,
-        {
-            visibleWhen([&pm] { return pm.presets->empty(); },
-                        text(tr("No saved presets"), TextSize::caption, Tone::secondary)),
-            visibleWhen([&pm] { return !pm.presets->empty(); },
-                        rows<PrintPreset>(pm.presets,
-                                          [&pm](const PrintPreset& preset) {
-                                              return presetRow(
-                                                  preset, [&pm, preset] { pm.applyPreset(preset); },
-                                                  [&pm, preset] { pm.deletePreset(preset); });
-                                          })),
-            divider(),
-            button(tr("Save Current Settings"), [&pm] { pm.showSavePreset = true; },
-                   {.size = ButtonSize::small, .icon = Icon::plus, .fullWidth = true}),
-        });
+    return group(tr("Presets"), 8,
+                 {
+                     visibleWhen([&pm] { return pm.presets->empty(); },
+                                 text(tr("No saved presets"), TextSize::caption, Tone::secondary)),
+                     visibleWhen([&pm] { return !pm.presets->empty(); },
+                                 overhanging(presetRowOverhang,
+                                             rows<PrintPreset>(pm.presets,
+                                                               [&pm](const PrintPreset& preset) {
+                                                                   return presetRow(
+                                                                       preset,
+                                                                       [&pm, preset] {
+                                                                           pm.applyPreset(preset);
+                                                                       },
+                                                                       [&pm, preset] {
+                                                                           pm.deletePreset(preset);
+                                                                       });
+                                                               }))),
+                     divider(),
+                     button(tr("Save Current Settings"), [&pm] { pm.showSavePreset = true; },
+                            {.size = ButtonSize::small, .icon = Icon::plus, .fullWidth = true}),
+                 });
 }
 
 QWidget* SettingsPanel::printerGroup() {

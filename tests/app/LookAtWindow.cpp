@@ -9,6 +9,7 @@
 
 #include <QAbstractItemView>
 #include <QApplication>
+#include <QCheckBox>
 #include <QDialog>
 #include <QDir>
 #include <QElapsedTimer>
@@ -95,6 +96,29 @@ void lookAt(const Look& look, const QStringList& photos, const AppServices& serv
     look.save(window, "image-size");
 
     auto* panel = window.findChild<QScrollArea*>();
+    const std::string profile = pm.selectedICCProfileID;
+    pm.selectedICCProfileID = "gone";
+    settle();
+    panel->verticalScrollBar()->setValue(panel->verticalScrollBar()->maximum());
+    look.save(window, "image-size-lower-and-rendering");
+    pm.selectedICCProfileID = profile;
+
+    const QFont usual = QApplication::font();
+    QApplication::setFont(QFont(usual.family(), 12));
+    settle();
+    panel->verticalScrollBar()->setValue(panel->verticalScrollBar()->maximum() / 2);
+    look.save(window, "font-of-12");
+    QApplication::setFont(usual);
+
+    const std::string size = pm.selectedPaperSizeID;
+    pm.selectedPaperSizeID = "gone";
+    pm.borderless = true;
+    settle();
+    panel->ensureWidgetVisible(panel->findChild<QCheckBox*>(), 0, 200);
+    look.save(window, "borderless-warning");
+    pm.selectedPaperSizeID = size;
+    pm.borderless = false;
+
     pm.lastCUPSCommand =
         "lp -d Photo_Printer_A3 -o PageSize=A4.Fullbleed -o MediaType=Glossy -o "
         "cupsPrintQuality=High \"/tmp/Lumivert_6F9619FF-8B86-D011-B42D-00C04FC964FF.pdf\"";

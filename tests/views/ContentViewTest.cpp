@@ -23,17 +23,20 @@ namespace {
 class FakeItem : public ItemProvider {
 public:
     struct Request {
+        int item; // which of the dropped ones
         std::string type;
         std::function<void(std::optional<std::string>)> completion;
     };
-    explicit FakeItem(std::vector<Request>& requests)
-        : m_requests(requests) {}
+    FakeItem(int index, std::vector<Request>& requests)
+        : m_index(index)
+        , m_requests(requests) {}
     void loadItem(const std::string& type,
                   std::function<void(std::optional<std::string>)> completion) override {
-        m_requests.push_back({type, std::move(completion)});
+        m_requests.push_back({m_index, type, std::move(completion)});
     }
 
 private:
+    int m_index;
     std::vector<Request>& m_requests;
 };
 
@@ -53,7 +56,7 @@ protected:
     ItemProviders providers(int count) {
         ItemProviders made;
         for (int i = 0; i < count; ++i)
-            made.push_back(std::make_unique<FakeItem>(requests));
+            made.push_back(std::make_unique<FakeItem>(i, requests));
         return made;
     }
     template <class Dialog>
@@ -115,6 +118,10 @@ TEST_F(ContentViewTest, hasTheApplicationsAndTheFileMenu) {
     for (QAction* item : window->applicationMenu()->actions())
         items << item->text();
     EXPECT_EQ(items.join(", "), "About Lumivert, , Quit");
+    QStringList fileItems;
+    for (QAction* item : window->menuBar()->actions()[1]->menu()->actions())
+        fileItems << item->text();
+    EXPECT_EQ(fileItems, QStringList{"Open Image..."});
     EXPECT_EQ(action("Quit")->shortcut(), QKeySequence("Ctrl+Q"));
     EXPECT_EQ(action("Open Image...")->shortcut(), QKeySequence("Ctrl+O"));
 }
@@ -223,7 +230,8 @@ TEST_F(ContentViewTest, loadsADroppedFileOnTheMainThreadLater) {
 
 TEST_F(ContentViewTest, takesTheFirstOfThreeDroppedFiles) {
     EXPECT_TRUE(window->handleDrop(providers(3)));
-    EXPECT_EQ(requests.size(), 1U);
+    ASSERT_EQ(requests.size(), 1U);
+    EXPECT_EQ(requests[0].item, 0);
 }
 
 TEST_F(ContentViewTest, letsGoSilentlyOfWhatItCannotUse) {
@@ -246,10 +254,15 @@ TEST_F(ContentViewTest, forgetsADropWhenItsWindowIsGone) {
 }
 
 TEST_F(ContentViewTest, takesDropsOfFilesAnywhere) {
+    load({300, 200});
+    pm->lastCUPSCommand = "lp";
+    pm->lastPrintError = "Print failed";
+    ASSERT_EQ(shown<QTextEdit>(*window).size(), 2U);
     QMimeData mime;
     mime.setUrls({QUrl("file:///photos/one.jpg"), QUrl("file:///photos/two.jpg")});
     EXPECT_TRUE(drop(mime));
     ASSERT_EQ(requests.size(), 1U);
+    EXPECT_EQ(requests[0].item, 0);
     // No child keeps a drop from the window.
     for (QWidget* child : window->findChildren<QWidget*>())
         EXPECT_FALSE(child->acceptDrops() && child->isVisible() && child->isEnabled())

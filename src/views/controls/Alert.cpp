@@ -2,7 +2,7 @@
 
 #include "views/controls/Appearance.h"
 
-#include <QDialogButtonBox>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -25,13 +25,17 @@ Alert::Alert(QWidget* parent, const QString& title, const QString& message,
     body->setWordWrap(true);
     body->setMinimumWidth(260);
 
-    auto* buttons = new QDialogButtonBox(this);
-    QPushButton* accept = buttons->addButton(acceptLabel, QDialogButtonBox::AcceptRole);
-    buttons->addButton(tr("Cancel"), QDialogButtonBox::RejectRole);
-    accept->setDefault(true);
-    accept->setFocus();
-    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    // No QDialogButtonBox: it has the desktop's order.
+    m_accept = new QPushButton(acceptLabel, this);
+    auto* cancel = new QPushButton(tr("Cancel"), this);
+    m_accept->setDefault(true);
+    m_accept->setFocus();
+    connect(m_accept, &QPushButton::clicked, this, &QDialog::accept);
+    connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(m_accept);
+    buttons->addWidget(cancel);
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(20, 18, 20, 16);
@@ -39,7 +43,7 @@ Alert::Alert(QWidget* parent, const QString& title, const QString& message,
     layout->addWidget(heading);
     layout->addWidget(body);
     layout->addSpacing(8);
-    layout->addWidget(buttons);
+    layout->addLayout(buttons);
     layout->setSizeConstraint(QLayout::SetFixedSize);
 }
 
@@ -48,7 +52,7 @@ QLineEdit* Alert::addField(const QString& placeholder, const QString& content) {
     field->setPlaceholderText(placeholder);
     field->setAccessibleName(placeholder);
     static_cast<QVBoxLayout*>(layout())->insertWidget(2, field);
-    setTabOrder(field, findChild<QDialogButtonBox*>());
+    setTabOrder(field, m_accept);
     field->setFocus();
     return field;
 }

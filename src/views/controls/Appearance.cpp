@@ -4,6 +4,7 @@
 #include <QEvent>
 #include <QFontDatabase>
 #include <QPalette>
+#include <QStyle>
 #include <QWidget>
 
 #include <algorithm>
@@ -45,6 +46,7 @@ protected:
         switch (event->type()) {
         case QEvent::ApplicationFontChange:
         case QEvent::ApplicationPaletteChange:
+        case QEvent::FontChange: // passed down by a parent
         case QEvent::PaletteChange:
         case QEvent::StyleChange:
             run();
@@ -88,14 +90,18 @@ QColor readableOn(const QColor& ground, const QColor& hue, double contrast) {
     return away;
 }
 
-QFont fontFor(TextSize size, const QFont& base) {
+QFont scaledFont(const QFont& base, double factor) {
     QFont font = base;
-    const auto scale = [&font](double factor) {
-        if (font.pointSizeF() > 0)
-            font.setPointSizeF(font.pointSizeF() * factor);
-        else
-            font.setPixelSize(std::max(1, qRound(font.pixelSize() * factor)));
-    };
+    if (font.pointSizeF() > 0)
+        font.setPointSizeF(font.pointSizeF() * factor);
+    else
+        font.setPixelSize(std::max(1, qRound(font.pixelSize() * factor)));
+    return font;
+}
+
+QFont fontFor(TextSize size, const QFont& base) {
+    constexpr double caption = 0.88;
+    QFont font = base;
     switch (size) {
     case TextSize::body:
         break;
@@ -103,19 +109,15 @@ QFont fontFor(TextSize size, const QFont& base) {
         font.setBold(true);
         break;
     case TextSize::title2:
-        scale(1.4);
-        break;
+        return scaledFont(base, 1.4);
     case TextSize::callout:
-        scale(0.95);
-        break;
+        return scaledFont(base, 0.95);
     case TextSize::caption:
-        scale(0.88);
-        break;
+        return scaledFont(base, caption);
     case TextSize::monospacedCaption:
         font.setFamilies({QFontDatabase::systemFont(QFontDatabase::FixedFont).family()});
         font.setStyleHint(QFont::Monospace);
-        scale(0.88);
-        break;
+        return scaledFont(font, caption);
     }
     return font;
 }
@@ -157,6 +159,24 @@ QColor previewGround(const QPalette& palette) {
 
 void whenAppearanceChanges(QWidget* widget, std::function<void()> apply) {
     new AppearanceWatcher(widget, std::move(apply));
+}
+
+void outlineVisibly(QWidget* widget) {
+    whenAppearanceChanges(widget, [widget] {
+        QPalette palette = QApplication::palette(widget);
+        if (widget->style()->name() == QLatin1String("fusion")) {
+            // Fusion makes the outline by darkening the window's colour by 1.4, and then lightens a
+            // check box's by a tenth, which on a light ground costs up to a quarter of the
+            // contrast.
+            constexpr int darkening = 140;
+            const QColor ground = palette.color(QPalette::Active, QPalette::Window);
+            const QColor outline = readableOn(ground, ground, leastPartContrast * 1.25);
+            for (const auto group : {QPalette::Active, QPalette::Inactive})
+                palette.setColor(group, QPalette::Window, outline.lighter(darkening));
+        }
+        if (widget->palette() != palette)
+            widget->setPalette(palette);
+    });
 }
 
 void fillWithAccent(QWidget* button, bool filled) {

@@ -25,6 +25,8 @@ inline constexpr double leastContrast = 4.5;
 [[nodiscard]] QColor readableOn(const QColor& ground, const QColor& hue,
                                 double contrast = leastContrast);
 
+/// `base` at `factor` times its size, which may be given in points or in pixels.
+[[nodiscard]] QFont scaledFont(const QFont& base, double factor);
 [[nodiscard]] QFont fontFor(TextSize size, const QFont& base);
 [[nodiscard]] QColor colorFor(Tone tone, const QPalette& palette);
 
@@ -37,6 +39,13 @@ inline constexpr double leastContrast = 4.5;
 
 /// Runs `apply` now and whenever the desktop's font, palette or style changes while `widget` lives.
 void whenAppearanceChanges(QWidget* widget, std::function<void()> apply);
+
+/// WCAG 2.1, 1.4.11: what the parts of a control must keep against their ground.
+inline constexpr double leastPartContrast = 3;
+
+/// Gives a check box or a slider an outline that can be seen on the window's colour, and keeps it
+/// so. Under the Fusion style, which by itself draws one that can hardly be.
+void outlineVisibly(QWidget* widget);
 
 /// Fills a button with the accent colour, or gives it its own back.
 void fillWithAccent(QWidget* button, bool filled);

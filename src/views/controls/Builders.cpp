@@ -21,6 +21,9 @@ namespace {
 // Marks the labels that alignPickerLabels lines up.
 constexpr QLatin1String pickerLabelName("pickerLabel");
 
+// How far a child stands out of its group's column to the left.
+constexpr const char* overhangProperty = "overhang";
+
 void add(QBoxLayout& layout, QWidget* child) {
     const auto policy = child->sizePolicy().horizontalPolicy();
     const bool natural = policy == QSizePolicy::Fixed || policy == QSizePolicy::Maximum;
@@ -104,10 +107,19 @@ QWidget* group(const QString& title, int spacing, Children children) {
     auto* box = new QGroupBox(title);
     auto* layout = new QVBoxLayout(box);
     constexpr int padding = 4;
-    layout->setContentsMargins(10, 6 + padding, 10, 6 + padding);
+    int overhang = 0;
+    for (const QWidget* child : children)
+        overhang = std::max(overhang, child->property(overhangProperty).toInt());
+    layout->setContentsMargins(10 - overhang, 6 + padding, 10, 6 + padding);
     layout->setSpacing(spacing);
-    for (QWidget* child : children)
-        add(*layout, child);
+    for (QWidget* child : children) {
+        // A layout has no negative margins: all others are indented instead.
+        auto* around = new QVBoxLayout;
+        const int indent = overhang - child->property(overhangProperty).toInt();
+        around->setContentsMargins(indent, 0, 0, 0);
+        add(*around, child);
+        layout->addLayout(around);
+    }
     return box;
 }
 
@@ -134,6 +146,11 @@ QWidget* padded(int padding, QWidget* child) {
     QWidget* holder = column(0, {child});
     holder->layout()->setContentsMargins(0, padding, 0, padding);
     return holder;
+}
+
+QWidget* overhanging(int overhang, QWidget* child) {
+    child->setProperty(overhangProperty, overhang);
+    return child;
 }
 
 QWidget* visibleWhen(std::function<bool()> condition, QWidget* widget) {
@@ -203,6 +220,7 @@ QWidget* button(const QString& title, std::function<void()> action, ButtonOption
 QWidget* toggle(const QString& label, Binding<bool> value) {
     auto* box = new QCheckBox(label);
     box->setAccessibleName(label);
+    outlineVisibly(box);
     whenRefreshed(box, [box, get = value.get] {
         const QSignalBlocker blocker(box);
         box->setChecked(get());

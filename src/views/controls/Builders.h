@@ -37,6 +37,9 @@ using TextSource = std::function<QString()>;
 /// `padding` above and below the child.
 [[nodiscard]] QWidget* padded(int padding, QWidget* child);
 
+/// The child, `overhang` further to the left than what stands above and below it in its group.
+[[nodiscard]] QWidget* overhanging(int overhang, QWidget* child);
+
 /// `widget`, shown while `condition` holds.
 [[nodiscard]] QWidget* visibleWhen(std::function<bool()> condition, QWidget* widget);
 

@@ -86,20 +86,18 @@ bool readCommand(char command, PathReader& reader, QPainterPath& path) {
     }
 }
 
-QString fileName(Icon icon) {
-    switch (icon) {
-    case Icon::photos:
-        return QStringLiteral("photos");
-    case Icon::plus:
-        return QStringLiteral("plus");
-    case Icon::printer:
-        return QStringLiteral("printer");
-    case Icon::terminal:
-        return QStringLiteral("terminal");
-    case Icon::trash:
-        return QStringLiteral("trash");
-    }
-    return {};
+QPainterPath readIcon(const char* name) {
+    QFile file(QStringLiteral(":/icons/%1.svg").arg(QLatin1String(name)));
+    if (!file.open(QIODevice::ReadOnly))
+        fatalError("an icon is missing from the program");
+    const std::string svg = file.readAll().toStdString();
+    constexpr std::string_view opening = " d=\"";
+    const auto start = svg.find(opening) + opening.size();
+    const auto path =
+        pathFromSvgData(std::string_view(svg).substr(start, svg.find('"', start) - start));
+    if (!path)
+        fatalError("an icon of the program cannot be read");
+    return *path;
 }
 
 QColor tintColor(IconTint tint, QIcon::Mode mode) {
@@ -154,18 +152,11 @@ std::optional<QPainterPath> pathFromSvgData(std::string_view data) {
     return path;
 }
 
-QPainterPath iconPath(Icon icon) {
-    QFile file(QStringLiteral(":/icons/") + fileName(icon) + QStringLiteral(".svg"));
-    if (!file.open(QIODevice::ReadOnly))
-        fatalError("an icon is missing from the program");
-    const std::string svg = file.readAll().toStdString();
-    constexpr std::string_view opening = " d=\"";
-    const auto start = svg.find(opening) + opening.size();
-    const auto path =
-        pathFromSvgData(std::string_view(svg).substr(start, svg.find('"', start) - start));
-    if (!path)
-        fatalError("an icon of the program cannot be read");
-    return *path;
+const QPainterPath& iconPath(Icon icon) {
+    // In the order of the enumeration.
+    static const std::array paths{readIcon("photos"), readIcon("plus"), readIcon("printer"),
+                                  readIcon("terminal"), readIcon("trash")};
+    return paths[static_cast<std::size_t>(icon)];
 }
 
 void paintIcon(QPainter& painter, Icon icon, const QRectF& rect, const QColor& color,

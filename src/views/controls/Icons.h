@@ -19,8 +19,8 @@ enum class Icon { photos, plus, printer, terminal, trash };
 /// Which colour of the palette tints an icon.
 enum class IconTint { buttonText, onAccent, secondary };
 
-/// The lines of an icon on its grid.
-[[nodiscard]] QPainterPath iconPath(Icon icon);
+/// The lines of an icon on its grid. Read once.
+[[nodiscard]] const QPainterPath& iconPath(Icon icon);
 
 /// Strokes the icon into `rect` with a pen `penWidth` units of the grid wide.
 void paintIcon(QPainter& painter, Icon icon, const QRectF& rect, const QColor& color,

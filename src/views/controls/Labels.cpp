@@ -1,5 +1,7 @@
 #include "views/controls/Labels.h"
 
+#include "views/controls/Appearance.h"
+
 #include <QEvent>
 #include <QHelpEvent>
 #include <QPainter>
@@ -44,18 +46,18 @@ private:
     double m_cell = 0;
 };
 
-QFont scaledFont(QFont font, double factor) {
-    if (font.pointSizeF() > 0)
-        font.setPointSizeF(font.pointSizeF() * factor);
-    else
-        font.setPixelSize(std::max(1, qRound(font.pixelSize() * factor)));
-    return font;
-}
-
 } // namespace
 
 QString plainToolTip(const QString& text) {
     return Qt::mightBeRichText(text) ? text.toHtmlEscaped() : text;
+}
+
+bool answerWithWhole(QWidget* widget, QEvent* event, const QString& shown, const QString& whole) {
+    if (event->type() != QEvent::ToolTip)
+        return false;
+    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(),
+                       shown == whole ? QString() : plainToolTip(whole), widget);
+    return true;
 }
 
 ElidedLabel::ElidedLabel(QWidget* parent)
@@ -73,13 +75,7 @@ QSize ElidedLabel::minimumSizeHint() const {
 }
 
 bool ElidedLabel::event(QEvent* event) {
-    if (event->type() == QEvent::ToolTip) {
-        const auto* help = static_cast<QHelpEvent*>(event);
-        QToolTip::showText(help->globalPos(),
-                           shownText() == text() ? QString() : plainToolTip(text()), this);
-        return true;
-    }
-    return QLabel::event(event);
+    return answerWithWhole(this, event, shownText(), text()) || QLabel::event(event);
 }
 
 void ElidedLabel::paintEvent(QPaintEvent*) {
@@ -104,15 +100,29 @@ QSize FittedLabel::minimumSizeHint() const {
     return {0, fontMetrics().height()};
 }
 
-void FittedLabel::paintEvent(QPaintEvent*) {
+QFont FittedLabel::fittedFont() const {
+    constexpr double least = 0.4;
+    constexpr double step = 0.02;
+    constexpr double edge = 1; // for what a glyph's smoothed edge takes beside its advance
+    const auto needed = [this](const QFont& font) {
+        const DigitLayout layout(font);
+        return std::max(layout.width(m_reference), layout.width(text())) + edge;
+    };
     const double room = contentsRect().width();
-    const DigitLayout full(font());
-    const double needed = std::max(full.width(m_reference), full.width(text()));
-    const QFont fitted =
-        needed > room ? scaledFont(font(), std::max(0.5, room / needed * 0.99)) : font();
-    const DigitLayout layout(fitted);
+    QFont fitted = font();
+    double width = needed(fitted);
+    // Advances on whole pixels do not shrink evenly with the font: each step is measured anew.
+    for (double factor = std::min(1.0, room / width); width > room && factor >= least;
+         factor -= step) {
+        fitted = scaledFont(font(), factor);
+        width = needed(fitted);
+    }
+    return fitted;
+}
 
-    const QFontMetricsF metrics(fitted);
+void FittedLabel::paintEvent(QPaintEvent*) {
+    const QFont fitted = fittedFont();
+    const DigitLayout layout(fitted);
     const double width = layout.width(text());
     const QRectF box = contentsRect();
     const bool right = QStyle::visualAlignment(layoutDirection(), alignment()) & Qt::AlignRight;
@@ -132,6 +142,9 @@ WrappedText::WrappedText(QWidget* parent)
     setReadOnly(true);
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setTabChangesFocus(true);
+    // A drop is the window's.
+    setAcceptDrops(false);
+    viewport()->setAcceptDrops(false);
     setFrameShape(QFrame::NoFrame);
     setLineWrapMode(QTextEdit::WidgetWidth);
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
@@ -143,8 +156,10 @@ WrappedText::WrappedText(QWidget* parent)
 }
 
 void WrappedText::setShownText(const QString& text) {
-    if (toPlainText() == text)
+    // Not what toPlainText() says, which has another sign for some, as for U+00A0.
+    if (m_shownText == text)
         return;
+    m_shownText = text;
     setPlainText(text);
     setAccessibleName(text);
     updateGeometry();

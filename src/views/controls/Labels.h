@@ -8,6 +8,10 @@ namespace lumivert {
 /// `text` for a tooltip, shown as it is whatever it looks like; empty for an empty text.
 [[nodiscard]] QString plainToolTip(const QString& text);
 
+/// Answers a widget's request for a tooltip: the whole text where another is shown, else none.
+/// Whether `event` was such a request.
+bool answerWithWhole(QWidget* widget, QEvent* event, const QString& shown, const QString& whole);
+
 /// One line of plain text that is cut in its middle where it does not fit; then its tooltip is the
 /// whole text.
 class ElidedLabel : public QLabel {
@@ -25,7 +29,7 @@ private:
     QString shownText() const;
 };
 
-/// One line in a frame that cannot grow: the font is made smaller, down to a half, until
+/// One line in a frame that cannot grow: the font is made smaller, down to two fifths, until
 /// `reference` fits (so that several of these look alike), and all digits are equally wide.
 class FittedLabel : public QLabel {
     Q_OBJECT
@@ -39,6 +43,8 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    [[nodiscard]] QFont fittedFont() const;
+
     QString m_reference;
 };
 
@@ -59,6 +65,9 @@ public:
 protected:
     void changeEvent(QEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
+
+private:
+    QString m_shownText;
 };
 
 } // namespace lumivert

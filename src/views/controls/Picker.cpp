@@ -7,13 +7,11 @@
 #include <QAbstractItemView>
 #include <QButtonGroup>
 #include <QHBoxLayout>
-#include <QHelpEvent>
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollBar>
 #include <QSignalBlocker>
 #include <QStylePainter>
-#include <QToolTip>
 #include <QWheelEvent>
 
 #include <algorithm>
@@ -27,6 +25,40 @@ int indexOf(const std::vector<PickerItem>& items, const std::string& id) {
     const auto found = std::ranges::find(items, id, &PickerItem::id);
     return found == items.end() ? -1 : static_cast<int>(found - items.begin());
 }
+
+/// One of several buttons of which one is down.
+class Segment : public QPushButton {
+public:
+    Segment(const QString& name, QWidget* parent)
+        : QPushButton(name, parent) {
+        setCheckable(true);
+        setAutoExclusive(true); // a radio button for assistive technology
+        setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+        whenAppearanceChanges(this, [this] { fillWithAccent(this, isChecked()); });
+        connect(this, &QPushButton::toggled, this,
+                [this](bool down) { fillWithAccent(this, down); });
+    }
+
+    [[nodiscard]] int neededWidth() const {
+        return fontMetrics().horizontalAdvance(text()) + 2 * padding;
+    }
+
+protected:
+    void initStyleOption(QStyleOptionButton* option) const override {
+        QPushButton::initStyleOption(option);
+        option->text = shownText();
+    }
+    bool event(QEvent* event) override {
+        return answerWithWhole(this, event, shownText(), text()) || QPushButton::event(event);
+    }
+
+private:
+    static constexpr int padding = 6;
+
+    [[nodiscard]] QString shownText() const {
+        return fontMetrics().elidedText(text(), Qt::ElideRight, width() - 2 * padding);
+    }
+};
 
 } // namespace
 
@@ -92,13 +124,8 @@ QString Picker::shownText(int width) const {
 }
 
 bool Picker::event(QEvent* event) {
-    if (event->type() == QEvent::ToolTip) {
-        const auto* help = static_cast<QHelpEvent*>(event);
-        const bool cut = shownText(textWidth()) != currentText();
-        QToolTip::showText(help->globalPos(), cut ? plainToolTip(currentText()) : QString(), this);
-        return true;
-    }
-    return QComboBox::event(event);
+    return answerWithWhole(this, event, shownText(textWidth()), currentText()) ||
+           QComboBox::event(event);
 }
 
 void Picker::paintEvent(QPaintEvent*) {
@@ -138,21 +165,23 @@ SegmentedPicker::SegmentedPicker(const std::vector<PickerItem>& items,
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     for (std::size_t i = 0; i < m_items.size(); ++i) {
-        auto* button = new QPushButton(QString::fromStdString(m_items[i].name), this);
-        button->setCheckable(true);
-        button->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
-        whenAppearanceChanges(button, [button] { fillWithAccent(button, button->isChecked()); });
-        connect(button, &QPushButton::toggled, button,
-                [button](bool down) { fillWithAccent(button, down); });
-        m_buttons->addButton(button, static_cast<int>(i));
-        layout->addWidget(button, 1);
+        auto* segment = new Segment(QString::fromStdString(m_items[i].name), this);
+        m_buttons->addButton(segment, static_cast<int>(i));
+        layout->addWidget(segment);
     }
+    whenAppearanceChanges(this, [this] { shareWidth(); });
     connect(m_buttons, &QButtonGroup::idClicked, this, [this](int index) {
         const std::string& id = m_items[static_cast<std::size_t>(index)].id;
         if (id != m_selection.get())
             m_selection.set(id);
         refresh();
     });
+}
+
+void SegmentedPicker::shareWidth() {
+    auto* row = static_cast<QHBoxLayout*>(layout());
+    for (int i = 0; i < row->count(); ++i)
+        row->setStretch(i, static_cast<Segment*>(row->itemAt(i)->widget())->neededWidth());
 }
 
 void SegmentedPicker::refresh() {

@@ -56,7 +56,9 @@ private:
     std::vector<PickerItem> m_shown;
 };
 
-/// A row of buttons of which one is down, bound like a Picker; for few and fixed items.
+/// A row of buttons of which one is down, bound like a Picker; for few and fixed items. They share
+/// the width as their names need it; a name that still does not fit is cut, and whole in the
+/// tooltip.
 class SegmentedPicker : public QWidget {
     Q_OBJECT
 public:
@@ -66,6 +68,8 @@ public:
     void refresh();
 
 private:
+    void shareWidth();
+
     std::vector<PickerItem> m_items;
     Binding<std::string> m_selection;
     QButtonGroup* m_buttons;

@@ -1,5 +1,7 @@
 #include "views/controls/StepSlider.h"
 
+#include "views/controls/Appearance.h"
+
 #include <QAccessibleWidget>
 #include <QSignalBlocker>
 #include <QWheelEvent>
@@ -50,6 +52,7 @@ StepSlider::StepSlider(Binding<double> value, QWidget* parent)
     setSingleStep(1);
     setPageStep(10);
     setFocusPolicy(Qt::StrongFocus); // not by the wheel
+    outlineVisibly(this);
     connect(this, &QSlider::valueChanged, this,
             [this](int position) { m_value.set(m_scale.valueAt(position)); });
 }

@@ -2,6 +2,7 @@
 
 #include "views/ViewFixture.h"
 #include "views/controls/Labels.h"
+#include "views/controls/StepSlider.h"
 
 #include <QCheckBox>
 #include <QFrame>
@@ -9,8 +10,10 @@
 #include <QHelpEvent>
 #include <QImage>
 #include <QPushButton>
+#include <QStyleOptionButton>
 #include <QToolTip>
 
+#include <algorithm>
 #include <memory>
 
 namespace lumivert {
@@ -204,9 +207,12 @@ TEST_F(BuildersTest, selectableTextGrowsWithItsText) {
 TEST_F(BuildersTest, selectableTextKeepsASelectionWhileItsTextStays) {
     auto& view = dynamic_cast<WrappedText&>(
         build(selectableText(words(), TextSize::caption, Tone::primary)));
-    view.selectAll();
-    model.on = true;
-    EXPECT_TRUE(view.textCursor().hasSelection());
+    for (const char* text : {"one", "a b", "a\u00a0b", "a\nb\n", "a\u2029b"}) {
+        model.words = text;
+        view.selectAll();
+        model.on = true;
+        EXPECT_TRUE(view.textCursor().hasSelection()) << text;
+    }
 }
 
 QImage painted(QWidget& widget) {
@@ -227,16 +233,54 @@ std::pair<int, int> inkColumns(const QImage& image) {
     return {first, last};
 }
 
+/// The contrast to `ground` of what stands out most in the strip.
+double bestContrast(const QImage& image, const QRect& strip, const QColor& ground) {
+    double best = 1;
+    for (int y = strip.top(); y <= strip.bottom(); ++y)
+        for (int x = strip.left(); x <= strip.right(); ++x)
+            best = std::max(best, contrastRatio(image.pixelColor(x, y), ground));
+    return best;
+}
+
+TEST_F(BuildersTest, toggleAndSliderHaveAnOutlineThatCanBeSeen) {
+    for (const QPalette& palette : {QPalette(QColor(0xef, 0xef, 0xef)), darkPalette()}) {
+        const WithPalette with(palette);
+        const QColor ground = palette.color(QPalette::Window);
+        auto& box = build(toggle("Borderless", binding(model.on)));
+        QStyleOptionButton option;
+        option.initFrom(&box);
+        const QRect indicator =
+            box.style()->subElementRect(QStyle::SE_CheckBoxIndicator, &option, &box);
+        EXPECT_GE(bestContrast(painted(*root), indicator.translated(box.pos()), ground), 3);
+
+        double value = 0;
+        auto& slider = dynamic_cast<StepSlider&>(build(
+            new StepSlider({[&value] { return value; }, [&value](double to) { value = to; }})));
+        slider.refresh({.minimum = 0, .maximum = 50, .step = 0.5});
+        QApplication::processEvents();
+        // Right of the knob, which stands at the left.
+        const QRect groove(slider.geometry().center().x(), slider.y(), 40, slider.height());
+        EXPECT_GE(bestContrast(painted(*root), groove, ground), 3);
+    }
+}
+
 TEST(FittedLabel, makesItsFontSmallerUntilTheReferenceFits) {
+    const QString summary = "T 20.0  B 20.0  L 35.5  R 35.5 mm";
+    for (double points = 9; points <= 16; points += 0.5)
+        for (const QString& text : {QString("888.8 mm"), QString("1234.5 mm"), summary}) {
+            FittedLabel label("888.8 mm", Qt::AlignRight);
+            label.setFont(scaledFont(QApplication::font(), points / 9));
+            label.setText(text);
+            label.resize(text == summary ? 175 : 55, 30);
+            const auto [first, last] = inkColumns(painted(label));
+            EXPECT_GE(first, 1) << text.toStdString() << " at " << points;
+            EXPECT_GE(last, label.width() - 5) << "at the right";
+        }
     FittedLabel label("888.8 mm", Qt::AlignRight);
-    QFont large = QApplication::font();
-    large.setPointSizeF(16);
-    label.setFont(large);
+    label.setFont(scaledFont(QApplication::font(), 16.0 / 9));
     label.setText("297.0 mm");
     label.resize(55, 30);
     const auto [first, last] = inkColumns(painted(label));
-    EXPECT_GE(first, 0);
-    EXPECT_GE(last, 50) << "at the right";
     label.setText("7.0 mm");
     const int shortWidth = inkColumns(painted(label)).second - inkColumns(painted(label)).first;
     EXPECT_LT(shortWidth, (last - first) * 0.85) << "as small as the longer ones";

@@ -191,6 +191,14 @@ TEST_F(SegmentedPickerTest, writesAPersonsChoiceOnce) {
     EXPECT_EQ(notifications.taken(), 0);
 }
 
+TEST_F(SegmentedPickerTest, isARowOfRadioButtonsForAssistiveTechnology) {
+    for (QPushButton* button : buttons) {
+        QAccessibleInterface* interface = QAccessible::queryAccessibleInterface(button);
+        EXPECT_EQ(interface->role(), QAccessible::RadioButton);
+        EXPECT_EQ(interface->state().checked, button->isChecked());
+    }
+}
+
 TEST_F(SegmentedPickerTest, fillsTheChosenSegment) {
     EXPECT_NE(buttons[1]->palette().color(QPalette::Button),
               buttons[0]->palette().color(QPalette::Button));
