@@ -51,12 +51,33 @@ protected:
     bool event(QEvent* event) override {
         return answerWithWhole(this, event, shownText(), text()) || QPushButton::event(event);
     }
+    void paintEvent(QPaintEvent*) override {
+        QStylePainter painter(this);
+        painter.setFont(shownFont());
+        QStyleOptionButton option;
+        initStyleOption(&option);
+        painter.drawControl(QStyle::CE_PushButton, option);
+    }
 
 private:
     static constexpr int padding = 6;
 
+    [[nodiscard]] int room() const { return width() - 2 * padding; }
+
+    /// The button's own, or a somewhat smaller one in which the name fits.
+    [[nodiscard]] QFont shownFont() const {
+        constexpr double least = 0.76;
+        constexpr double step = 0.02;
+        QFont shown = font();
+        for (double factor = 1 - step;
+             QFontMetrics(shown).horizontalAdvance(text()) > room() && factor >= least;
+             factor -= step)
+            shown = scaledFont(font(), factor);
+        return shown;
+    }
+
     [[nodiscard]] QString shownText() const {
-        return fontMetrics().elidedText(text(), Qt::ElideRight, width() - 2 * padding);
+        return QFontMetrics(shownFont()).elidedText(text(), Qt::ElideRight, room());
     }
 };
 
