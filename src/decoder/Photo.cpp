@@ -47,6 +47,8 @@ std::optional<Photo> openPhoto(std::span<const std::byte> bytes, const OpenOptio
         photo = openWithVips(bytes, options);
     if (!photo || !isPossible(*photo))
         return std::nullopt;
+    // What was tried on the way is of no concern to forEachStrip().
+    vips_error_clear();
     return photo;
 }
 

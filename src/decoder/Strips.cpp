@@ -18,7 +18,9 @@ int takeRegion(VipsRegion* region, VipsRect* area, void* context) {
 
 void forEachStrip(const vips::VImage& image, const std::function<bool(const Strip&)>& take) {
     auto context = take;
-    if (vips_sink_disc(image.get_image(), takeRegion, &context) != 0)
+    // A cache behind the loader may paint what one thread failed to read black, and another thread
+    // then finds nothing wrong: the message is what stays.
+    if (vips_sink_disc(image.get_image(), takeRegion, &context) != 0 || *vips_error_buffer() != 0)
         throw vips::VError();
 }
 
