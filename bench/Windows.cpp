@@ -4,7 +4,6 @@
 #include "Timing.h"
 #include "app/LumivertApp.h"
 #include "manager/PrintManager.h"
-#include "platform/updates/SPUStandardUpdaterController.h"
 #include "views/PaperPreview.h"
 
 #include <QApplication>
@@ -98,18 +97,6 @@ void benchRedraw(const std::string& photo, QSize size, double medianLimit, doubl
     printRow(work + ", p99", "–", milliseconds(worst / 1000), worst, worstLimit, " ms");
 }
 
-void benchUpdatesStart() {
-    BenchWorld world;
-    std::vector<double> times;
-    for (int i = 0; i < 21; ++i)
-        times.push_back(timed([&] {
-            SPUStandardUpdaterController controller(true, world.appServices().updates);
-            QApplication::processEvents();
-        }));
-    const double median = quantile({times.begin() + 1, times.end()}, 0.5) * 1000;
-    printRow("start of the update component", "–", milliseconds(median / 1000), median, 2, " ms");
-}
-
 } // namespace
 
 void benchWindows(const BenchFiles& files) {
@@ -155,7 +142,6 @@ void benchWindows(const BenchFiles& files) {
              milliseconds(quantile(own, 0.5)) + " - " + milliseconds(quantile(tools, 0.5)) + " : " +
                  milliseconds(quantile(least, 0.5)),
              quantile(ratios, 0.5), 2, " x");
-    benchUpdatesStart();
 }
 
 } // namespace lumivert::bench
