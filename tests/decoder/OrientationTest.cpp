@@ -63,6 +63,29 @@ TEST(Orientation, makesRowsUpright) {
     }
 }
 
+// Containers that carry it in a block of Exif.
+TEST(Orientation, makesPngAndWebpUpright) {
+    for (const char* suffix : {".png", ".webp"})
+        for (int orientation = 1; orientation <= 8; ++orientation) {
+            SCOPED_TRACE(suffix + std::to_string(orientation));
+            auto image =
+                test::image8(stored, 3, [](int x, int y, int) { return sampleOf(x, y); }).copy();
+            const std::string exif =
+                std::string("Exif\0\0", 6) +
+                test::ExifBuilder{.orientation = static_cast<std::uint16_t>(orientation)}.bytes();
+            image.set("exif-data", nullptr, const_cast<char*>(exif.data()), exif.size());
+            image.set("orientation", orientation);
+            vips::VOption* options = vips::VImage::option();
+            if (std::string_view(suffix) == ".webp")
+                options->set("lossless", true);
+            const auto rows = test::readRows(test::saved(image, suffix, options));
+            ASSERT_TRUE(rows);
+            ASSERT_EQ(rows->size, uprightSize(orientation));
+            const auto [x, y] = uprightPlace(0, stored.width - 1, orientation);
+            EXPECT_EQ(rows->at(x, y, 0), sampleOf(stored.width - 1, 0));
+        }
+}
+
 TEST(Orientation, cropsTheUprightPhoto) {
     for (int orientation = 1; orientation <= 8; ++orientation) {
         const auto whole = test::readRows(tiff(orientation));
