@@ -135,13 +135,10 @@ private:
 } // namespace
 
 std::optional<Density> usableDensity(double x, double y) {
-    const auto usable = [](double density) {
-        return std::isfinite(density) && density >= protocol::minimumDensity &&
-               density <= protocol::maximumDensity;
-    };
-    if (!usable(x) && !usable(y))
+    using protocol::isUsable;
+    if (!isUsable(x) && !isUsable(y))
         return std::nullopt;
-    return Density{usable(x) ? x : y, usable(y) ? y : x};
+    return Density{isUsable(x) ? x : y, isUsable(y) ? y : x};
 }
 
 ExifFacts readExif(std::span<const std::byte> bytes) {

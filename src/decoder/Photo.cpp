@@ -9,13 +9,6 @@
 namespace lumivert::decoder {
 namespace {
 
-bool isPossible(const Photo& photo) {
-    const auto [width, height] = photo.storedSize;
-    return width > 0 && height > 0 && width <= protocol::maximumEdge &&
-           height <= protocol::maximumEdge &&
-           std::int64_t{width} * height <= protocol::maximumPixels;
-}
-
 // libvips opens sensor data as the small preview inside it, so the RAW reader is asked first,
 // except for what no camera's RAW begins with.
 bool mayBeRaw(const PhotoFacts& facts) {
@@ -45,7 +38,7 @@ std::optional<Photo> openPhoto(std::span<const std::byte> bytes, const OpenOptio
         photo = openRaw(bytes, options);
     if (!photo)
         photo = openWithVips(bytes, options);
-    if (!photo || !isPossible(*photo))
+    if (!photo || !protocol::isPossible(photo->storedSize))
         return std::nullopt;
     // What was tried on the way is of no concern to forEachStrip().
     vips_error_clear();

@@ -1,7 +1,7 @@
 #include "decoder/PixelStore.h"
 
 #include "decoder/Strips.h"
-#include "platform/decoder/Descriptor.h"
+#include "platform/system/Descriptor.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -6,6 +6,7 @@
 #include "decoder/Strips.h"
 #include "platform/decoder/MemoryFile.h"
 #include "platform/decoder/Packets.h"
+#include "platform/system/SystemCall.h"
 
 #include <lcms2.h>
 
@@ -106,18 +107,6 @@ void proof(int socket, const Request& request, std::span<const Descriptor> descr
     answer.renditionHeight = rendition.height();
     const int fd = file.get();
     send(socket, answer, {&fd, 1});
-}
-
-bool writeAll(int fd, std::span<const std::byte> bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(fd, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            return false;
-        bytes = bytes.subspan(static_cast<std::size_t>(written));
-    }
-    return true;
 }
 
 // False where it went wrong after the answer had gone out.

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/decoder/DecoderProtocol.h"
-#include "platform/decoder/Descriptor.h"
+#include "platform/system/Descriptor.h"
 
 #include <optional>
 #include <vector>

@@ -1,7 +1,7 @@
 #include "support/PrivateScheduler.h"
 
 #include "platform/posix/PosixProcessRunner.h"
-#include "platform/posix/SystemCall.h"
+#include "platform/system/SystemCall.h"
 
 #include <array>
 #include <csignal>
@@ -99,7 +99,7 @@ bool takesConnections(const std::string& socketFile) {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     std::strncpy(address.sun_path, socketFile.c_str(), sizeof address.sun_path - 1);
-    const UniqueFd client(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const Descriptor client(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     return ::connect(client.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) ==
            0;
 }
@@ -164,8 +164,8 @@ void PrivateScheduler::start() {
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0)
         throw std::runtime_error("no pipe to the scheduler's keeper");
-    const UniqueFd keepersEnd(ends[0]);
-    m_lifeline = UniqueFd(ends[1]);
+    const Descriptor keepersEnd(ends[0]);
+    m_lifeline = Descriptor(ends[1]);
     m_keeper = spawnKeeper(folder(), keepersEnd.get());
     waitUntil(20s, [&] { return std::filesystem::exists(m_folder / "pid"); });
     m_scheduler = std::atoi(m_folder.read("pid").c_str());

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/posix/UniqueFd.h"
+#include "platform/system/Descriptor.h"
 #include "support/ScopedEnvironment.h"
 #include "support/TemporaryFolder.h"
 
@@ -75,7 +75,7 @@ private:
 
     TemporaryFolder m_folder;
     /// The keeper stops the scheduler when this end closes, whatever closes it.
-    UniqueFd m_lifeline;
+    Descriptor m_lifeline;
     pid_t m_keeper = 0;
     pid_t m_scheduler = 0;
 };

@@ -13,27 +13,16 @@ namespace {
 using protocol::Answer;
 using protocol::Kind;
 
-bool isPossible(std::int32_t width, std::int32_t height) {
-    return width > 0 && height > 0 && width <= protocol::maximumEdge &&
-           height <= protocol::maximumEdge &&
-           std::int64_t{width} * height <= protocol::maximumPixels;
-}
-
-bool isDensity(double density) {
-    return std::isfinite(density) && density >= protocol::minimumDensity &&
-           density <= protocol::maximumDensity;
-}
-
 bool isRendition(const Answer& answer, int screenEdge) {
     return answer.renditionWidth > 0 && answer.renditionHeight > 0 &&
            answer.renditionWidth <= screenEdge && answer.renditionHeight <= screenEdge;
 }
 
 bool isPhoto(const Answer& answer) {
-    return isPossible(answer.width, answer.height) &&
+    return protocol::isPossible({answer.width, answer.height}) &&
            (answer.channels == 1 || answer.channels == 3 || answer.channels == 4) &&
            (answer.bitsPerComponent == 8 || answer.bitsPerComponent == 16) &&
-           isDensity(answer.densityX) && isDensity(answer.densityY) &&
+           protocol::isUsable(answer.densityX) && protocol::isUsable(answer.densityY) &&
            answer.profileSize <= protocol::maximumProfileBytes && std::isfinite(answer.rawWhite) &&
            answer.rawWhite >= 0;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Geometry.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -35,11 +37,18 @@ inline constexpr int pipeBytes = 1 << 20;
 /// What either side takes for a photo at all.
 inline constexpr std::int32_t maximumEdge = 1'000'000;
 inline constexpr std::int64_t maximumPixels = std::int64_t{1} << 32;
+[[nodiscard]] constexpr bool isPossible(PixelSize size) {
+    return size.width > 0 && size.height > 0 && size.width <= maximumEdge &&
+           size.height <= maximumEdge && std::int64_t{size.width} * size.height <= maximumPixels;
+}
 inline constexpr std::int32_t maximumScreenEdge = 16384;
 inline constexpr std::uint64_t maximumProfileBytes = 64u << 20;
 /// Dots per inch; a density outside is as good as none.
 inline constexpr double minimumDensity = 1;
 inline constexpr double maximumDensity = 100'000;
+[[nodiscard]] constexpr bool isUsable(double density) {
+    return density >= minimumDensity && density <= maximumDensity;
+}
 
 enum class Kind : std::uint32_t { load = 1, rows = 2, proof = 3 };
 

@@ -2,7 +2,7 @@
 
 #include "platform/Bitmap.h"
 #include "platform/decoder/DecoderService.h"
-#include "platform/decoder/Descriptor.h"
+#include "platform/system/Descriptor.h"
 
 namespace lumivert {
 

@@ -1,5 +1,7 @@
 #include "platform/decoder/MemoryFile.h"
 
+#include "platform/system/SystemCall.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
@@ -12,18 +14,6 @@ namespace lumivert {
 namespace {
 
 constexpr int allSeals = F_SEAL_SEAL | F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE;
-
-bool writeAll(int fd, std::span<const std::byte> bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(fd, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            return false;
-        bytes = bytes.subspan(static_cast<std::size_t>(written));
-    }
-    return true;
-}
 
 // Half of the machine's memory.
 std::uint64_t largestCopy() {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/Bytes.h"
-#include "platform/decoder/Descriptor.h"
+#include "platform/system/Descriptor.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/decoder/Descriptor.h"
+#include "platform/system/Descriptor.h"
 
 #include <cstddef>
 #include <optional>

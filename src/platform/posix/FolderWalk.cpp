@@ -1,7 +1,7 @@
 #include "platform/posix/FolderWalk.h"
 
-#include "platform/posix/SystemCall.h"
-#include "platform/posix/UniqueFd.h"
+#include "platform/system/Descriptor.h"
+#include "platform/system/SystemCall.h"
 
 #include <cstring>
 #include <dirent.h>
@@ -44,7 +44,7 @@ std::vector<Entry> readEntries(DIR& folder) {
 std::optional<std::vector<Entry>> enterFolder(const std::string& path,
                                               std::set<FolderIdentity>& entered) {
     // With O_DIRECTORY a link to a FIFO or a device is refused before it is opened.
-    UniqueFd fd(retryingInterrupts(
+    Descriptor fd(retryingInterrupts(
         [&] { return ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
     struct stat status = {};
     if (!fd || ::fstat(fd.get(), &status) != 0 ||

@@ -1,9 +1,9 @@
 #include "platform/posix/PosixConsole.h"
 
-#include "platform/posix/SystemCall.h"
+#include "platform/system/SystemCall.h"
 
 #include <cstdio>
-#include <string_view>
+#include <span>
 #include <unistd.h>
 
 namespace lumivert {
@@ -11,13 +11,7 @@ namespace lumivert {
 void PosixConsole::writeLine(const std::string& line) {
     std::fflush(stdout);
     const std::string text = line + '\n';
-    for (std::string_view left = text; !left.empty();) {
-        const ssize_t written =
-            retryingInterrupts([&] { return ::write(STDOUT_FILENO, left.data(), left.size()); });
-        if (written <= 0)
-            return;
-        left.remove_prefix(static_cast<std::size_t>(written));
-    }
+    (void)writeAll(STDOUT_FILENO, std::as_bytes(std::span(text)));
 }
 
 } // namespace lumivert

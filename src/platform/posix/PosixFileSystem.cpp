@@ -2,8 +2,8 @@
 
 #include "platform/posix/FolderWalk.h"
 #include "platform/posix/ReadToEnd.h"
-#include "platform/posix/SystemCall.h"
-#include "platform/posix/UniqueFd.h"
+#include "platform/system/Descriptor.h"
+#include "platform/system/SystemCall.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -48,7 +48,7 @@ std::string passwordDatabaseHome() {
 std::optional<std::string> PosixFileSystem::readFile(const std::string& path) {
     if (holdsNul(path))
         return std::nullopt;
-    const UniqueFd fd(retryingInterrupts(
+    const Descriptor fd(retryingInterrupts(
         [&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK); }));
     struct stat status = {};
     if (!fd || ::fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode))

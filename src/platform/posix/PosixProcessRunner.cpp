@@ -1,8 +1,8 @@
 #include "platform/posix/PosixProcessRunner.h"
 
 #include "platform/posix/ReadToEnd.h"
-#include "platform/posix/SystemCall.h"
-#include "platform/posix/UniqueFd.h"
+#include "platform/system/Descriptor.h"
+#include "platform/system/SystemCall.h"
 
 #include <algorithm>
 #include <array>
@@ -110,8 +110,8 @@ ProcessResult PosixProcessRunner::run(const std::string& executable,
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0)
         return launchFailure(executable, errno);
-    const UniqueFd readEnd(ends[0]);
-    UniqueFd writeEnd(ends[1]);
+    const Descriptor readEnd(ends[0]);
+    Descriptor writeEnd(ends[1]);
     // Refused beyond /proc/sys/fs/pipe-user-pages-soft; the pipe then stays as it came.
     ::fcntl(writeEnd.get(), F_SETPIPE_SZ, pipeCapacity);
 

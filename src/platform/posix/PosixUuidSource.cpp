@@ -1,7 +1,7 @@
 #include "platform/posix/PosixUuidSource.h"
 
 #include "platform/FatalError.h"
-#include "platform/posix/SystemCall.h"
+#include "platform/system/SystemCall.h"
 
 #include <sys/random.h>
 #include <sys/types.h>

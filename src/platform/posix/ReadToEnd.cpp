@@ -1,6 +1,6 @@
 #include "platform/posix/ReadToEnd.h"
 
-#include "platform/posix/SystemCall.h"
+#include "platform/system/SystemCall.h"
 
 #include <array>
 #include <unistd.h>

@@ -2,7 +2,8 @@
 
 #include "decoder/Profiles.h"
 #include "decoder/TestPhotos.h"
-#include "platform/decoder/TestFolder.h"
+#include "model/FileUrl.h"
+#include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -23,12 +24,12 @@ using decoder::test::saved;
 class Decoding : public testing::Test {
 protected:
     std::shared_ptr<const Image> decode(const std::string& file) {
-        return m_client.decode(m_folder.write("photo", file));
+        return m_client.decode(FileUrl::fromPath(m_folder.write("photo", file)));
     }
 
     int m_edge = 2048;
     DecoderClient m_client{{.path = LUMIVERT_DECODER, .screenEdge = [this] { return m_edge; }}};
-    test::TestFolder m_folder;
+    TemporaryFolder m_folder;
 };
 
 // Every pixel tells where it is.
@@ -99,18 +100,19 @@ TEST_F(Decoding, staysDrawableWhenItsFileIsReplacedTruncatedOrRemoved) {
     EXPECT_EQ(allRows(*image->bitmap()), before);
     m_folder.write("photo", "");
     EXPECT_EQ(allRows(*image->bitmap()), before);
-    std::filesystem::remove(m_folder.path("photo"));
+    std::filesystem::remove(m_folder / "photo");
     EXPECT_EQ(allRows(*image->bitmap()), before);
     EXPECT_EQ(image->screenRendition().pixels.view.size(), std::size_t{40 * 30 * 4});
 }
 
 TEST_F(Decoding, refusesWhatIsNoPhotoOrNoFile) {
-    EXPECT_FALSE(m_client.decode(m_folder.url("absent")));
-    EXPECT_FALSE(m_client.decode(FileUrl::fromPath(m_folder.path(""))));
+    EXPECT_FALSE(m_client.decode(FileUrl::fromPath(m_folder / "absent")));
+    EXPECT_FALSE(m_client.decode(FileUrl::fromPath(m_folder / "")));
     EXPECT_FALSE(decode(""));
     EXPECT_FALSE(decode("hello"));
-    ASSERT_EQ(::mkfifo(m_folder.path("pipe").c_str(), 0600), 0);
-    EXPECT_FALSE(m_client.decode(m_folder.url("pipe"))); // and does not wait for a writer
+    ASSERT_EQ(::mkfifo((m_folder / "pipe").c_str(), 0600), 0);
+    EXPECT_FALSE(
+        m_client.decode(FileUrl::fromPath(m_folder / "pipe"))); // and does not wait for a writer
     EXPECT_FALSE(m_client.decode(FileUrl::fromPath("/dev/zero")));
     const std::string noise =
         saved(vips::VImage::gaussnoise(200, 200).cast(VIPS_FORMAT_UCHAR), ".jpg");
@@ -119,7 +121,7 @@ TEST_F(Decoding, refusesWhatIsNoPhotoOrNoFile) {
 }
 
 TEST_F(Decoding, refusesAFileThatMemoryDoesNotHoldBeforeCopyingIt) {
-    const FileUrl url = m_folder.write("vast.tif", "II*");
+    const FileUrl url = FileUrl::fromPath(m_folder.write("vast.tif", "II*"));
     std::filesystem::resize_file(url.path(), std::uintmax_t{1} << 40); // sparse
     const auto start = std::chrono::steady_clock::now();
     EXPECT_FALSE(m_client.decode(url));
@@ -276,7 +278,8 @@ TEST_F(Decoding, overtakesAProofThatStillWaits) {
 TEST_F(Decoding, completesProofsWhenTheClientGoes) {
     auto client = std::make_unique<DecoderClient>(
         DecoderOptions{.path = LUMIVERT_DECODER, .screenEdge = [] { return 500; }});
-    const auto image = client->decode(m_folder.write("photo", saved(places({800, 600}), ".png")));
+    const auto image = client->decode(
+        FileUrl::fromPath(m_folder.write("photo", saved(places({800, 600}), ".png"))));
     ASSERT_TRUE(image);
     std::atomic<int> completed = 0;
     for (int i = 0; i < 3; ++i)

@@ -1,6 +1,7 @@
+#include "model/FileUrl.h"
 #include "platform/decoder/DecoderClient.h"
 #include "platform/decoder/Packets.h"
-#include "platform/decoder/TestFolder.h"
+#include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -37,21 +38,21 @@ DecoderOptions options(std::chrono::milliseconds timeout = patience) {
 class HostileDecoder : public testing::Test {
 protected:
     std::shared_ptr<const Image> decode(const std::string& word) {
-        return m_client.decode(m_folder.write("photo", word));
+        return m_client.decode(FileUrl::fromPath(m_folder.write("photo", word)));
     }
 
     DecoderClient m_client{options()};
-    test::TestFolder m_folder;
+    TemporaryFolder m_folder;
 };
 
 class HangingDecoder : public testing::Test {
 protected:
     std::shared_ptr<const Image> decode(const std::string& word) {
-        return m_client.decode(m_folder.write("photo", word));
+        return m_client.decode(FileUrl::fromPath(m_folder.write("photo", word)));
     }
 
     DecoderClient m_client{options(impatience)};
-    test::TestFolder m_folder;
+    TemporaryFolder m_folder;
 };
 
 TEST_F(HostileDecoder, isBelievedWhenItBehaves) {
@@ -131,9 +132,9 @@ TEST_F(HangingDecoder, cannotStretchARowByDrippingItsBytes) {
 }
 
 TEST(SoftProof, doesNotHoldUpAProgramThatQuits) {
-    const test::TestFolder folder;
+    const TemporaryFolder folder;
     auto client = std::make_unique<DecoderClient>(options());
-    const auto image = client->decode(folder.write("photo", "proofhang"));
+    const auto image = client->decode(FileUrl::fromPath(folder.write("photo", "proofhang")));
     ASSERT_TRUE(image);
     auto space = std::make_shared<ColorSpace>();
     space->profile = sharedBytes(Bytes(128));
@@ -189,39 +190,39 @@ TEST_F(HostileDecoder, makesNoSoftProofThatCannotBeMade) {
 }
 
 TEST(DecoderPool, replacesASpareThatHasDied) {
-    const test::TestFolder folder;
+    const TemporaryFolder folder;
     ::setenv("FAKE_DECODER_ENDS_AT_ONCE", "1", 1);
     DecoderClient client(options());
     client.prepareSpare();
     std::this_thread::sleep_for(300ms);
     ::unsetenv("FAKE_DECODER_ENDS_AT_ONCE");
-    EXPECT_TRUE(client.decode(folder.write("photo", "good")));
+    EXPECT_TRUE(client.decode(FileUrl::fromPath(folder.write("photo", "good"))));
 }
 
 TEST(DecoderPool, decodesNothingWithoutItsProgram) {
-    const test::TestFolder folder;
+    const TemporaryFolder folder;
     DecoderOptions without = options();
-    without.path = folder.path("absent");
+    without.path = folder / "absent";
     DecoderClient client(without);
     client.prepareSpare();
-    EXPECT_FALSE(client.decode(folder.write("photo", "good")));
+    EXPECT_FALSE(client.decode(FileUrl::fromPath(folder.write("photo", "good"))));
 }
 
 TEST(DecoderPool, leavesNoProcessBehind) {
-    const test::TestFolder folder;
+    const TemporaryFolder folder;
     {
         DecoderClient client(options(impatience));
         client.prepareSpare();
         for (const char* word : {"good", "crash", "hang"})
-            (void)client.decode(folder.write("photo", word));
+            (void)client.decode(FileUrl::fromPath(folder.write("photo", word)));
     }
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1); // neither running nor unreaped
     EXPECT_EQ(errno, ECHILD);
 }
 
 TEST(DecoderPool, leavesNoDescriptorOpenAndNoneThatAProgramInherits) {
-    const test::TestFolder folder;
-    const FileUrl photo = folder.write("photo", "good");
+    const TemporaryFolder folder;
+    const FileUrl photo = FileUrl::fromPath(folder.write("photo", "good"));
     const auto openOnes = [] {
         std::vector<int> open;
         for (int fd = 0; fd < 256; ++fd)

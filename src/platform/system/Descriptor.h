@@ -6,20 +6,20 @@
 namespace lumivert {
 
 /// Owns a file descriptor, or none.
-class UniqueFd {
+class Descriptor {
 public:
-    UniqueFd() = default;
-    explicit UniqueFd(int fd)
+    Descriptor() = default;
+    explicit Descriptor(int fd)
         : m_fd(fd) {}
-    UniqueFd(UniqueFd&& other) noexcept
+    Descriptor(Descriptor&& other) noexcept
         : m_fd(std::exchange(other.m_fd, -1)) {}
-    UniqueFd& operator=(UniqueFd&& other) noexcept {
+    Descriptor& operator=(Descriptor&& other) noexcept {
         std::swap(m_fd, other.m_fd);
         return *this;
     }
-    UniqueFd(const UniqueFd&) = delete;
-    UniqueFd& operator=(const UniqueFd&) = delete;
-    ~UniqueFd() { reset(); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() { reset(); }
 
     [[nodiscard]] int get() const { return m_fd; }
     explicit operator bool() const { return m_fd >= 0; }
