@@ -1,3 +1,4 @@
+#include "app/Language.h"
 #include "app/LumivertApp.h"
 #include "app/SystemServices.h"
 
@@ -29,7 +30,9 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 
+    const lumivert::Language language;
     QApplication application(argc, argv);
+    language.keepForTexts();
     QApplication::setApplicationDisplayName(QStringLiteral("Lumivert"));
     QApplication::setApplicationVersion(QStringLiteral(LUMIVERT_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("lumivert"));
