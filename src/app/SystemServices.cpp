@@ -1,12 +1,12 @@
 #include "app/SystemServices.h"
 
 #include "app/updates/UpdateDialog.h"
+#include "platform/cups/PrintSystemFiles.h"
 #include "platform/decoder/DecoderClient.h"
 #include "platform/lcms/LcmsColorSpaceFactory.h"
 #include "platform/packagekit/PackageKitEngine.h"
 #include "platform/pdf/PdfFileContextFactory.h"
 #include "platform/posix/PosixConsole.h"
-#include "platform/posix/PosixFileSystem.h"
 #include "platform/posix/PosixProcessRunner.h"
 #include "platform/posix/PosixUuidSource.h"
 #include "platform/qt/BusyServices.h"
@@ -50,7 +50,7 @@ int longestScreenEdge() {
 struct SystemServices::Owned {
     PosixProcessRunner quietProcesses;
     BusyProcessRunner processes{quietProcesses};
-    PosixFileSystem quietFiles;
+    PrintSystemFiles quietFiles;
     BusyFileSystem files{quietFiles};
     QtPreferencesStore preferences;
     LcmsColorSpaceFactory colorSpaces;
