@@ -6,15 +6,12 @@ namespace lumivert::bench {
 
 BenchWorld::BenchWorld() = default;
 
-void BenchWorld::NoViewer::openFile(const std::string& path) {
-    ::unlink(path.c_str());
-}
-
 AppServices BenchWorld::appServices() {
     const AppServices real = m_services.appServices();
     const Platform& p = real.platform;
     return {.platform = {m_processes, p.files, p.preferences, p.images, p.colorSpaces, p.pdf,
-                         p.dispatcher, m_viewer, p.uuids, p.console},
+                         p.dispatcher, [](const std::string& path) { ::unlink(path.c_str()); },
+                         p.randomUuid, p.writeLine},
             .updates = real.updates,
             .providersOf = real.providersOf,
             .firstWindowPainted = real.firstWindowPainted};

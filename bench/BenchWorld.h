@@ -1,7 +1,6 @@
 #pragma once
 
 #include "app/SystemServices.h"
-#include "platform/DesktopServices.h"
 #include "platform/ProcessRunner.h"
 
 #include <string>
@@ -23,13 +22,9 @@ private:
             return ProcessOutcome{};
         }
     };
-    struct NoViewer : DesktopServices {
-        void openFile(const std::string& path) override;
-    };
 
     SystemServices m_services;
     NoTools m_processes;
-    NoViewer m_viewer;
 };
 
 } // namespace lumivert::bench

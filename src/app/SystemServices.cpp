@@ -6,12 +6,12 @@
 #include "platform/lcms/LcmsColorSpaceFactory.h"
 #include "platform/packagekit/PackageKitEngine.h"
 #include "platform/pdf/PdfFileContextFactory.h"
-#include "platform/posix/PosixConsole.h"
 #include "platform/posix/PosixProcessRunner.h"
-#include "platform/posix/PosixUuidSource.h"
+#include "platform/posix/RandomUuid.h"
+#include "platform/posix/StandardOutput.h"
 #include "platform/qt/BusyServices.h"
 #include "platform/qt/MimeItemProviders.h"
-#include "platform/qt/QtDesktopServices.h"
+#include "platform/qt/OpenFile.h"
 #include "platform/qt/QtDispatcher.h"
 #include "platform/qt/QtPreferencesStore.h"
 #include "platform/qt/QtUpdateClock.h"
@@ -56,9 +56,6 @@ struct SystemServices::Owned {
     LcmsColorSpaceFactory colorSpaces;
     PdfFileContextFactory quietPdf;
     BusyPdfContextFactory pdf{quietPdf};
-    QtDesktopServices desktop;
-    PosixUuidSource uuids;
-    PosixConsole console;
     UpdateDialog updateDialog;
     QtUpdateClock updateClock;
     PackageKitEngine updateEngine{"lumivert"};
@@ -76,9 +73,16 @@ SystemServices::~SystemServices() = default;
 AppServices SystemServices::appServices() {
     Owned& owned = *m_owned;
     return {
-        .platform = {owned.processes, owned.files, owned.preferences, owned.images,
-                     owned.colorSpaces, owned.pdf, owned.dispatcher, owned.desktop, owned.uuids,
-                     owned.console},
+        .platform = {.processes = owned.processes,
+                     .files = owned.files,
+                     .preferences = owned.preferences,
+                     .images = owned.images,
+                     .colorSpaces = owned.colorSpaces,
+                     .pdf = owned.pdf,
+                     .dispatcher = owned.dispatcher,
+                     .openFile = openFile,
+                     .randomUuid = randomUuid,
+                     .writeLine = writeLine},
         .updates = {owned.updateEngine, owned.updateDialog, owned.updateClock, owned.preferences},
         .providersOf = itemProviders,
         .firstWindowPainted = [&owned] { owned.decoder.prepareSpare(); }};

@@ -1,6 +1,5 @@
 #include "manager/PrintManager.h"
 #include "platform/PreferencesStore.h"
-#include "platform/UuidSource.h"
 
 #include <algorithm>
 
@@ -19,7 +18,7 @@ Choice choiceFrom(const std::string& text) {
 
 void PrintManager::savePreset(const std::string& name) {
     std::vector<PrintPreset> list = presets;
-    list.push_back({.id = m_platform.uuids.random(),
+    list.push_back({.id = m_platform.randomUuid(),
                     .name = name,
                     .paperSizeID = selectedPaperSizeID,
                     .paperTypeID = selectedPaperTypeID,

@@ -1,12 +1,9 @@
 #include "manager/PageGeometry.h"
 #include "manager/PrintManager.h"
 #include "manager/Shell.h"
-#include "platform/Console.h"
-#include "platform/DesktopServices.h"
 #include "platform/Dispatcher.h"
 #include "platform/FileSystem.h"
 #include "platform/PdfContext.h"
-#include "platform/UuidSource.h"
 
 #include <chrono>
 #include <utility>
@@ -108,7 +105,7 @@ void PrintManager::sendToCUPS(bool dryRun) {
     }
 
     const std::string path = m_platform.files.temporaryDirectory() + "/Lumivert_" +
-                             m_platform.uuids.random().text() + ".pdf";
+                             m_platform.randomUuid().text() + ".pdf";
     if (!renderPage(path)) {
         lastPrintError = "Could not create PDF context";
         return;
@@ -121,10 +118,10 @@ void PrintManager::sendToCUPS(bool dryRun) {
     const std::string command = "lp -d " + printer->id + " -o PageSize=" + pageSizeName +
                                 " -o MediaType=" + selectedPaperType().cupsMediaType +
                                 " -o cupsPrintQuality=High \"" + path + "\"";
-    m_platform.console.writeLine("Lumivert CUPS command: " + command);
+    m_platform.writeLine("Lumivert CUPS command: " + command);
     lastCUPSCommand = command;
     if (dryRun)
-        m_platform.desktop.openFile(path);
+        m_platform.openFile(path);
     else
         print(command, path);
 }

@@ -1,20 +1,21 @@
 #pragma once
 
+#include <functional>
+#include <string>
+
 namespace lumivert {
 
 class ColorSpaceFactory;
-class Console;
-class DesktopServices;
 class Dispatcher;
 class FileSystem;
 class ImageDecoder;
 class PdfContextFactory;
 class PreferencesStore;
 class ProcessRunner;
-class UuidSource;
+struct Uuid;
 
-/// Every service that the program's state object reaches the world through. Borrowed: the services
-/// outlive whoever holds this.
+/// Every way in which the program's state object reaches the world. The services are borrowed: they
+/// outlive whoever holds this. The functions are called on the main thread.
 struct Platform {
     ProcessRunner& processes;
     FileSystem& files;
@@ -23,9 +24,12 @@ struct Platform {
     ColorSpaceFactory& colorSpaces;
     PdfContextFactory& pdf;
     Dispatcher& dispatcher;
-    DesktopServices& desktop;
-    UuidSource& uuids;
-    Console& console;
+    /// Opens the file with the desktop's default viewer for it, without waiting for the viewer.
+    std::function<void(const std::string& path)> openFile;
+    /// A fresh random UUID (RFC 9562, version 4).
+    std::function<Uuid()> randomUuid;
+    /// Writes the line and a line break to standard output, at once.
+    std::function<void(const std::string& line)> writeLine;
 };
 
 } // namespace lumivert

@@ -68,10 +68,11 @@ void addQueue(fakes::FakePlatform& fakes) {
 void lookAt(const Look& look, const QStringList& photos, const AppServices& services) {
     fakes::FakePlatform fakes;
     addQueue(fakes);
+    const auto& made = fakes.platform;
     const Platform platform{
-        fakes.processes,   fakes.files,  fakes.preferences, services.platform.images,
-        fakes.colorSpaces, fakes.pdf,    fakes.dispatcher,  fakes.desktop,
-        fakes.uuids,       fakes.console};
+        made.processes,   made.files,    made.preferences, services.platform.images,
+        made.colorSpaces, made.pdf,      made.dispatcher,  made.openFile,
+        made.randomUuid,  made.writeLine};
     LumivertApp app({.platform = platform,
                      .updates = services.updates,
                      .providersOf = services.providersOf,

@@ -1,6 +1,7 @@
 #include "colour/PaperChain.h"
 
 #include "platform/Platform.h"
+#include "platform/posix/RandomUuid.h"
 
 #include <stdexcept>
 
@@ -11,9 +12,9 @@ PaperChain::PaperChain()
     addQueue("rgb", "RGB");
     addQueue("grey", "Gray");
     addQueue("inks", "CMYK");
-    m_manager = std::make_unique<PrintManager>(
-        Platform{m_processes, m_files, m_preferences, m_images, m_colorSpaces, m_pdf, m_dispatcher,
-                 m_desktop, m_uuids, m_console});
+    m_manager = std::make_unique<PrintManager>(Platform{
+        m_processes, m_files, m_preferences, m_images, m_colorSpaces, m_pdf, m_dispatcher,
+        [this](const std::string& path) { m_page = path; }, randomUuid, [](const std::string&) {}});
 }
 
 PaperChain& PaperChain::shared() {
@@ -75,9 +76,11 @@ CupsRaster PaperChain::print(const Job& job) {
 
 std::string PaperChain::page(const Job& job) {
     prepare(job);
-    m_desktop.opened.clear();
+    m_page.clear();
     m_manager->sendToCUPS(true);
-    return m_desktop.opened.at(0);
+    if (m_page.empty())
+        throw std::runtime_error("no page was made");
+    return m_page;
 }
 
 CupsRaster PaperChain::printFile(const std::string& path, const std::string& queue) {

@@ -8,7 +8,6 @@
 #include "platform/pdf/PdfFileContextFactory.h"
 #include "platform/posix/PosixFileSystem.h"
 #include "platform/posix/PosixProcessRunner.h"
-#include "platform/posix/PosixUuidSource.h"
 #include "support/PrivateScheduler.h"
 #include "support/RedirectedFileSystem.h"
 #include "support/ScopedEnvironment.h"
@@ -74,11 +73,9 @@ private:
     DecoderClient m_images;
     LcmsColorSpaceFactory m_colorSpaces;
     PdfFileContextFactory m_pdf;
-    PosixUuidSource m_uuids;
     fakes::FakePreferencesStore m_preferences;
     fakes::FakeDispatcher m_dispatcher;
-    fakes::FakeDesktopServices m_desktop;
-    fakes::FakeConsole m_console;
+    std::string m_page; // what the viewer was given
     std::unique_ptr<PrintManager> m_manager;
 };
 

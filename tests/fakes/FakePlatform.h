@@ -2,7 +2,12 @@
 
 #include "fakes/FakePdf.h"
 #include "fakes/FakeServices.h"
+#include "model/Uuid.h"
 #include "platform/Platform.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
 
 namespace lumivert::fakes {
 
@@ -15,11 +20,32 @@ struct FakePlatform {
     FakeColorSpaceFactory colorSpaces;
     FakePdfContextFactory pdf;
     FakeDispatcher dispatcher;
-    FakeDesktopServices desktop;
-    FakeUuidSource uuids;
-    FakeConsole console;
-    Platform platform{processes, files,      preferences, images, colorSpaces,
-                      pdf,       dispatcher, desktop,     uuids,  console};
+    /// What the desktop's viewer was given, and what was written to standard output.
+    std::vector<std::string> opened;
+    std::vector<std::string> lines;
+    /// UUIDs count up in the last byte: …01, …02.
+    std::uint8_t lastUuid = 0;
+
+    const Platform platform{
+        .processes = processes,
+        .files = files,
+        .preferences = preferences,
+        .images = images,
+        .colorSpaces = colorSpaces,
+        .pdf = pdf,
+        .dispatcher = dispatcher,
+        .openFile = [this](const std::string& path) { opened.push_back(path); },
+        .randomUuid =
+            [this] {
+                Uuid uuid;
+                uuid.bytes.back() = ++lastUuid;
+                return uuid;
+            },
+        .writeLine = [this](const std::string& line) { lines.push_back(line); }};
+
+    FakePlatform() = default;
+    FakePlatform(const FakePlatform&) = delete;
+    FakePlatform& operator=(const FakePlatform&) = delete;
 
     /// Gives the print system one queue and what its listing says.
     void addQueue(const std::string& name, const std::string& listing = "",

@@ -1,14 +1,11 @@
 #pragma once
 
 #include "model/FileUrl.h"
-#include "platform/Console.h"
-#include "platform/DesktopServices.h"
 #include "platform/Dispatcher.h"
 #include "platform/FileSystem.h"
 #include "platform/Image.h"
 #include "platform/PreferencesStore.h"
 #include "platform/ProcessRunner.h"
-#include "platform/UuidSource.h"
 
 #include <chrono>
 #include <functional>
@@ -131,33 +128,6 @@ public:
 
     std::vector<std::function<void()>> onMain;
     std::vector<std::pair<std::chrono::milliseconds, std::function<void()>>> inBackground;
-};
-
-class FakeDesktopServices : public DesktopServices {
-public:
-    void openFile(const std::string& path) override { opened.push_back(path); }
-
-    std::vector<std::string> opened;
-};
-
-/// Counts up in the last byte: …01, …02.
-class FakeUuidSource : public UuidSource {
-public:
-    Uuid random() override {
-        Uuid uuid;
-        uuid.bytes[15] = ++m_last;
-        return uuid;
-    }
-
-private:
-    std::uint8_t m_last = 0;
-};
-
-class FakeConsole : public Console {
-public:
-    void writeLine(const std::string& line) override { lines.push_back(line); }
-
-    std::vector<std::string> lines;
 };
 
 } // namespace lumivert::fakes

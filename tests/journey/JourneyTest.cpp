@@ -177,8 +177,8 @@ TEST_F(Journey, goesFromFileToPaper) {
     const std::string log = testing::internal::GetCapturedStdout();
     ASSERT_TRUE(manager().lastCUPSCommand->has_value());
     const std::string command = **manager().lastCUPSCommand;
-    ASSERT_EQ(m_world.viewer.opened.size(), 1U);
-    const std::string dryPage = m_world.viewer.opened.front();
+    ASSERT_EQ(m_world.opened.size(), 1U);
+    const std::string dryPage = m_world.opened.front();
     EXPECT_EQ(command, "lp -d Photo_A3 -o PageSize=A3 -o MediaType=Glossy -o "
                        "cupsPrintQuality=High \"" +
                            dryPage + "\"");

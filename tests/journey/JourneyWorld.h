@@ -2,14 +2,11 @@
 
 #include "app/LumivertApp.h"
 #include "fakes/FakeUpdates.h"
-#include "platform/DesktopServices.h"
 #include "platform/decoder/DecoderClient.h"
 #include "platform/lcms/LcmsColorSpaceFactory.h"
 #include "platform/pdf/PdfFileContextFactory.h"
-#include "platform/posix/PosixConsole.h"
 #include "platform/posix/PosixFileSystem.h"
 #include "platform/posix/PosixProcessRunner.h"
-#include "platform/posix/PosixUuidSource.h"
 #include "platform/qt/QtDispatcher.h"
 #include "platform/qt/QtPreferencesStore.h"
 #include "support/RedirectedFileSystem.h"
@@ -19,14 +16,6 @@
 #include <vector>
 
 namespace lumivert {
-
-/// Keeps what the desktop's viewer would have been given.
-class RecordedViewer : public DesktopServices {
-public:
-    void openFile(const std::string& path) override { opened.push_back(path); }
-
-    std::vector<std::string> opened;
-};
 
 /// The real services, with three differences: PPDs are read from `ppdFolder`, files go to the test
 /// instead of the desktop's viewer, and no package service is asked for updates. Preferences lie in
@@ -40,9 +29,8 @@ struct JourneyWorld {
     QtPreferencesStore preferences;
     LcmsColorSpaceFactory colorSpaces;
     PdfFileContextFactory pdf;
-    RecordedViewer viewer;
-    PosixUuidSource uuids;
-    PosixConsole console;
+    /// What the desktop's viewer would have been given.
+    std::vector<std::string> opened;
     fakes::FakeUpdateEngine updateEngine;
     fakes::FakeUpdateWindow updateWindow;
     fakes::FakeUpdateClock updateClock;

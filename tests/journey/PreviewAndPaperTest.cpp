@@ -83,8 +83,8 @@ protected:
 
     QImage printedSheet(QSize size) {
         m_manager.sendToCUPS(true);
-        const QImage page = rasterised(m_world.viewer.opened.back(), size);
-        std::filesystem::remove(m_world.viewer.opened.back());
+        const QImage page = rasterised(m_world.opened.back(), size);
+        std::filesystem::remove(m_world.opened.back());
         return page;
     }
 
@@ -191,7 +191,7 @@ TEST_F(PreviewAndPaper, differForALandscapeSheetAlone) {
     const RectPoints sheet = m_preview.currentLayout().sheet;
     EXPECT_GT(sheet.width, sheet.height);
     m_manager.sendToCUPS(true);
-    const QSizeF page = pageSizePoints(m_world.viewer.opened.back());
+    const QSizeF page = pageSizePoints(m_world.opened.back());
     EXPECT_LT(page.width(), page.height());
 }
 
@@ -202,7 +202,7 @@ TEST_F(PreviewAndPaper, differForActualSizeAlone) {
     m_manager.scalingMode = ScalingMode::actualSize;
     // 800 x 1200 at 300 dpi on A4, in the middle of it: 67.7 x 101.6 mm.
     m_manager.sendToCUPS(true);
-    const QRect ink = inkedArea(rasterised(m_world.viewer.opened.back(), {2100, 2970}));
+    const QRect ink = inkedArea(rasterised(m_world.opened.back(), {2100, 2970}));
     EXPECT_NEAR(ink.width(), 677.3, 3);
     EXPECT_NEAR(ink.height(), 1016, 3);
     EXPECT_NEAR(ink.center().x(), 1050, 3);

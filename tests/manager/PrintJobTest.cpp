@@ -50,7 +50,7 @@ TEST_F(PrintJob, withoutAPhotoDoesNothingEvenWithoutAPrinter) {
     }
     EXPECT_TRUE(world.pdf.documents.empty());
     EXPECT_TRUE(world.processes.commands.empty());
-    EXPECT_TRUE(world.console.lines.empty());
+    EXPECT_TRUE(world.lines.empty());
 }
 
 TEST_F(PrintJob, withoutAPrinterSaysSo) {
@@ -64,8 +64,8 @@ TEST_F(PrintJob, withoutAPrinterSaysSo) {
     }
     EXPECT_TRUE(world.pdf.documents.empty());
     EXPECT_TRUE(world.processes.commands.empty());
-    EXPECT_TRUE(world.console.lines.empty());
-    EXPECT_TRUE(world.desktop.opened.empty());
+    EXPECT_TRUE(world.lines.empty());
+    EXPECT_TRUE(world.opened.empty());
 }
 
 TEST_F(PrintJob, sendsTheExactCommandAndCleansUpTenSecondsLater) {
@@ -73,10 +73,10 @@ TEST_F(PrintJob, sendsTheExactCommandAndCleansUpTenSecondsLater) {
     ASSERT_EQ(world.pdf.documents.size(), 1U);
     EXPECT_EQ(world.pdf.documents[0]->path, firstPath);
     EXPECT_EQ(world.processes.commands, Strings{plainCommand});
-    EXPECT_EQ(world.console.lines, Strings{"Lumivert CUPS command: " + plainCommand});
+    EXPECT_EQ(world.lines, Strings{"Lumivert CUPS command: " + plainCommand});
     EXPECT_EQ(m().lastCUPSCommand.get(), plainCommand);
     EXPECT_EQ(m().lastPrintError.get(), std::nullopt);
-    EXPECT_TRUE(world.desktop.opened.empty());
+    EXPECT_TRUE(world.opened.empty());
 
     ASSERT_EQ(world.dispatcher.inBackground.size(), 1U);
     EXPECT_EQ(world.dispatcher.inBackground[0].first, 10s);
@@ -110,7 +110,7 @@ TEST_F(PrintJob, goesInOrderPageLogCommandPropertyProcessResult) {
         EXPECT_EQ(steps++, 0U);
         EXPECT_EQ(world.pdf.documents.at(0)->calls.back(), "close");
         EXPECT_TRUE(world.pdf.documents.at(0)->released);
-        EXPECT_EQ(world.console.lines.size(), 1U);
+        EXPECT_EQ(world.lines.size(), 1U);
         EXPECT_TRUE(world.processes.commands.empty());
     });
     world.processes.willRun = [&](const std::string&) {
@@ -142,9 +142,9 @@ TEST_F(PrintJob, clearsAnEarlierErrorWhenItSucceedsAndNoSooner) {
 TEST_F(PrintJob, asADryRunOpensThePageAndRunsNothing) {
     const AssignmentLog log(m());
     m().sendToCUPS(true);
-    EXPECT_EQ(world.desktop.opened, Strings{firstPath});
+    EXPECT_EQ(world.opened, Strings{firstPath});
     EXPECT_EQ(m().lastCUPSCommand.get(), plainCommand);
-    EXPECT_EQ(world.console.lines, Strings{"Lumivert CUPS command: " + plainCommand});
+    EXPECT_EQ(world.lines, Strings{"Lumivert CUPS command: " + plainCommand});
     EXPECT_EQ(log.names, Strings{"lastCUPSCommand"});
     EXPECT_TRUE(world.processes.commands.empty());
     EXPECT_TRUE(world.dispatcher.inBackground.empty()) << "the file stays";
@@ -177,8 +177,8 @@ TEST_F(PrintJob, reportsAPageThatCannotBeCreated) {
         EXPECT_EQ(log.names, Strings{"lastPrintError"});
     }
     EXPECT_TRUE(world.processes.commands.empty());
-    EXPECT_TRUE(world.console.lines.empty());
-    EXPECT_TRUE(world.desktop.opened.empty());
+    EXPECT_TRUE(world.lines.empty());
+    EXPECT_TRUE(world.opened.empty());
 }
 
 TEST_F(PrintJob, reportsAPageThatCannotBeFinishedAndSendsNothing) {
@@ -193,8 +193,8 @@ TEST_F(PrintJob, reportsAPageThatCannotBeFinishedAndSendsNothing) {
     }
     EXPECT_EQ(m().lastCUPSCommand.get(), "an earlier one");
     EXPECT_TRUE(world.processes.commands.empty());
-    EXPECT_TRUE(world.console.lines.empty());
-    EXPECT_TRUE(world.desktop.opened.empty());
+    EXPECT_TRUE(world.lines.empty());
+    EXPECT_TRUE(world.opened.empty());
     EXPECT_TRUE(world.dispatcher.inBackground.empty());
 }
 

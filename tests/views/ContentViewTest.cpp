@@ -200,7 +200,7 @@ TEST_F(ContentViewTest, printsOnceItIsConfirmed) {
     EXPECT_FALSE(pm->showConfirmPrint);
     ASSERT_EQ(fakes.processes.commands.size(), 1U);
     EXPECT_TRUE(fakes.processes.commands[0].starts_with("lp "));
-    EXPECT_TRUE(fakes.desktop.opened.empty()) << "no dry run";
+    EXPECT_TRUE(fakes.opened.empty()) << "no dry run";
 }
 
 TEST_F(ContentViewTest, printsNothingWhenThePrintIsCancelled) {

@@ -189,7 +189,7 @@ TEST_F(PanelTest, showsTheCommandOfADryRun) {
     ASSERT_NE(command, nullptr);
     EXPECT_TRUE(command->textInteractionFlags() & Qt::TextSelectableByMouse);
     EXPECT_TRUE(QFontInfo(command->font()).fixedPitch());
-    EXPECT_EQ(fakes.desktop.opened.size(), 1U) << "a dry run";
+    EXPECT_EQ(fakes.opened.size(), 1U) << "a dry run";
 }
 
 TEST_F(PanelTest, showsTheLastErrorInRed) {

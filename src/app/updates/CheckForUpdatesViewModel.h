@@ -5,7 +5,6 @@
 #include "platform/updates/SPUUpdater.h"
 
 #include <memory>
-#include <optional>
 
 namespace lumivert {
 
@@ -23,7 +22,7 @@ private:
     /// Held weakly by steps that wait for the main thread: gone with the model.
     std::shared_ptr<CheckForUpdatesViewModel*> m_self =
         std::make_shared<CheckForUpdatesViewModel*>(this);
-    std::optional<FlagObservation> m_observation;
+    Subscription m_observation;
 };
 
 } // namespace lumivert

@@ -7,10 +7,9 @@ namespace lumivert {
 SPUStandardUpdaterController::SPUStandardUpdaterController(bool startingUpdater,
                                                            const UpdateServices& services)
     : m_schedule(services.clock, services.preferences,
-                 [this](auto onDone) { m_session.checkQuietly(std::move(onDone)); })
-    , m_session(services.engine, services.window, services.clock, m_mayCheck,
-                [this] { m_schedule.noteAnswer(); })
-    , m_updater(m_mayCheck, [this] { m_session.check(); }) {
+                 [this](auto onDone) { m_updater.checkQuietly(std::move(onDone)); })
+    , m_updater(services.engine, services.window, services.clock,
+                [this] { m_schedule.noteAnswer(); }) {
     if (startingUpdater)
         startUpdater();
 }
@@ -18,7 +17,7 @@ SPUStandardUpdaterController::SPUStandardUpdaterController(bool startingUpdater,
 void SPUStandardUpdaterController::startUpdater() {
     if (std::exchange(m_started, true))
         return;
-    m_session.open();
+    m_updater.start();
     m_schedule.start();
 }
 

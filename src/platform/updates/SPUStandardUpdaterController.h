@@ -3,7 +3,6 @@
 #include "platform/PreferencesStore.h"
 #include "platform/updates/SPUUpdater.h"
 #include "platform/updates/UpdateSchedule.h"
-#include "platform/updates/UpdateSession.h"
 
 namespace lumivert {
 
@@ -15,9 +14,9 @@ struct UpdateServices {
     PreferencesStore& preferences;
 };
 
-/// Owns the updater and everything that it does by itself: the window's course and the scheduled
-/// checks. Main thread. Neither the constructor nor the start reads, writes or connects anything;
-/// that begins some seconds later, or with the first check.
+/// Owns the updater and the schedule of the checks that it makes by itself. Main thread. Neither
+/// the constructor nor the start reads, writes or connects anything; that begins some seconds
+/// later, or with the first check.
 class SPUStandardUpdaterController {
 public:
     SPUStandardUpdaterController(bool startingUpdater, const UpdateServices& services);
@@ -30,9 +29,7 @@ public:
     [[nodiscard]] SPUUpdater& updater() { return m_updater; }
 
 private:
-    ObservedFlag m_mayCheck{false};
     UpdateSchedule m_schedule;
-    UpdateSession m_session;
     SPUUpdater m_updater;
     bool m_started = false;
 };

@@ -1,33 +1,62 @@
 #pragma once
 
-#include "platform/updates/ObservedFlag.h"
+#include "platform/Observable.h"
+#include "platform/UpdateClock.h"
+#include "platform/UpdateEngine.h"
+#include "platform/UpdateWindow.h"
 
 #include <functional>
+#include <memory>
+#include <optional>
 
 namespace lumivert {
 
-/// The updater as the menu sees it: may a check start now, and start one.
-class SPUUpdater {
+/// The updater: leads a check from its start to its end, and the installation that may follow,
+/// through the engine and the window. Main thread. What it is given is borrowed and outlives it.
+class SPUUpdater : public ObservableObject {
 public:
-    /// `mayCheck` is borrowed and outlives the updater; `check` starts a check that a person asked
-    /// for.
-    SPUUpdater(ObservedFlag& mayCheck, std::function<void()> check);
+    /// `onAnswered` runs after each check that learned whether a newer version exists.
+    SPUUpdater(UpdateEngine& engine, UpdateWindow& window, UpdateClock& clock,
+               std::function<void()> onAnswered);
+    /// Cancels a check that is under way; an installation goes on without it.
+    ~SPUUpdater();
 
-    /// True when a check that a person asks for may start now; false while a check or an
-    /// installation is under way. Any thread.
-    [[nodiscard]] bool canCheckForUpdates() const { return m_mayCheck.get(); }
+    /// Whether a check that a person asks for may start now: from `start` on, but not from the
+    /// start of a check or an installation to its end, whatever the end. Written here only.
+    Published<bool> canCheckForUpdates{this, false};
 
-    /// Runs `handler` at once and again on each new value of `canCheckForUpdates`, on whichever
-    /// thread that value is set. Any thread.
-    [[nodiscard]] FlagObservation observeCanCheckForUpdates(std::function<void()> handler) const;
+    /// Lets checks start. Before, nothing does.
+    void start();
 
-    /// Starts a check with its own window; while one is under way, brings its window to the front.
-    /// Main thread.
+    /// A check that a person asked for. The window opens, or comes to the front when it is open; a
+    /// second check is not started beside one.
     void checkForUpdates();
 
+    /// A check that nobody asked for: nothing is seen of it unless it finds a newer version. It is
+    /// given up after ten minutes. `onDone` says whether the next one may wait for a day; it is
+    /// called at once, with false, when the engine or the window is in use.
+    void checkQuietly(std::function<void(bool settled)> onDone);
+
 private:
-    ObservedFlag& m_mayCheck;
-    std::function<void()> m_check;
+    void show(const UpdateState& state, UpdateWindow::Attention attention);
+    void run(UpdateCheckKind kind, std::function<void(const UpdateCheckOutcome&)> onDone);
+    void conclude(const UpdateCheckOutcome& outcome);
+    void install();
+    void dismiss();
+    [[nodiscard]] std::weak_ptr<const bool> guard() const { return m_alive; }
+
+    UpdateEngine& m_engine;
+    UpdateWindow& m_window;
+    UpdateClock& m_clock;
+    std::function<void()> m_onAnswered;
+
+    /// What the window shows, or would show if it were open.
+    std::optional<UpdateState> m_shown;
+    /// What this run of the program has installed: newer than the program that runs.
+    std::optional<UpdateInstalled> m_installed;
+    std::unique_ptr<UpdateAlarm> m_limit;
+    /// Tells what the engine still holds that the updater is gone.
+    std::shared_ptr<const bool> m_alive = std::make_shared<const bool>(true);
 };
 
 } // namespace lumivert

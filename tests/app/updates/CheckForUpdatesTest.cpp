@@ -1,14 +1,12 @@
 #include "app/updates/CheckForUpdatesView.h"
 #include "app/updates/CheckForUpdatesViewModel.h"
 #include "fakes/FakeServices.h"
+#include "fakes/FakeUpdates.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <memory>
-#include <mutex>
-#include <thread>
 #include <vector>
 
 namespace lumivert {
@@ -16,116 +14,67 @@ namespace {
 
 using testing::ElementsAre;
 
-/// A dispatcher that any thread may use, as the contract says.
-class SharedDispatcher : public Dispatcher {
-public:
-    void asyncOnMain(std::function<void()> task) override {
-        const std::lock_guard lock(m_mutex);
-        m_tasks.push_back(std::move(task));
-    }
-    void asyncInBackground(std::chrono::milliseconds, std::function<void()>) override {}
-
-    std::size_t runMain() {
-        std::vector<std::function<void()>> tasks;
-        {
-            const std::lock_guard lock(m_mutex);
-            tasks.swap(m_tasks);
-        }
-        for (const auto& task : tasks)
-            task();
-        return tasks.size();
-    }
-
-private:
-    std::mutex m_mutex;
-    std::vector<std::function<void()>> m_tasks;
-};
-
 class CheckForUpdatesTest : public testing::Test {
 protected:
-    ObservedFlag mayCheck{true};
-    int checks = 0;
-    SPUUpdater updater{mayCheck, [this] { ++checks; }};
-    SharedDispatcher dispatcher;
+    void SetUp() override { updater.start(); }
+    /// Runs what waits for the main thread; how many steps that were.
+    std::size_t turn() {
+        const std::size_t steps = dispatcher.onMain.size();
+        dispatcher.runMain();
+        return steps;
+    }
+    void beginCheck() { updater.checkForUpdates(); }
+    void endCheck() { engine.endCheck(UpdateNotNeeded{"1.0"}); }
+
+    fakes::FakeUpdateEngine engine;
+    fakes::FakeUpdateWindow window;
+    fakes::FakeUpdateClock clock;
+    SPUUpdater updater{engine, window, clock, nullptr};
+    fakes::FakeDispatcher dispatcher;
 };
 
 TEST_F(CheckForUpdatesTest, theModelStartsFalseAndFollowsOnTheNextTurn) {
     CheckForUpdatesViewModel model(updater, dispatcher);
     EXPECT_FALSE(model.canCheckForUpdates.get());
-    EXPECT_EQ(dispatcher.runMain(), 1U);
+    EXPECT_EQ(turn(), 1U);
     EXPECT_TRUE(model.canCheckForUpdates.get());
 }
 
 TEST_F(CheckForUpdatesTest, theModelNeverChangesInsideTheUpdatersNotification) {
     CheckForUpdatesViewModel model(updater, dispatcher);
-    dispatcher.runMain();
-    mayCheck.set(false);
+    turn();
+    beginCheck();
     EXPECT_TRUE(model.canCheckForUpdates.get());
-    dispatcher.runMain();
+    turn();
     EXPECT_FALSE(model.canCheckForUpdates.get());
 }
 
 TEST_F(CheckForUpdatesTest, aBurstOfChangesEndsAtTheLatestValue) {
     CheckForUpdatesViewModel model(updater, dispatcher);
-    mayCheck.set(false);
-    mayCheck.set(true);
-    mayCheck.set(false);
+    beginCheck();
+    endCheck();
+    beginCheck();
     std::vector<bool> seen;
     const auto subscription =
         model.subscribe([&] { seen.push_back(model.canCheckForUpdates.get()); });
-    EXPECT_EQ(dispatcher.runMain(), 4U);
+    EXPECT_EQ(turn(), 4U);
     EXPECT_THAT(seen, ElementsAre(false, false, false, false))
         << "each step reads the flag as it is then, not as it was";
 }
 
-TEST_F(CheckForUpdatesTest, followsChangesFromOtherThreads) {
-    CheckForUpdatesViewModel model(updater, dispatcher);
-    std::atomic<bool> done = false;
-    std::thread changer([&] {
-        for (int i = 0; i < 1000; ++i)
-            mayCheck.set(i % 2 == 1);
-        done = true;
-    });
-    while (!done)
-        dispatcher.runMain();
-    changer.join();
-    dispatcher.runMain();
-    EXPECT_TRUE(model.canCheckForUpdates.get());
-    mayCheck.set(false);
-    dispatcher.runMain();
-    EXPECT_FALSE(model.canCheckForUpdates.get());
-}
-
 TEST_F(CheckForUpdatesTest, aStepThatOutlivesTheModelHasNoEffect) {
     auto model = std::make_unique<CheckForUpdatesViewModel>(updater, dispatcher);
-    mayCheck.set(false);
+    beginCheck();
     model.reset();
-    EXPECT_EQ(dispatcher.runMain(), 2U);
+    EXPECT_EQ(turn(), 2U);
 }
 
 TEST_F(CheckForUpdatesTest, theObservationEndsWithTheModel) {
     auto model = std::make_unique<CheckForUpdatesViewModel>(updater, dispatcher);
     model.reset();
-    dispatcher.runMain();
-    mayCheck.set(false);
-    EXPECT_EQ(dispatcher.runMain(), 0U);
-}
-
-TEST_F(CheckForUpdatesTest, mayBeDestroyedWhileAnotherThreadChangesTheFlag) {
-    std::atomic<bool> stop = false;
-    std::thread changer([&] {
-        for (bool value = false; !stop; value = !value)
-            mayCheck.set(value);
-    });
-    for (int i = 0; i < 200; ++i) {
-        auto model = std::make_unique<CheckForUpdatesViewModel>(updater, dispatcher);
-        if (i % 2 == 0)
-            dispatcher.runMain();
-        model.reset();
-        dispatcher.runMain();
-    }
-    stop = true;
-    changer.join();
+    turn();
+    beginCheck();
+    EXPECT_EQ(turn(), 0U);
 }
 
 TEST_F(CheckForUpdatesTest, theItemSaysWhatItDoes) {
@@ -137,23 +86,23 @@ TEST_F(CheckForUpdatesTest, theItemSaysWhatItDoes) {
 TEST_F(CheckForUpdatesTest, theItemIsGreyedOutWhileNoCheckMayStart) {
     CheckForUpdatesView item(updater, dispatcher, nullptr);
     EXPECT_FALSE(item.isEnabled());
-    dispatcher.runMain();
+    turn();
     EXPECT_TRUE(item.isEnabled());
-    mayCheck.set(false);
-    dispatcher.runMain();
+    beginCheck();
+    turn();
     EXPECT_FALSE(item.isEnabled());
     item.trigger();
-    EXPECT_EQ(checks, 0);
-    mayCheck.set(true);
-    dispatcher.runMain();
+    EXPECT_EQ(engine.checks.size(), 1U);
+    endCheck();
+    turn();
     EXPECT_TRUE(item.isEnabled());
 }
 
 TEST_F(CheckForUpdatesTest, theItemStartsACheck) {
     CheckForUpdatesView item(updater, dispatcher, nullptr);
-    dispatcher.runMain();
+    turn();
     item.trigger();
-    EXPECT_EQ(checks, 1);
+    EXPECT_EQ(engine.checks.size(), 1U);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "platform/posix/PosixUuidSource.h"
+#include "platform/posix/RandomUuid.h"
 
 #include <gtest/gtest.h>
 
@@ -7,28 +7,25 @@
 namespace lumivert {
 namespace {
 
-TEST(PosixUuidSource, statesVersionAndVariant) {
-    PosixUuidSource source;
+TEST(RandomUuid, statesVersionAndVariant) {
     for (int i = 0; i < 100; ++i) {
-        const std::string text = source.random().text();
+        const std::string text = randomUuid().text();
         EXPECT_EQ(text[14], '4') << text;
         EXPECT_NE(std::string("89AB").find(text[19]), std::string::npos) << text;
     }
 }
 
-TEST(PosixUuidSource, neverGivesTheSameTwice) {
-    PosixUuidSource source;
+TEST(RandomUuid, neverGivesTheSameTwice) {
     std::unordered_set<Uuid> seen;
     for (int i = 0; i < 1000; ++i)
-        EXPECT_TRUE(seen.insert(source.random()).second);
+        EXPECT_TRUE(seen.insert(randomUuid()).second);
 }
 
-TEST(PosixUuidSource, variesEveryOtherBit) {
-    PosixUuidSource source;
+TEST(RandomUuid, variesEveryOtherBit) {
     Uuid everSet;
     Uuid everClear;
     for (int i = 0; i < 200; ++i) {
-        const Uuid uuid = source.random();
+        const Uuid uuid = randomUuid();
         for (std::size_t byte = 0; byte < 16; ++byte) {
             everSet.bytes[byte] |= uuid.bytes[byte];
             everClear.bytes[byte] |= static_cast<std::uint8_t>(~uuid.bytes[byte]);

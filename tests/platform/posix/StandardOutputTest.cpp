@@ -1,4 +1,4 @@
-#include "platform/posix/PosixConsole.h"
+#include "platform/posix/StandardOutput.h"
 
 #include "support/InChild.h"
 #include "support/TemporaryFolder.h"
@@ -13,7 +13,7 @@
 namespace lumivert {
 namespace {
 
-TEST(PosixConsole, writesLinesAtOnceAndBehindWhatWasPrintedBefore) {
+TEST(StandardOutput, writesLinesAtOnceAndBehindWhatWasPrintedBefore) {
     const TemporaryFolder folder;
     const auto file = folder / "output";
     EXPECT_EQ(inChild([&] {
@@ -21,7 +21,7 @@ TEST(PosixConsole, writesLinesAtOnceAndBehindWhatWasPrintedBefore) {
                   if (::dup2(fd, 1) != 1)
                       return 1;
                   std::printf("before ");
-                  PosixConsole().writeLine("Lumivert CUPS command: lp \"/tmp/x.pdf\"");
+                  writeLine("Lumivert CUPS command: lp \"/tmp/x.pdf\"");
                   return folder.read("output") == "before Lumivert CUPS command: lp "
                                                   "\"/tmp/x.pdf\"\n"
                              ? 0
@@ -30,29 +30,29 @@ TEST(PosixConsole, writesLinesAtOnceAndBehindWhatWasPrintedBefore) {
               0);
 }
 
-TEST(PosixConsole, losesALineThatNobodyReads) {
+TEST(StandardOutput, losesALineThatNobodyReads) {
     EXPECT_EQ(inChild([] {
                   ::signal(SIGPIPE, SIG_IGN);
                   int ends[2];
                   if (::pipe(ends) != 0 || ::dup2(ends[1], 1) != 1)
                       return 1;
                   ::close(ends[0]);
-                  PosixConsole().writeLine("into the void");
+                  writeLine("into the void");
                   ::close(1);
-                  PosixConsole().writeLine("and again");
+                  writeLine("and again");
                   return 0;
               }),
               0);
 }
 
-TEST(PosixConsole, writesALongLineWhole) {
+TEST(StandardOutput, writesALongLineWhole) {
     const TemporaryFolder folder;
     const auto file = folder / "output";
     const std::string line(300'000, 'x');
     EXPECT_EQ(inChild([&] {
                   if (::dup2(::open(file.c_str(), O_WRONLY | O_CREAT, 0644), 1) != 1)
                       return 1;
-                  PosixConsole().writeLine(line);
+                  writeLine(line);
                   return 0;
               }),
               0);

@@ -1,4 +1,4 @@
-#include "platform/updates/UpdateSession.h"
+#include "platform/updates/SPUUpdater.h"
 
 #include "fakes/FakeUpdates.h"
 
@@ -20,40 +20,38 @@ using Attention = UpdateWindow::Attention;
 const AvailableUpdate newer{"lumivert;1.1;amd64;test", "1.0", "1.1", "Finer margins."};
 const UpdateFailure noNetwork{UpdateProblem::noNetwork, "why"};
 
-class UpdateSessionTest : public testing::Test {
+class SPUUpdaterTest : public testing::Test {
 protected:
-    void SetUp() override { session->open(); }
+    void SetUp() override { updater->start(); }
 
     /// A check on schedule; what it says in the end.
     void checkQuietly() {
-        session->checkQuietly([this](bool value) { settled.push_back(value); });
+        updater->checkQuietly([this](bool value) { settled.push_back(value); });
     }
 
     FakeUpdateEngine engine;
     FakeUpdateWindow window;
     FakeUpdateClock clock;
-    ObservedFlag mayCheck{false};
     int answers = 0;
     std::vector<bool> settled;
-    std::unique_ptr<UpdateSession> session =
-        std::make_unique<UpdateSession>(engine, window, clock, mayCheck, [this] { ++answers; });
+    std::unique_ptr<SPUUpdater> updater =
+        std::make_unique<SPUUpdater>(engine, window, clock, [this] { ++answers; });
 };
 
-TEST_F(UpdateSessionTest, checksNothingBeforeItIsOpen) {
-    ObservedFlag flag{false};
-    session.reset();
-    session = std::make_unique<UpdateSession>(engine, window, clock, flag, nullptr);
-    EXPECT_FALSE(flag.get());
-    session->check();
+TEST_F(SPUUpdaterTest, checksNothingBeforeItIsOpen) {
+    updater.reset();
+    updater = std::make_unique<SPUUpdater>(engine, window, clock, nullptr);
+    EXPECT_FALSE(updater->canCheckForUpdates.get());
+    updater->checkForUpdates();
     checkQuietly();
     EXPECT_TRUE(engine.checks.empty());
     EXPECT_FALSE(window.open);
-    session->open();
-    EXPECT_TRUE(flag.get());
+    updater->start();
+    EXPECT_TRUE(updater->canCheckForUpdates.get());
 }
 
-TEST_F(UpdateSessionTest, showsThatItChecksAndThenThatAllIsUpToDate) {
-    session->check();
+TEST_F(SPUUpdaterTest, showsThatItChecksAndThenThatAllIsUpToDate) {
+    updater->checkForUpdates();
     EXPECT_THAT(engine.checks, ElementsAre(UpdateCheckKind::asked));
     EXPECT_TRUE(window.shows<UpdateChecking>());
     engine.endCheck(UpdateNotNeeded{"1.0"});
@@ -63,64 +61,64 @@ TEST_F(UpdateSessionTest, showsThatItChecksAndThenThatAllIsUpToDate) {
     EXPECT_EQ(window.openings, 1);
 }
 
-TEST_F(UpdateSessionTest, showsHowFarTheCheckIs) {
-    session->check();
+TEST_F(SPUUpdaterTest, showsHowFarTheCheckIs) {
+    updater->checkForUpdates();
     engine.onProgress({UpdateActivity::working, 40});
     ASSERT_TRUE(window.shows<UpdateChecking>());
     EXPECT_EQ(window.shows<UpdateChecking>()->progress.percent, 40);
 }
 
-TEST_F(UpdateSessionTest, mayCheckIsFalseFromStartToEndWhateverTheEnd) {
+TEST_F(SPUUpdaterTest, mayCheckIsFalseFromStartToEndWhateverTheEnd) {
     const std::vector<UpdateCheckOutcome> ends{UpdateNotNeeded{"1.0"}, newer, noNetwork,
                                                UpdateCancelled{}, UpdatePostponed{}};
     for (const UpdateCheckOutcome& end : ends) {
-        EXPECT_TRUE(mayCheck.get()) << end.index();
-        session->check();
-        EXPECT_FALSE(mayCheck.get()) << end.index();
+        EXPECT_TRUE(updater->canCheckForUpdates.get()) << end.index();
+        updater->checkForUpdates();
+        EXPECT_FALSE(updater->canCheckForUpdates.get()) << end.index();
         engine.endCheck(end);
-        EXPECT_TRUE(mayCheck.get()) << end.index();
+        EXPECT_TRUE(updater->canCheckForUpdates.get()) << end.index();
         window.actions.dismiss();
 
         checkQuietly();
-        EXPECT_FALSE(mayCheck.get()) << end.index();
+        EXPECT_FALSE(updater->canCheckForUpdates.get()) << end.index();
         engine.endCheck(end);
-        EXPECT_TRUE(mayCheck.get()) << end.index();
+        EXPECT_TRUE(updater->canCheckForUpdates.get()) << end.index();
         window.actions.dismiss();
     }
 }
 
-TEST_F(UpdateSessionTest, bringsTheRunningWindowToTheFrontInsteadOfASecond) {
-    session->check();
-    session->check();
+TEST_F(SPUUpdaterTest, bringsTheRunningWindowToTheFrontInsteadOfASecond) {
+    updater->checkForUpdates();
+    updater->checkForUpdates();
     EXPECT_EQ(engine.checks.size(), 1U);
     EXPECT_EQ(window.openings, 1);
     EXPECT_THAT(window.attentions, ElementsAre(Attention::toFront, Attention::toFront));
 }
 
-TEST_F(UpdateSessionTest, checksAgainInTheOpenWindow) {
-    session->check();
+TEST_F(SPUUpdaterTest, checksAgainInTheOpenWindow) {
+    updater->checkForUpdates();
     engine.endCheck(noNetwork);
-    session->check();
+    updater->checkForUpdates();
     EXPECT_TRUE(window.shows<UpdateChecking>());
     EXPECT_EQ(window.openings, 1);
     EXPECT_EQ(window.attentions.back(), Attention::toFront);
 }
 
-TEST_F(UpdateSessionTest, cancelClosesTheWindowAtOnce) {
-    session->check();
+TEST_F(SPUUpdaterTest, cancelClosesTheWindowAtOnce) {
+    updater->checkForUpdates();
     window.actions.dismiss();
     EXPECT_FALSE(window.open);
     EXPECT_TRUE(engine.cancelled());
-    EXPECT_FALSE(mayCheck.get());
+    EXPECT_FALSE(updater->canCheckForUpdates.get());
     engine.onProgress({UpdateActivity::working, 40});
     engine.turn();
-    EXPECT_TRUE(mayCheck.get());
+    EXPECT_TRUE(updater->canCheckForUpdates.get());
     EXPECT_FALSE(window.open);
     EXPECT_EQ(answers, 0);
 }
 
-TEST_F(UpdateSessionTest, showsWhyACheckFailed) {
-    session->check();
+TEST_F(SPUUpdaterTest, showsWhyACheckFailed) {
+    updater->checkForUpdates();
     engine.endCheck(noNetwork);
     ASSERT_TRUE(window.shows<UpdateFailed>());
     EXPECT_EQ(*window.shows<UpdateFailed>(), (UpdateFailed{false, noNetwork}));
@@ -129,57 +127,57 @@ TEST_F(UpdateSessionTest, showsWhyACheckFailed) {
     EXPECT_FALSE(window.open);
 }
 
-TEST_F(UpdateSessionTest, installsWhatItFound) {
-    session->check();
+TEST_F(SPUUpdaterTest, installsWhatItFound) {
+    updater->checkForUpdates();
     engine.endCheck(newer);
     ASSERT_TRUE(window.shows<AvailableUpdate>());
     window.actions.install();
     EXPECT_THAT(engine.installs, ElementsAre(newer));
-    EXPECT_FALSE(mayCheck.get());
+    EXPECT_FALSE(updater->canCheckForUpdates.get());
     engine.onProgress({UpdateActivity::waitingForPermission, {}});
     ASSERT_TRUE(window.shows<UpdateInstalling>());
     EXPECT_EQ(*window.shows<UpdateInstalling>(),
               (UpdateInstalling{"1.1", {UpdateActivity::waitingForPermission, {}}}));
     engine.endInstall(UpdateInstalled{"1.1"});
     EXPECT_TRUE(window.shows<UpdateInstalled>());
-    EXPECT_TRUE(mayCheck.get());
+    EXPECT_TRUE(updater->canCheckForUpdates.get());
 }
 
-TEST_F(UpdateSessionTest, laterInstallsNothing) {
-    session->check();
+TEST_F(SPUUpdaterTest, laterInstallsNothing) {
+    updater->checkForUpdates();
     engine.endCheck(newer);
     window.actions.dismiss();
     EXPECT_FALSE(window.open);
     window.actions.install(); // a click that was on its way
     EXPECT_TRUE(engine.installs.empty());
-    EXPECT_TRUE(mayCheck.get());
+    EXPECT_TRUE(updater->canCheckForUpdates.get());
 }
 
-TEST_F(UpdateSessionTest, installsOnceHoweverOftenItIsPressed) {
-    session->check();
+TEST_F(SPUUpdaterTest, installsOnceHoweverOftenItIsPressed) {
+    updater->checkForUpdates();
     engine.endCheck(newer);
     window.actions.install();
     window.actions.install();
     EXPECT_EQ(engine.installs.size(), 1U);
 }
 
-TEST_F(UpdateSessionTest, showsWhyAnInstallationFailed) {
-    session->check();
+TEST_F(SPUUpdaterTest, showsWhyAnInstallationFailed) {
+    updater->checkForUpdates();
     engine.endCheck(newer);
     window.actions.install();
     engine.endInstall(UpdateFailure{UpdateProblem::untrusted, {}});
     ASSERT_TRUE(window.shows<UpdateFailed>());
     EXPECT_TRUE(window.shows<UpdateFailed>()->installing);
-    EXPECT_TRUE(mayCheck.get());
+    EXPECT_TRUE(updater->canCheckForUpdates.get());
 }
 
-TEST_F(UpdateSessionTest, anInstallationGoesOnBehindAClosedWindowAndTellsItsEnd) {
-    session->check();
+TEST_F(SPUUpdaterTest, anInstallationGoesOnBehindAClosedWindowAndTellsItsEnd) {
+    updater->checkForUpdates();
     engine.endCheck(newer);
     window.actions.install();
     window.actions.dismiss();
     EXPECT_FALSE(engine.cancelled());
-    EXPECT_FALSE(mayCheck.get());
+    EXPECT_FALSE(updater->canCheckForUpdates.get());
     engine.onProgress({UpdateActivity::working, 50});
     EXPECT_FALSE(window.open);
     engine.endInstall(UpdateInstalled{"1.1"});
@@ -187,27 +185,27 @@ TEST_F(UpdateSessionTest, anInstallationGoesOnBehindAClosedWindowAndTellsItsEnd)
     EXPECT_EQ(window.attentions.back(), Attention::quiet);
 }
 
-TEST_F(UpdateSessionTest, opensTheClosedWindowOfAnInstallationWhenAsked) {
-    session->check();
+TEST_F(SPUUpdaterTest, opensTheClosedWindowOfAnInstallationWhenAsked) {
+    updater->checkForUpdates();
     engine.endCheck(newer);
     window.actions.install();
     window.actions.dismiss();
-    session->check();
+    updater->checkForUpdates();
     EXPECT_TRUE(window.shows<UpdateInstalling>());
     EXPECT_EQ(engine.checks.size(), 1U);
 }
 
-TEST_F(UpdateSessionTest, remindsOfTheRestartAfterAnInstallation) {
-    session->check();
+TEST_F(SPUUpdaterTest, remindsOfTheRestartAfterAnInstallation) {
+    updater->checkForUpdates();
     engine.endCheck(newer);
     window.actions.install();
     engine.endInstall(UpdateInstalled{"1.1"});
-    session->check();
+    updater->checkForUpdates();
     engine.endCheck(UpdateNotNeeded{"1.1"});
     EXPECT_TRUE(window.shows<UpdateInstalled>());
 }
 
-TEST_F(UpdateSessionTest, aQuietCheckShowsNothingUnlessItFindsANewerVersion) {
+TEST_F(SPUUpdaterTest, aQuietCheckShowsNothingUnlessItFindsANewerVersion) {
     for (const UpdateCheckOutcome& end :
          {UpdateCheckOutcome(UpdateNotNeeded{"1.0"}), UpdateCheckOutcome(noNetwork),
           UpdateCheckOutcome(UpdatePostponed{})}) {
@@ -225,7 +223,7 @@ TEST_F(UpdateSessionTest, aQuietCheckShowsNothingUnlessItFindsANewerVersion) {
         EXPECT_EQ(kind, UpdateCheckKind::scheduled);
 }
 
-TEST_F(UpdateSessionTest, saysWhetherTheNextQuietCheckMayWaitForADay) {
+TEST_F(SPUUpdaterTest, saysWhetherTheNextQuietCheckMayWaitForADay) {
     for (const UpdateCheckOutcome& end :
          {UpdateCheckOutcome(UpdateNotNeeded{"1.0"}), UpdateCheckOutcome(UpdatePostponed{}),
           UpdateCheckOutcome(noNetwork),
@@ -237,8 +235,8 @@ TEST_F(UpdateSessionTest, saysWhetherTheNextQuietCheckMayWaitForADay) {
     EXPECT_EQ(answers, 1);
 }
 
-TEST_F(UpdateSessionTest, aQuietCheckWaitsWhileTheWindowOrTheEngineIsInUse) {
-    session->check();
+TEST_F(SPUUpdaterTest, aQuietCheckWaitsWhileTheWindowOrTheEngineIsInUse) {
+    updater->checkForUpdates();
     checkQuietly();
     engine.endCheck(newer);
     checkQuietly();
@@ -247,42 +245,44 @@ TEST_F(UpdateSessionTest, aQuietCheckWaitsWhileTheWindowOrTheEngineIsInUse) {
     EXPECT_TRUE(window.shows<AvailableUpdate>());
 }
 
-TEST_F(UpdateSessionTest, givesAQuietCheckUpAfterTenMinutes) {
+TEST_F(SPUUpdaterTest, givesAQuietCheckUpAfterTenMinutes) {
     checkQuietly();
     clock.pass(9min);
     EXPECT_FALSE(engine.cancelled());
     clock.pass(1min);
     EXPECT_TRUE(engine.cancelled());
     engine.turn();
-    EXPECT_TRUE(mayCheck.get());
+    EXPECT_TRUE(updater->canCheckForUpdates.get());
     EXPECT_THAT(settled, ElementsAre(false));
 }
 
-TEST_F(UpdateSessionTest, aFinishedQuietCheckLeavesNoLimitForTheNext) {
+TEST_F(SPUUpdaterTest, aFinishedQuietCheckLeavesNoLimitForTheNext) {
     checkQuietly();
     engine.endCheck(UpdateNotNeeded{"1.0"});
-    session->check();
+    updater->checkForUpdates();
     clock.pass(1h);
     EXPECT_FALSE(engine.cancelled());
 }
 
-TEST_F(UpdateSessionTest, destroyedAtWorkItCancelsTheCheckAndHearsNoMore) {
-    session->check();
-    session.reset();
+TEST_F(SPUUpdaterTest, destroyedAtWorkItCancelsTheCheckAndHearsNoMore) {
+    updater->checkForUpdates();
+    updater.reset();
     EXPECT_TRUE(engine.cancelled());
+    const auto told = window.attentions.size();
     engine.onProgress({UpdateActivity::working, 1});
     engine.turn();
-    EXPECT_FALSE(mayCheck.get());
+    EXPECT_EQ(window.attentions.size(), told);
 }
 
-TEST_F(UpdateSessionTest, destroyedWhileInstallingItHearsNoMore) {
-    session->check();
+TEST_F(SPUUpdaterTest, destroyedWhileInstallingItHearsNoMore) {
+    updater->checkForUpdates();
     engine.endCheck(newer);
     window.actions.install();
-    session.reset();
+    updater.reset();
+    const auto told = window.attentions.size();
     engine.onProgress({UpdateActivity::working, 1});
     engine.endInstall(UpdateInstalled{"1.1"});
-    EXPECT_FALSE(mayCheck.get());
+    EXPECT_EQ(window.attentions.size(), told);
 }
 
 } // namespace

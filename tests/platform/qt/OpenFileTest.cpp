@@ -1,4 +1,4 @@
-#include "platform/qt/QtDesktopServices.h"
+#include "platform/qt/OpenFile.h"
 
 #include <QDesktopServices>
 #include <QObject>
@@ -25,16 +25,16 @@ namespace {
 
 using testing::ElementsAre;
 
-TEST(QtDesktopServices, opensTheFileByItsAddress) {
+TEST(OpenFile, opensTheFileByItsAddress) {
     UrlReceiver desktop;
-    QtDesktopServices().openFile("/tmp/Lumivert_0F.pdf");
+    openFile("/tmp/Lumivert_0F.pdf");
     EXPECT_THAT(desktop.opened, ElementsAre("file:///tmp/Lumivert_0F.pdf"));
 }
 
-TEST(QtDesktopServices, opensPathsWithSignsThatAddressesReserve) {
+TEST(OpenFile, opensPathsWithSignsThatAddressesReserve) {
     UrlReceiver desktop;
-    QtDesktopServices().openFile("/tmp/100 % #1?/å.pdf");
-    QtDesktopServices().openFile("/tmp/caf\351.pdf");
+    openFile("/tmp/100 % #1?/å.pdf");
+    openFile("/tmp/caf\351.pdf");
     EXPECT_THAT(desktop.opened, ElementsAre("file:///tmp/100%20%25%20%231%3F/%C3%A5.pdf",
                                             "file:///tmp/caf%E9.pdf"));
 }
@@ -42,4 +42,4 @@ TEST(QtDesktopServices, opensPathsWithSignsThatAddressesReserve) {
 } // namespace
 } // namespace lumivert
 
-#include "QtDesktopServicesTest.moc"
+#include "OpenFileTest.moc"

@@ -1,4 +1,4 @@
-#include "platform/posix/PosixUuidSource.h"
+#include "platform/posix/RandomUuid.h"
 
 #include "platform/FatalError.h"
 #include "platform/system/SystemCall.h"
@@ -8,7 +8,7 @@
 
 namespace lumivert {
 
-Uuid PosixUuidSource::random() {
+Uuid randomUuid() {
     Uuid uuid;
     // Up to 256 bytes come whole or not at all (getrandom(2)).
     if (retryingInterrupts([&] { return ::getrandom(uuid.bytes.data(), uuid.bytes.size(), 0); }) !=

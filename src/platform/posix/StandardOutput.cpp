@@ -1,4 +1,4 @@
-#include "platform/posix/PosixConsole.h"
+#include "platform/posix/StandardOutput.h"
 
 #include "platform/system/SystemCall.h"
 
@@ -8,7 +8,7 @@
 
 namespace lumivert {
 
-void PosixConsole::writeLine(const std::string& line) {
+void writeLine(const std::string& line) {
     std::fflush(stdout);
     const std::string text = line + '\n';
     (void)writeAll(STDOUT_FILENO, std::as_bytes(std::span(text)));

@@ -1,4 +1,4 @@
-#include "platform/qt/QtDesktopServices.h"
+#include "platform/qt/OpenFile.h"
 
 #include "model/FileUrl.h"
 
@@ -8,7 +8,7 @@
 
 namespace lumivert {
 
-void QtDesktopServices::openFile(const std::string& path) {
+void openFile(const std::string& path) {
     // By way of the escaped form: a path need not be text in any encoding.
     const auto url = FileUrl::fromPath(path).dataRepresentation();
     QDesktopServices::openUrl(QUrl::fromEncoded(QByteArray::fromStdString(url)));
