@@ -1,9 +1,9 @@
 #include "manager/PageGeometry.h"
 
-#include "manager/PrintManager.h"
-
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <utility>
 
 namespace lumivert {
 namespace {
@@ -14,6 +14,15 @@ std::pair<int, int> pixelSpan(int pixels, double scale, double offset, double le
     const double to = std::clamp(std::round((offset + length) * scale), from + 1, double(pixels));
     return {static_cast<int>(from), static_cast<int>(to - from)};
 }
+
+constexpr std::array<std::pair<ScalingMode, ScalingRule>, 3> scalingRules{{
+    {ScalingMode::fitToPage, {.onPage = fitRect, .inPreview = fitRect, .crops = false}},
+    {ScalingMode::fillPage, {.onPage = fillRect, .inPreview = fillRect, .crops = true}},
+    {ScalingMode::actualSize, {.onPage = actualSizeRect, .inPreview = fitRect, .crops = false}},
+}};
+static_assert(std::ranges::equal(scalingRules, allCases<ScalingMode>(), {},
+                                 &std::pair<ScalingMode, ScalingRule>::first),
+              "every scaling has its rule, in the order of the cases");
 
 } // namespace
 
@@ -65,6 +74,11 @@ RectPoints actualSizeRect(SizePoints imageSize, RectPoints rect) {
             imageSize.height};
 }
 
+const ScalingRule& scalingRule(ScalingMode scaling) {
+    return std::ranges::find(scalingRules, scaling, &std::pair<ScalingMode, ScalingRule>::first)
+        ->second;
+}
+
 RectPoints printableRect(SizePoints page, const Margins& marginPoints) {
     return {marginPoints.left, marginPoints.bottom,
             (page.width - marginPoints.left) - marginPoints.right,
@@ -96,36 +110,6 @@ PixelRect visiblePixels(PixelSize bitmap, RectPoints drawn, RectPoints visible) 
     const auto [y, height] =
         pixelSpan(bitmap.height, bitmap.height / drawn.height, fromTop, visible.height);
     return {x, y, width, height};
-}
-
-PaperOrientation PrintManager::effectiveOrientation() const {
-    if (orientation != PaperOrientation::auto_)
-        return orientation;
-    if (!*image)
-        return PaperOrientation::portrait;
-    const SizePoints size = (*image)->size();
-    return size.height < size.width ? PaperOrientation::landscape : PaperOrientation::portrait;
-}
-
-Margins PrintManager::effectiveMargins() const {
-    if (borderless)
-        return {};
-    if (sizingMode == SizingMode::imageSize)
-        return marginsFromImageSize();
-    return margins;
-}
-
-Margins PrintManager::marginsFromImageSize() const {
-    const auto [width, height] = orientedPaper(selectedPaperSize(), effectiveOrientation());
-    if (imageSizeCentered) {
-        const double side = std::max((width - imageWidthMM) * 0.5, 0.0);
-        const double end = std::max((height - imageHeightMM) * 0.5, 0.0);
-        return {.top = end, .bottom = end, .left = side, .right = side};
-    }
-    return {.top = imageSizeMarginTop,
-            .bottom = std::max(height - imageHeightMM - imageSizeMarginTop, 0.0),
-            .left = imageSizeMarginLeft,
-            .right = std::max(width - imageWidthMM - imageSizeMarginLeft, 0.0)};
 }
 
 } // namespace lumivert

@@ -34,6 +34,22 @@ struct OrientedPaper {
 /// The image at its own size, its centre on that of `rect`.
 [[nodiscard]] RectPoints actualSizeRect(SizePoints imageSize, RectPoints rect);
 
+/// What a scaling means: for the page, and for the preview of it. Asked by whoever places a photo,
+/// so that a scaling is told apart nowhere else.
+struct ScalingRule {
+    using Placing = RectPoints (*)(SizePoints imageSize, RectPoints rect);
+
+    /// Where the whole photo lies on the page, for the printable rectangle.
+    Placing onPage;
+    /// Where it is shown, for the frame that stands for that rectangle.
+    Placing inPreview;
+    /// Whether the page takes only the part of the photo that lies in the printable rectangle,
+    /// rather than all of it below the white margins.
+    bool crops;
+};
+
+[[nodiscard]] const ScalingRule& scalingRule(ScalingMode scaling);
+
 /// The part of the page inside the margins (points); its sides can be negative.
 [[nodiscard]] RectPoints printableRect(SizePoints page, const Margins& marginPoints);
 

@@ -16,18 +16,6 @@ using namespace std::chrono_literals;
 // The print system has read the file when `lp` returns; the delay is for a slow spooler.
 constexpr auto deletionDelay = 10s;
 
-RectPoints imageRect(ScalingMode scaling, SizePoints imageSize, RectPoints printable) {
-    switch (scaling) {
-    case ScalingMode::fitToPage:
-        return fitRect(imageSize, printable);
-    case ScalingMode::fillPage:
-        return fillRect(imageSize, printable);
-    case ScalingMode::actualSize:
-        break;
-    }
-    return actualSizeRect(imageSize, printable);
-}
-
 // The part of the bitmap that shows in `printable`, in place of a whole that overhangs it.
 void drawCropped(PdfContext& context, const Bitmap& bitmap, RectPoints drawn,
                  RectPoints printable) {
@@ -81,9 +69,10 @@ bool PrintManager::renderPage(const std::string& path) const {
     // Margins that leave nothing of the sheet leave no place for the photo.
     const auto bitmap = hasArea(printable) ? (*image)->bitmap() : nullptr;
     if (bitmap) {
-        const RectPoints drawn = imageRect(scalingMode, (*image)->size(), printable);
+        const ScalingRule& scaling = scalingRule(scalingMode);
+        const RectPoints drawn = scaling.onPage((*image)->size(), printable);
         context->setInterpolationQuality(InterpolationQuality::high);
-        if (!borderless && scalingMode == ScalingMode::fillPage)
+        if (!borderless && scaling.crops)
             drawCropped(*context, *bitmap, drawn, printable);
         else
             context->draw(*bitmap, drawn);

@@ -1,7 +1,10 @@
 #include "manager/PrintManager.h"
 
+#include "manager/PageGeometry.h"
 #include "manager/Selection.h"
 #include "manager/SoftProof.h"
+
+#include <algorithm>
 
 namespace lumivert {
 
@@ -29,6 +32,36 @@ PaperType PrintManager::selectedPaperType() const {
 ICCProfile PrintManager::selectedICCProfile() const {
     return firstWithId(*availableICCProfiles, selectedICCProfileID)
         .value_or(printerManagedProfile());
+}
+
+PaperOrientation PrintManager::effectiveOrientation() const {
+    if (orientation != PaperOrientation::auto_)
+        return orientation;
+    if (!*image)
+        return PaperOrientation::portrait;
+    const SizePoints size = (*image)->size();
+    return size.height < size.width ? PaperOrientation::landscape : PaperOrientation::portrait;
+}
+
+Margins PrintManager::effectiveMargins() const {
+    if (borderless)
+        return {};
+    if (sizingMode == SizingMode::imageSize)
+        return marginsFromImageSize();
+    return margins;
+}
+
+Margins PrintManager::marginsFromImageSize() const {
+    const auto [width, height] = orientedPaper(selectedPaperSize(), effectiveOrientation());
+    if (imageSizeCentered) {
+        const double side = std::max((width - imageWidthMM) * 0.5, 0.0);
+        const double end = std::max((height - imageHeightMM) * 0.5, 0.0);
+        return {.top = end, .bottom = end, .left = side, .right = side};
+    }
+    return {.top = imageSizeMarginTop,
+            .bottom = std::max(height - imageHeightMM - imageSizeMarginTop, 0.0),
+            .left = imageSizeMarginLeft,
+            .right = std::max(width - imageWidthMM - imageSizeMarginLeft, 0.0)};
 }
 
 } // namespace lumivert

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <vector>
 
 namespace lumivert {
 namespace {
@@ -84,6 +85,32 @@ TEST(FitAndFill, keepTheAspectTheCentreAndTheTouchingSides) {
 TEST(ActualSize, centresTheImageUnscaled) {
     EXPECT_EQ(actualSizeRect({300, 200}, {144, 36, 504, 252}), (RectPoints{246, 62, 300, 200}));
     EXPECT_EQ(actualSizeRect({300, 200}, {10, 20, 100, 50}), (RectPoints{-90, -55, 300, 200}));
+}
+
+TEST(ScalingRules, placeThePhotoOnPageAndPreviewForEveryScaling) {
+    constexpr RectPoints rect{10, 20, 100, 100};
+    constexpr SizePoints photo{400, 300};
+    const RectPoints fitted = fitRect(photo, rect);
+    const RectPoints filling = fillRect(photo, rect);
+    struct Row {
+        ScalingMode scaling;
+        RectPoints onPage;
+        RectPoints inPreview;
+        bool crops;
+    };
+    const std::vector<Row> rows{
+        {ScalingMode::fitToPage, fitted, fitted, false},
+        {ScalingMode::fillPage, filling, filling, true},
+        {ScalingMode::actualSize, {-140, -80, 400, 300}, fitted, false},
+    };
+    EXPECT_EQ(rows.size(), allCases<ScalingMode>().size()) << "each scaling has a row here";
+    for (const Row& row : rows) {
+        SCOPED_TRACE(rawValue(row.scaling));
+        const ScalingRule& rule = scalingRule(row.scaling);
+        EXPECT_EQ(rule.onPage(photo, rect), row.onPage);
+        EXPECT_EQ(rule.inPreview(photo, rect), row.inPreview);
+        EXPECT_EQ(rule.crops, row.crops);
+    }
 }
 
 TEST(PrintableRect, liesInsideTheMarginsAndIsNotCorrected) {
