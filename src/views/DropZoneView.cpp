@@ -14,18 +14,21 @@ class Symbol : public QWidget {
 public:
     explicit Symbol(QWidget* parent)
         : QWidget(parent) {
-        setFixedSize(side, side);
+        setFixedSize(side, height);
     }
 
 protected:
     void paintEvent(QPaintEvent*) override {
         constexpr double thinPen = 0.75;
         QPainter painter(this);
-        paintIcon(painter, Icon::photos, rect(), colorFor(Tone::secondary, palette()), thinPen);
+        paintIcon(painter, Icon::photos, QRectF(0, (height - side) / 2.0, side, side),
+                  colorFor(Tone::secondary, palette()), thinPen);
     }
 
 private:
-    static constexpr int side = 72; // the drawing fills 56 of them in height
+    // The drawing leaves free the upper and the lower part of its square.
+    static constexpr int side = 80;
+    static constexpr int height = 56;
 };
 
 } // namespace

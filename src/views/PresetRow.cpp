@@ -27,11 +27,17 @@ public:
         setAccessibleDescription(m_detail);
         setToolTip(plainToolTip(title) + QLatin1Char('\n') + m_detail);
         setAttribute(Qt::WA_Hover);
-        setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+        setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
     }
 
     QSize sizeHint() const override {
-        return {160, titleMetrics().height() + lineGap + detailMetrics().height()};
+        const int text = std::max(titleMetrics().horizontalAdvance(this->text()),
+                                  detailMetrics().horizontalAdvance(m_detail));
+        return {text + 2 * presetRowOverhang, minimumSizeHint().height()};
+    }
+    QSize minimumSizeHint() const override {
+        return {2 * presetRowOverhang,
+                titleMetrics().height() + lineGap + detailMetrics().height()};
     }
 
 protected:
@@ -96,7 +102,7 @@ QWidget* presetRow(const PrintPreset& preset, std::function<void()> apply,
     QObject::connect(applyButton, &QAbstractButton::clicked, applyButton, std::move(apply));
     QToolButton* bin = removeButton(name);
     QObject::connect(bin, &QAbstractButton::clicked, bin, std::move(remove));
-    return padded(2, row(4, {applyButton, bin}));
+    return padded(2, row(4, {applyButton, flexibleSpace(), bin}));
 }
 
 } // namespace lumivert

@@ -133,7 +133,7 @@ QWidget* SettingsPanel::presetsGroup() {
                                  text(tr("No saved presets"), TextSize::caption, Tone::secondary)),
                      visibleWhen([&pm] { return !pm.presets->empty(); },
                                  overhanging(presetRowOverhang,
-                                             rows<PrintPreset>(pm.presets,
+                                             rows<PrintPreset>(8, pm.presets,
                                                                [&pm](const PrintPreset& preset) {
                                                                    return presetRow(
                                                                        preset,

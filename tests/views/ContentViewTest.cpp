@@ -91,9 +91,11 @@ protected:
 
 TEST_F(ContentViewTest, opensAtItsFirstSizeAndHasALeastOne) {
     EXPECT_EQ(window->size(), QSize(1100, 750));
-    EXPECT_GE(window->minimumSizeHint().width(), 900);
-    EXPECT_GE(window->minimumSizeHint().height(), 650);
     EXPECT_EQ(window->windowTitle(), "");
+    window->resize(1, 1);
+    QApplication::processEvents();
+    EXPECT_EQ(window->centralWidget()->size(), QSize(900, 650));
+    EXPECT_EQ(window->size(), QSize(900, 650 + window->menuBar()->height()));
 }
 
 TEST_F(ContentViewTest, givesAllFurtherWidthToThePreview) {

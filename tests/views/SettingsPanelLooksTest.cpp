@@ -133,7 +133,7 @@ TEST_F(LooksTest, leavesEightBetweenThePresetsItemsAndTwoAroundARow) {
     pm->savePreset("Two");
     const QRect one = place(button("One")->parentWidget());
     const QRect two = place(button("Two")->parentWidget());
-    EXPECT_EQ(gap(one, two), 2 + 2);
+    EXPECT_EQ(gap(one, two), 2 + 8 + 2);
     EXPECT_EQ(gap(two, place(divider("Presets"))), 2 + 8);
 }
 

@@ -1,8 +1,13 @@
 #include "views/PanelFixture.h"
+#include "views/PresetRow.h"
 #include "views/controls/Alert.h"
+#include "views/controls/Appearance.h"
 
 #include <QLineEdit>
+#include <QPainter>
 #include <QPushButton>
+
+#include <tuple>
 
 namespace lumivert {
 namespace {
@@ -58,6 +63,66 @@ TEST_F(PresetsTest, areAppliedByAClick) {
     pm->borderless = false;
     QTest::mouseClick(button("Borderless one"), Qt::LeftButton);
     EXPECT_TRUE(pm->borderless);
+}
+
+TEST_F(PresetsTest, areNotAppliedByAClickBesideTheirText) {
+    pm->borderless = true;
+    pm->savePreset("One");
+    pm->borderless = false;
+    QApplication::processEvents();
+    QAbstractButton* preset = button("One");
+    QWidget* row = preset->parentWidget();
+    const auto clickAt = [&](int x) {
+        const QPoint at(x, row->height() / 2);
+        QWidget* under = row->childAt(at);
+        QTest::mouseClick(under ? under : row, Qt::LeftButton, {},
+                          under ? under->mapFrom(row, at) : at);
+    };
+    const int beside = preset->geometry().right() + 1;
+    const int bin = button("Delete One")->geometry().left();
+    ASSERT_GT(bin - beside, 40);
+    for (const int x : {beside, (beside + bin) / 2, bin - 1})
+        clickAt(x);
+    EXPECT_FALSE(pm->borderless);
+    clickAt(beside - 2);
+    EXPECT_TRUE(pm->borderless);
+}
+
+TEST_F(PresetsTest, showTheirNameAndBelowItTheirSummary) {
+    pm->margins = Margins{.top = 12.5, .bottom = 5, .left = 5, .right = 5};
+    pm->savePreset("One");
+    pm->savePreset("A name so long that no column of this width could ever show all of it");
+    QApplication::processEvents();
+    const PrintPreset& preset = pm->presets->front();
+    QAbstractButton* row = button("One");
+    // Painted once more by hand, in its two fonts and colours, with 2 between the lines.
+    QImage expected(row->size(), QImage::Format_RGB32);
+    expected.fill(row->palette().color(QPalette::Window));
+    QPainter painter(&expected);
+    int top = 0;
+    for (const auto& [line, size, tone] :
+         {std::tuple(preset.name, TextSize::callout, Tone::primary),
+          {presetSummary(preset), TextSize::caption, Tone::secondary}}) {
+        const QFont font = fontFor(size, row->font());
+        painter.setFont(font);
+        painter.setPen(colorFor(tone, row->palette()));
+        const int height = QFontMetrics(font).height();
+        painter.drawText(QRect(presetRowOverhang, top, 1000, height),
+                         Qt::AlignLeft | Qt::AlignVCenter, QString::fromStdString(line));
+        top += height + 2;
+    }
+    painter.end();
+    QImage shown(row->size(), QImage::Format_RGB32);
+    shown.fill(row->palette().color(QPalette::Window));
+    row->render(&shown, {}, {}, QWidget::DrawChildren);
+    EXPECT_EQ(shown, expected);
+    EXPECT_EQ(row->height(), top - 2);
+
+    QAbstractButton* longOne = button(QString::fromStdString(pm->presets->back().name));
+    QAbstractButton* bin = button("Delete " + QString::fromStdString(pm->presets->back().name));
+    EXPECT_LE(longOne->geometry().right(), bin->geometry().left());
+    EXPECT_EQ(bin->mapTo(panel.get(), QPoint()).x(),
+              button("Delete One")->mapTo(panel.get(), QPoint()).x());
 }
 
 TEST_F(PresetsTest, goAtOnceByTheirBin) {

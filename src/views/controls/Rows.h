@@ -15,11 +15,11 @@
 
 namespace lumivert {
 
-/// A row for each record of a published list, in its order. A row stays as long as an equal record
-/// does; one that goes lives on, hidden, until the event loop is back: a button of its own may be
-/// in the middle of a click.
+/// A row for each record of a published list, in its order, `spacing` between them. A row stays as
+/// long as an equal record does; one that goes lives on, hidden, until the event loop is back: a
+/// button of its own may be in the middle of a click.
 template <class Record>
-[[nodiscard]] QWidget* rows(const Published<std::vector<Record>>& list,
+[[nodiscard]] QWidget* rows(int spacing, const Published<std::vector<Record>>& list,
                             std::function<QWidget*(const Record&)> makeRow) {
     struct Row {
         Record record;
@@ -28,7 +28,7 @@ template <class Record>
     auto* holder = new QWidget;
     auto* layout = new QVBoxLayout(holder);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
+    layout->setSpacing(spacing);
     const auto refresh = [&list, makeRow = std::move(makeRow), holder, layout,
                           shown = std::make_shared<std::vector<Row>>()] {
         std::vector<Row> next;

@@ -16,7 +16,7 @@ struct Model : ObservableObject {
 class RowsTest : public testing::Test {
 protected:
     RowsTest() {
-        holder.reset(rows<std::string>(model.names, [this](const std::string& name) {
+        holder.reset(rows<std::string>(0, model.names, [this](const std::string& name) {
             auto* button = new QPushButton(QString::fromStdString(name));
             QObject::connect(button, &QPushButton::clicked, button, [this, name] {
                 auto names = model.names.get();
