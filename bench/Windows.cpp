@@ -4,7 +4,7 @@
 #include "Timing.h"
 #include "app/LumivertApp.h"
 #include "manager/PrintManager.h"
-#include "views/PaperPreview.h"
+#include "views/preview/PaperPreview.h"
 
 #include <QApplication>
 #include <QDeadlineTimer>

@@ -2,9 +2,9 @@
 
 #include "manager/PrintManager.h"
 #include "views/DropZoneView.h"
-#include "views/PaperPreview.h"
 #include "views/controls/Appearance.h"
 #include "views/controls/Builders.h"
+#include "views/preview/PaperPreview.h"
 
 #include <QPaintEvent>
 #include <QPainter>

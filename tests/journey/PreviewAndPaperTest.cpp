@@ -4,9 +4,10 @@
 #include "journey/Widgets.h"
 #include "manager/PrintManager.h"
 #include "support/ScopedEnvironment.h"
-#include "views/PaperPreview.h"
 #include "views/PreviewPanel.h"
+#include "views/preview/PaperPreview.h"
 
+#include <QApplication>
 #include <QPainter>
 #include <gtest/gtest.h>
 
@@ -67,15 +68,11 @@ protected:
         m_manager.borderless = c.borderless;
     }
 
-    // The sheet alone, after the fine rendition has come.
+    // The sheet alone, as it settles.
     QImage previewedSheet() {
-        const int fines = m_preview.fineCount();
-        (void)m_preview.grab(); // makes the draft, where one is needed
-        const bool isNew = m_preview.draftCount() != m_drafts;
-        m_drafts = m_preview.draftCount();
-        if (isNew) {
-            EXPECT_TRUE(QTest::qWaitFor([&] { return m_preview.fineCount() > fines; }, 20000));
-        }
+        QApplication::processEvents();
+        (void)m_preview.grab(); // asks for the picture, where a new one is needed
+        EXPECT_TRUE(QTest::qWaitFor([&] { return m_preview.isSettled(); }, 20000));
         const RectPoints sheet = m_preview.currentLayout().sheet;
         const QImage view = m_preview.grab().toImage().convertToFormat(QImage::Format_RGB32);
         return view.copy(QRectF(sheet.x, sheet.y, sheet.width, sheet.height).toRect());
@@ -94,7 +91,6 @@ protected:
     PrintManager m_manager;
     PreviewPanel m_panel;
     PaperPreview& m_preview;
-    int m_drafts = 0;
 };
 
 int difference(QRgb a, QRgb b) {

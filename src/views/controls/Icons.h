@@ -13,7 +13,7 @@ class QPainter;
 namespace lumivert {
 
 /// The program's line icons: one family, drawn with one pen on a grid of 24 × 24 units. Their
-/// drawings are the files of src/views/icons.
+/// drawings are the files of src/views/controls/icons.
 enum class Icon { photos, plus, printer, terminal, trash };
 
 /// Which colour of the palette tints an icon.

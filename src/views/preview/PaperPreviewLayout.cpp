@@ -1,4 +1,4 @@
-#include "views/PaperPreviewLayout.h"
+#include "views/preview/PaperPreviewLayout.h"
 
 #include <algorithm>
 
@@ -31,11 +31,6 @@ PaperPreviewLayout paperPreviewLayout(double width, double height, const Oriente
                   sheetHeight},
         .frame = {centreX - frameWidth * 0.5, centreY - frameHeight * 0.5, frameWidth, frameHeight},
         .outlined = !borderless && anyMargin};
-}
-
-RectPoints previewImageRect(SizePoints imageSize, RectPoints frame, ScalingMode scaling) {
-    return scaling == ScalingMode::fillPage ? fillRect(imageSize, frame)
-                                            : fitRect(imageSize, frame);
 }
 
 } // namespace lumivert

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "views/PaperPreviewLayout.h"
-#include "views/PhotoLayer.h"
+#include "views/preview/PaperPreviewLayout.h"
+#include "views/preview/PhotoLayer.h"
 
 #include <QPainterPath>
 #include <QRect>
@@ -21,9 +21,8 @@ public:
     explicit PaperPreview(PrintManager& pm, QWidget* parent = nullptr);
 
     [[nodiscard]] const PaperPreviewLayout& currentLayout() const { return m_picture.layout; }
-    /// How often the photo was scaled quickly, and finely.
-    [[nodiscard]] int draftCount() const { return m_photo.draftCount(); }
-    [[nodiscard]] int fineCount() const { return m_photo.fineCount(); }
+    /// Whether the photo was last painted as well as it can be.
+    [[nodiscard]] bool isSettled() const { return m_photo.isSettled(); }
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -37,8 +36,9 @@ private:
         double pixelRatio = 1;
         QRect sheet;
         QRect frame;
+        /// The whole photo, and what shows of it.
+        QRect photo;
         QRect photoBox;
-        PhotoPlacement photo;
 
         /// The parts of the sheet that cover what lies below. Its corners alone are blended.
         [[nodiscard]] std::array<QRect, 3> covered() const;
@@ -53,10 +53,9 @@ private:
     void updateFrom(const Picture& before);
     void updateSheet();
     void paintAround(QPainter& painter, const QRegion& region) const;
-    [[nodiscard]] bool paintDraft(QPainter& painter, const QRegion& region);
-    void paintCorners(QPainter& painter, bool withPhoto);
+    void paintCorners(QPainter& painter);
     void paintGround(QPainter& painter, const QRect& rect) const;
-    void paintSheet(QPainter& painter, bool withPhoto);
+    void paintSheet(QPainter& painter);
     void paintOutline(QPainter& painter) const;
 
     PrintManager& m_pm;

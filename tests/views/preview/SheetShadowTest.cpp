@@ -1,4 +1,4 @@
-#include "views/SheetShadow.h"
+#include "views/preview/SheetShadow.h"
 
 #include "views/ViewFixture.h"
 

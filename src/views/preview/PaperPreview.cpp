@@ -1,9 +1,9 @@
-#include "views/PaperPreview.h"
+#include "views/preview/PaperPreview.h"
 
 #include "manager/PrintManager.h"
-#include "views/SheetShadow.h"
 #include "views/controls/Appearance.h"
 #include "views/controls/Refresh.h"
+#include "views/preview/SheetShadow.h"
 
 #include <QEvent>
 #include <QPaintEvent>
@@ -41,7 +41,7 @@ PaperPreview::PaperPreview(PrintManager& pm, QWidget* parent)
     setAttribute(Qt::WA_OpaquePaintEvent);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     setAccessibleName(tr("Paper preview"));
-    connect(&m_photo, &PhotoLayer::refined, this, &PaperPreview::updateSheet);
+    connect(&m_photo, &PhotoLayer::settled, this, &PaperPreview::updateSheet);
     whenRefreshed(this, [this] { refresh(); });
 }
 
@@ -74,19 +74,11 @@ PaperPreview::Picture PaperPreview::pictureNow() const {
     if (!image)
         return picture;
 
-    const RectPoints photo = previewImageRect(image->size(), frame, m_pm.scalingMode);
+    const RectPoints photo = scalingRule(m_pm.scalingMode).inPreview(image->size(), frame);
     if (!hasArea(photo))
         return picture;
-    const bool fills = m_pm.scalingMode.get() == ScalingMode::fillPage;
-    const QRect photoPixels = onPixels(photo, origin, picture.pixelRatio);
-    picture.photoBox = (fills ? picture.frame : photoPixels) & picture.sheet;
-    picture.photo.size = picture.photoBox.size();
-    // A fitted photo lies on whole pixels; a filling one keeps its place to a part of a pixel.
-    const QRectF whole =
-        fills ? QRectF(photo.x * picture.pixelRatio, photo.y * picture.pixelRatio,
-                       photo.width * picture.pixelRatio, photo.height * picture.pixelRatio)
-              : QRectF(photoPixels);
-    picture.photo.photo = whole.translated(-picture.photoBox.topLeft());
+    picture.photo = onPixels(photo, origin, picture.pixelRatio);
+    picture.photoBox = picture.photo & picture.frame & picture.sheet;
     return picture;
 }
 
@@ -144,13 +136,11 @@ void PaperPreview::paintEvent(QPaintEvent* event) {
     // Clipped to one rectangle at a time, for which QPainter is several times faster than for a
     // region.
     paintAround(painter, region);
-    const bool painted = paintDraft(painter, region);
-    const bool withPhoto = !painted && m_photo.hasPhoto() && !m_picture.photoBox.isEmpty();
     for (const QRect& rect : m_picture.covered()) {
         painter.setClipRect(rect & region.boundingRect());
-        paintSheet(painter, withPhoto);
+        paintSheet(painter);
     }
-    paintCorners(painter, withPhoto);
+    paintCorners(painter);
     if (m_picture.layout.outlined)
         paintOutline(painter);
 }
@@ -166,15 +156,7 @@ void PaperPreview::paintAround(QPainter& painter, const QRegion& region) const {
     }
 }
 
-bool PaperPreview::paintDraft(QPainter& painter, const QRegion& region) {
-    // It knows no clip: the photo must be clear of the corners, and all of it asked for.
-    const QRect& photo = m_picture.photoBox;
-    const bool whole =
-        m_picture.covered().front().contains(photo) && (QRegion(photo) - region).isEmpty();
-    return whole && m_photo.paintDraft(painter, photo.topLeft(), m_picture.photo);
-}
-
-void PaperPreview::paintCorners(QPainter& painter, bool withPhoto) {
+void PaperPreview::paintCorners(QPainter& painter) {
     QRegion corners(m_picture.sheet);
     for (const QRect& rect : m_picture.covered())
         corners -= rect;
@@ -183,7 +165,7 @@ void PaperPreview::paintCorners(QPainter& painter, bool withPhoto) {
     for (const QRect& rect : corners) {
         painter.setClipRect(rect);
         painter.setClipPath(rounded, Qt::IntersectClip);
-        paintSheet(painter, withPhoto);
+        paintSheet(painter);
     }
 }
 
@@ -191,13 +173,11 @@ void PaperPreview::paintGround(QPainter& painter, const QRect& rect) const {
     painter.fillRect(rect, previewGround(palette()));
 }
 
-void PaperPreview::paintSheet(QPainter& painter, bool withPhoto) {
+void PaperPreview::paintSheet(QPainter& painter) {
     const QRect& box = m_picture.photoBox;
-    const QRegion beside = QRegion(m_picture.sheet) - box;
-    for (const QRect& rect : m_photo.hasPhoto() ? beside : QRegion(m_picture.sheet))
+    for (const QRect& rect : QRegion(m_picture.sheet) - (m_photo.hasPhoto() ? box : QRect()))
         painter.fillRect(rect, Qt::white);
-    if (withPhoto)
-        painter.drawImage(box.topLeft(), m_photo.image(m_picture.photo));
+    m_photo.paint(painter, m_picture.photo, box);
 }
 
 void PaperPreview::paintOutline(QPainter& painter) const {

@@ -1,4 +1,4 @@
-#include "views/PaperPreviewLayout.h"
+#include "views/preview/PaperPreviewLayout.h"
 
 #include <gtest/gtest.h>
 
@@ -83,15 +83,6 @@ TEST(PaperPreviewLayout, hasNoSheetWhereThereIsNoRoom) {
     for (const auto& [width, height] :
          {std::pair{80.0, 700.0}, {700.0, 80.0}, {20.0, 20.0}, {0.0, 0.0}})
         EXPECT_FALSE(hasArea(paperPreviewLayout(width, height, a4, {}, false).sheet)) << width;
-}
-
-TEST(PreviewImageRect, fillsForFillAndFitsForTheOthers) {
-    const RectPoints frame{0, 0, 100, 100};
-    const SizePoints image{4000, 3000};
-    expectNear(previewImageRect(image, frame, ScalingMode::fillPage),
-               {-100 / 6.0, 0, 400 / 3.0, 100});
-    expectNear(previewImageRect(image, frame, ScalingMode::fitToPage), {0, 12.5, 100, 75});
-    expectNear(previewImageRect(image, frame, ScalingMode::actualSize), {0, 12.5, 100, 75});
 }
 
 } // namespace

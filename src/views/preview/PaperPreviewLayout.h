@@ -27,9 +27,4 @@ inline constexpr double previewPadding = 40;
                                                     const OrientedPaper& paper,
                                                     const Margins& margins, bool borderless);
 
-/// The whole photo's rectangle, in the coordinates of `frame`: covering the frame for `fillPage`,
-/// inside it for the other modes; a photo at its actual size is shown fitted.
-[[nodiscard]] RectPoints previewImageRect(SizePoints imageSize, RectPoints frame,
-                                          ScalingMode scaling);
-
 } // namespace lumivert

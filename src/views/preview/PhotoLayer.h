@@ -1,0 +1,65 @@
+#pragma once
+
+#include "views/preview/PhotoPyramid.h"
+
+#include <QImage>
+#include <QObject>
+#include <QRect>
+#include <QTimer>
+
+#include <memory>
+
+class QPainter;
+class QThread;
+
+namespace lumivert {
+
+/// The photo as it is painted: at once by the painter itself, from a level of the photo's pyramid;
+/// and when its place has stayed for a moment from a picture of just that size, which another
+/// thread makes with a better filter and which is kept for as long as the size stays. Where that
+/// thread or its memory cannot be had, the painter goes on alone.
+class PhotoLayer : public QObject {
+    Q_OBJECT
+public:
+    explicit PhotoLayer(QObject* parent);
+    ~PhotoLayer() override;
+
+    /// Whether that is another photo than before. Null for none.
+    bool setRendition(std::shared_ptr<const ScreenRendition> rendition);
+    [[nodiscard]] bool hasPhoto() const { return m_pyramid != nullptr; }
+
+    /// Paints what shows in `box` of the whole photo in `photo`, both in pixels of `painter`.
+    void paint(QPainter& painter, const QRect& photo, const QRect& box);
+
+    /// Whether the picture for what was painted last stands ready.
+    [[nodiscard]] bool isSettled() const { return !m_settled.isNull(); }
+
+signals:
+    void settled();
+
+private:
+    /// The part of the photo that shows: of `size`, with the whole photo in `photo` around it.
+    struct Part {
+        QRect photo;
+        QSize size;
+
+        bool operator==(const Part&) const = default;
+    };
+
+    static QImage scaledPart(const QImage& level, const Part& part);
+    void settle();
+    void takeMade();
+
+    std::unique_ptr<PhotoPyramid> m_pyramid;
+    /// What was painted last, and the picture of it once there is one.
+    Part m_part;
+    QImage m_settled;
+    bool m_isFirst = true;
+    QTimer m_still;
+    /// The thread at work, what it makes, and of what: nothing once that is not wanted any more.
+    std::unique_ptr<QThread> m_worker;
+    QImage m_made;
+    Part m_inWork;
+};
+
+} // namespace lumivert
