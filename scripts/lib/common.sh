@@ -13,7 +13,7 @@ cd "$top" || exit 1
 
 packages_build=(
   g++ cmake ninja-build pkg-config qt6-base-dev libvips-dev libraw-dev liblcms2-dev
-  libisal-dev libcups2-dev nlohmann-json3-dev libgtest-dev libgmock-dev)
+  libisal-dev libcups2-dev libseccomp-dev nlohmann-json3-dev libgtest-dev libgmock-dev)
 packages_run=(
   zsh cups cups-client cups-filters printer-driver-cups-pdf fonts-dejavu-core qt6-wayland xdg-utils)
 packages_test=(

@@ -1,10 +1,20 @@
 #pragma once
 
+/// The walls around the decoder: what a photo that takes it over can reach. Under a sanitizer,
+/// whose reports need files and calls of their own, shutDoor() leaves Landlock and seccomp out.
 namespace lumivert::decoder {
 
-/// Bounds what a hostile photo can take from the machine: memory (half of what it has, at least
-/// 2 GiB, at most 16), open files, core dumps. Not under a sanitizer, whose shadow is larger.
-void limitResources();
+/// To be called first, on the only thread. Empties the environment, leaves the working directory
+/// for `/`, gives up every right and every way to new ones, and moves into a network without a
+/// device where the system lets it; there the number of threads is bounded as well.
+void leaveSurroundings();
+
+/// To be called when libraries and files are open, on the only thread. From here on nothing can be
+/// opened (EACCES; Landlock, where the kernel has it, says the same), threads can be started, and
+/// any system call that decoding has no use for, such as starting a process or a connection, kills
+/// the process (seccomp). Messages go out at `socket` alone. Where the kernel lacks one of the two,
+/// standard error is told so; then it leads nowhere.
+void shutDoor(int socket);
 
 /// Ends the process as soon as the other end of `socket` closes, whatever it is doing. A thread of
 /// its own watches, since the signal of PR_SET_PDEATHSIG follows the thread that started the

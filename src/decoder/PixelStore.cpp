@@ -9,13 +9,17 @@
 #include <stdexcept>
 #include <string>
 #include <sys/mman.h>
+#include <utility>
 
 namespace lumivert::decoder {
 namespace {
 
 constexpr std::size_t inMemory = std::size_t{256} << 20;
 
-Descriptor namelessFile(std::size_t size) {
+// Made before files are out of reach.
+Descriptor prepared;
+
+Descriptor namelessFile() {
     const char* folder = std::getenv("TMPDIR");
     const std::string path = folder && *folder == '/' ? folder : "/tmp";
     Descriptor file(::open(path.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
@@ -25,8 +29,6 @@ Descriptor namelessFile(std::size_t size) {
         if (file)
             ::unlink(name.c_str());
     }
-    if (!file || ::posix_fallocate(file.get(), 0, static_cast<off_t>(size)) != 0)
-        throw std::runtime_error("no room for the photo's pixels");
     return file;
 }
 
@@ -35,7 +37,9 @@ std::shared_ptr<void> mapping(std::size_t size) {
     if (size <= inMemory) {
         address = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     } else {
-        const Descriptor file = namelessFile(size);
+        const Descriptor file = prepared ? std::move(prepared) : namelessFile();
+        if (!file || ::posix_fallocate(file.get(), 0, static_cast<off_t>(size)) != 0)
+            throw std::runtime_error("no room for the photo's pixels");
         address = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0);
     }
     if (address == MAP_FAILED)
@@ -44,6 +48,10 @@ std::shared_ptr<void> mapping(std::size_t size) {
 }
 
 } // namespace
+
+void preparePixelFile() {
+    prepared = namelessFile();
+}
 
 PixelStore keepPixels(const vips::VImage& image) {
     const std::size_t line = VIPS_IMAGE_SIZEOF_LINE(image.get_image());

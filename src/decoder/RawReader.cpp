@@ -1,5 +1,6 @@
 #include "decoder/RawReader.h"
 
+#include "decoder/Limits.h"
 #include "decoder/Profiles.h"
 
 #include <libraw/libraw.h>
@@ -90,6 +91,7 @@ std::optional<Photo> openRaw(std::span<const std::byte> bytes, const OpenOptions
     // That call already swapped the axes of a turned photo.
     photo.storedSize = photo.orientation >= 5 ? PixelSize{sizes.iheight, sizes.iwidth}
                                               : PixelSize{sizes.iwidth, sizes.iheight};
+    allowPhoto(photo.storedSize, 3 * sizeof(std::uint16_t));
 
     raw->recycle();
     auto& parameters = raw->imgdata.params;

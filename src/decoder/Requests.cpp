@@ -16,7 +16,9 @@
 #include <new>
 #include <span>
 #include <stdexcept>
+#include <string_view>
 #include <sys/mman.h>
+#include <unistd.h>
 
 namespace lumivert::decoder {
 namespace {
@@ -43,23 +45,26 @@ Photo opened(std::span<const std::byte> bytes, const OpenOptions& options) {
     return std::move(*photo);
 }
 
+// Made before nothing can be made any more; a decoder answers once.
+Descriptor preparedAnswer;
+
 // The answer's memory: pixels, then the profile; sealed.
 Descriptor answerFile(const vips::VImage& rendition, const Bytes& profile) {
     const std::size_t pixelBytes = std::size_t{4} * static_cast<std::size_t>(rendition.width()) *
                                    static_cast<std::size_t>(rendition.height());
     const std::size_t size = pixelBytes + profile.size();
-    auto file = memoryFile(size);
-    if (!file)
+    Descriptor file = std::move(preparedAnswer);
+    if (!file || ::ftruncate(file.get(), static_cast<off_t>(size)) != 0)
         throw std::bad_alloc();
-    void* address = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, file->get(), 0);
+    void* address = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0);
     if (address == MAP_FAILED)
         throw std::bad_alloc();
     writeWords(rendition, static_cast<std::uint32_t*>(address));
     std::ranges::copy(profile, static_cast<std::byte*>(address) + pixelBytes);
     ::munmap(address, size);
-    if (!seal(file->get()))
+    if (!seal(file.get()))
         throw std::runtime_error("cannot seal");
-    return std::move(*file);
+    return file;
 }
 
 void load(int socket, const Request& request, std::span<const Descriptor> descriptors) {
@@ -202,6 +207,17 @@ void prepareLibraries(const char* programName) {
     vips_block_untrusted_set(1);
     vips_cache_set_max(0); // nothing is asked twice
     cmsSetLogErrorHandler([](cmsContext, cmsUInt32Number, const char*) {});
+    // A reader that has looked at something has loaded its modules.
+    constexpr std::string_view heic("\0\0\0\x18"
+                                    "ftypheic\0\0\0\0mif1heic",
+                                    24);
+    try {
+        (void)openPhoto(std::as_bytes(std::span(heic)), {});
+    } catch (const std::exception&) {
+        vips_error_clear(); // there is no picture in it
+    }
+    if (auto file = memoryFile(0))
+        preparedAnswer = std::move(*file);
 }
 
 } // namespace lumivert::decoder

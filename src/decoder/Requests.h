@@ -12,7 +12,8 @@ namespace lumivert::decoder {
 /// an answer broke off. Nothing that a photo or a profile contains makes it throw.
 bool serve(int socket, const protocol::Request& request, std::vector<Descriptor> descriptors);
 
-/// To be called once, before anything is decoded: messages, caches, and which readers are trusted.
+/// To be called once, before anything is decoded: messages, caches, which readers are trusted, and
+/// whatever else libraries and the answer need files and modules for.
 void prepareLibraries(const char* programName);
 
 } // namespace lumivert::decoder

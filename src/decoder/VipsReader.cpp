@@ -1,5 +1,6 @@
 #include "decoder/VipsReader.h"
 
+#include "decoder/Limits.h"
 #include "decoder/OwnNumbers.h"
 #include "decoder/Profiles.h"
 
@@ -49,6 +50,15 @@ VImage shrunk(const VSource& source, Container container, PixelSize size, int ed
     return VImage::new_from_source(source, "", loadOptions(container));
 }
 
+// What the loader keeps of all pixels until the last is made. A plain JPEG or PNG comes row by row;
+// a TIFF may hold all its rows in one strip.
+std::size_t heldBytesAPixel(const VImage& image, Container container) {
+    const bool mayComeInRows = container == Container::jpeg || container == Container::png;
+    const bool isInterlaced =
+        image.get_typeof("interlaced") != 0 || image.get_typeof("jpeg-multiscan") != 0;
+    return mayComeInRows && !isInterlaced ? 0 : VIPS_IMAGE_SIZEOF_PEL(image.get_image());
+}
+
 } // namespace
 
 std::optional<Photo> openWithVips(std::span<const std::byte> bytes, const OpenOptions& options) {
@@ -60,6 +70,7 @@ std::optional<Photo> openWithVips(std::span<const std::byte> bytes, const OpenOp
         return std::nullopt;
     Photo photo;
     photo.storedSize = {image.width(), image.height()};
+    allowPhoto(photo.storedSize, heldBytesAPixel(image, facts.container));
     photo.orientation = facts.orientation;
     photo.density = facts.density;
     const auto embedded = blob(image, "icc-profile-data");

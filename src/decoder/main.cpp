@@ -1,4 +1,6 @@
 #include "decoder/Confinement.h"
+#include "decoder/Limits.h"
+#include "decoder/PixelStore.h"
 #include "decoder/Requests.h"
 #include "platform/decoder/DecoderProtocol.h"
 #include "platform/decoder/Packets.h"
@@ -11,17 +13,23 @@
 using namespace lumivert;
 
 int main(int, char** argv) {
+    constexpr int control = protocol::controlDescriptor;
     try {
-        decoder::limitResources();
-        decoder::endWithPeer(protocol::controlDescriptor);
+        ::close_range(control + 1, ~0U, 0);
+        decoder::preparePixelFile(); // asks the environment for the folder
+        decoder::leaveSurroundings();
         decoder::prepareLibraries(argv[0]);
+        decoder::limitResources();
+        decoder::shutDoor(control);
+        decoder::endWithPeer(control);
         protocol::Request request;
-        auto descriptors = protocol::receivePacket(protocol::controlDescriptor,
-                                                   std::as_writable_bytes(std::span(&request, 1)));
+        auto descriptors =
+            protocol::receivePacket(control, std::as_writable_bytes(std::span(&request, 1)));
         if (!descriptors)
             ::_exit(EXIT_SUCCESS); // not needed any more
-        const bool served =
-            decoder::serve(protocol::controlDescriptor, request, std::move(*descriptors));
+        if (request.kind == protocol::Kind::load)
+            ::alarm(decoder::loadSeconds);
+        const bool served = decoder::serve(control, request, std::move(*descriptors));
         // Without tidying up: the system does it at once.
         ::_exit(served ? EXIT_SUCCESS : EXIT_FAILURE);
     } catch (const std::exception&) {
