@@ -5,6 +5,7 @@
 #include "platform/FileSystem.h"
 #include "platform/PdfContext.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -44,7 +45,11 @@ std::shared_ptr<const ColorSpace> PrintManager::chosenColorSpace() const {
     if (!contents)
         return nullptr;
     const auto bytes = std::as_bytes(std::span(*contents));
-    return m_platform.colorSpaces.fromIccProfile(sharedBytes(Bytes(bytes.begin(), bytes.end())));
+    // Building one takes up to 40 ms.
+    if (!m_chosenColorSpace || !std::ranges::equal(bytes, m_chosenColorSpace->profile.view))
+        m_chosenColorSpace =
+            m_platform.colorSpaces.fromIccProfile(sharedBytes(Bytes(bytes.begin(), bytes.end())));
+    return m_chosenColorSpace;
 }
 
 bool PrintManager::renderPage(const std::string& path) const {

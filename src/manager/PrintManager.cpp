@@ -10,7 +10,19 @@ namespace lumivert {
 
 PrintManager::PrintManager(const Platform& platform)
     : m_platform(platform)
-    , m_softProof(std::make_unique<SoftProof>(platform.dispatcher, [this] { announceChange(); })) {
+    , m_softProof(std::make_unique<SoftProof>(
+          platform.dispatcher,
+          [this] {
+              const bool proofed = selectedICCProfile().path.has_value();
+              return SoftProof::Wanted{image, proofed, proofed ? chosenColorSpace() : nullptr,
+                                       renderingIntent};
+          },
+          [this] { announceChange(); })) {
+    const auto follow = [&proof = *m_softProof] { proof.follow(); };
+    m_proofSubscriptions.push_back(image.subscribe(follow));
+    m_proofSubscriptions.push_back(availableICCProfiles.subscribe(follow));
+    m_proofSubscriptions.push_back(selectedICCProfileID.subscribe(follow));
+    m_proofSubscriptions.push_back(renderingIntent.subscribe(follow));
     loadPresets();
     detectPrinters();
 }
@@ -32,6 +44,14 @@ PaperType PrintManager::selectedPaperType() const {
 ICCProfile PrintManager::selectedICCProfile() const {
     return firstWithId(*availableICCProfiles, selectedICCProfileID)
         .value_or(printerManagedProfile());
+}
+
+std::shared_ptr<const ScreenRendition> PrintManager::previewRendition() const {
+    return m_softProof->rendition(image);
+}
+
+ProofState PrintManager::previewProofState() const {
+    return m_softProof->state();
 }
 
 PaperOrientation PrintManager::effectiveOrientation() const {

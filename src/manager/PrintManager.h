@@ -16,15 +16,16 @@
 namespace lumivert {
 
 class SoftProof;
+enum class ProofState;
 
 /// The whole state of the application and every operation on it: the loaded photo, what discovery
 /// found, every print setting, the outcome of the last print, the flags that open dialogs, the
 /// presets. One instance, lent to the views; main thread only.
 ///
-/// Every property notifies at every assignment. Nothing here reacts to a change: whoever changes
-/// `selectedPrinterID` also calls loadPaperSizes and loadMediaTypes (the settings panel does).
-/// Selections are stored as `id`s that their lists need not hold; the derived selections below fall
-/// back to built-in records. Lengths are in millimetres.
+/// Every property notifies at every assignment. Nothing but the soft proof reacts to a change:
+/// whoever changes `selectedPrinterID` also calls loadPaperSizes and loadMediaTypes (the settings
+/// panel does). Selections are stored as `id`s that their lists need not hold; the derived
+/// selections below fall back to built-in records. Lengths are in millimetres.
 class PrintManager : public ObservableObject {
 public:
     /// Gives every property its initial value, loads the presets, then detects the printers, which
@@ -94,9 +95,10 @@ public:
     void loadImage(const FileUrl& from);
 
     /// The current photo for the screen: as the chosen profile will print it once that proof is
-    /// ready (its arrival is announced), plain until then and while the printer manages colour.
-    /// Null without a photo. The proof is started here, on the first read after a change.
-    [[nodiscard]] std::shared_ptr<const ScreenRendition> previewRendition();
+    /// ready (its arrival is announced); until then as it was shown before, a new photo plain. Null
+    /// without a photo. The proof is started on the turn after photo, profile or intent change.
+    [[nodiscard]] std::shared_ptr<const ScreenRendition> previewRendition() const;
+    [[nodiscard]] ProofState previewProofState() const;
 
     // Page geometry, computed on each read.
 
@@ -137,7 +139,10 @@ private:
     void loadPresets();
 
     const Platform m_platform;
+    /// The one built last: most often the file still holds the same.
+    mutable std::shared_ptr<const ColorSpace> m_chosenColorSpace;
     const std::unique_ptr<SoftProof> m_softProof;
+    std::vector<Subscription> m_proofSubscriptions;
 };
 
 } // namespace lumivert

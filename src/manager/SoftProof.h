@@ -2,52 +2,54 @@
 
 #include "platform/Image.h"
 
-#include <cstdint>
 #include <functional>
 #include <memory>
-#include <optional>
-#include <string>
 
 namespace lumivert {
 
 class Dispatcher;
 
-/// Keeps the soft proof of one photo under one profile and intent, made once for each change of any
-/// of them. Main thread.
+/// How the shown photo stands to the chosen profile.
+enum class ProofState {
+    none,   ///< the printer manages colour
+    inWork, ///< what was shown before still is
+    shown,  ///< the photo is shown through the profile
+    failed, ///< the profile cannot be used, or no proof could be made: shown without it
+};
+
+/// Keeps the picture of the current photo for the screen: plain, or as a profile will print it. The
+/// proofs looked at last are kept, so that going back to one shows it at once. Main thread.
 class SoftProof {
 public:
-    /// `arrived` runs on the main thread when a proof that is still wanted stands ready.
-    SoftProof(Dispatcher& dispatcher, std::function<void()> arrived);
-
-    /// What the proof is of. `profilePath` is the identity of the target.
-    struct Request {
+    /// What is to be shown.
+    struct Wanted {
         std::shared_ptr<const Image> image;
-        std::string profilePath;
+        bool proofed = false;
+        /// Null for a profile that cannot be used.
+        std::shared_ptr<const ColorSpace> space;
         RenderingIntent intent = RenderingIntent::perceptual;
-
-        bool operator==(const Request&) const = default;
     };
 
-    /// The proof for `request`, when it stands ready. Otherwise nothing, and the first call of its
-    /// kind starts it, provided that `target` yields a colour space that can be a destination.
-    [[nodiscard]] std::shared_ptr<const ScreenRendition>
-    rendition(const Request& request,
-              const std::function<std::shared_ptr<const ColorSpace>()>& target);
+    /// `wanted` and `changed` run on the main thread, on a later turn than the call that leads to
+    /// them; `changed` when another picture, or another state, stands ready.
+    SoftProof(Dispatcher& dispatcher, std::function<Wanted()> wanted,
+              std::function<void()> changed);
 
-    /// Lets go of the photo and the proof, also of one that is still being made.
-    void clear();
+    /// Something that a proof depends on may have changed. What is wanted is asked for once,
+    /// however often this is called in one turn.
+    void follow();
+
+    /// What to show for `image`: its proof; while that is made what was shown of it before, at
+    /// first the plain photo. Starts nothing. Null without an image.
+    [[nodiscard]] std::shared_ptr<const ScreenRendition>
+    rendition(const std::shared_ptr<const Image>& image) const;
+    [[nodiscard]] ProofState state() const;
 
 private:
-    struct State {
-        std::optional<Request> request;
-        /// Counts the changes; a proof of an earlier one comes too late.
-        std::uint64_t generation = 0;
-        std::shared_ptr<const ScreenRendition> proof;
-        std::function<void()> arrived;
-    };
+    struct State;
 
     Dispatcher& m_dispatcher;
-    // Shared with the pending step, which finds nothing when this object is gone.
+    // Shared with the pending steps, which find nothing when this object is gone.
     std::shared_ptr<State> m_state;
 };
 

@@ -1,9 +1,11 @@
 #include "app/SystemServices.h"
 
 #include "manager/PrintManager.h"
+#include "manager/SoftProof.h"
 #include "support/TemporaryFolder.h"
 
 #include <QColorSpace>
+#include <QCoreApplication>
 #include <QImage>
 #include <gtest/gtest.h>
 
@@ -27,7 +29,8 @@ TEST(SystemServices, canGoWhileASoftProofIsBeingMade) {
         ASSERT_NE(manager.image.get(), nullptr);
         manager.availableICCProfiles = {{profilePath, "Adobe", profilePath, true}};
         manager.selectedICCProfileID = profilePath;
-        ASSERT_NE(manager.previewRendition(), nullptr);
+        QCoreApplication::processEvents(); // the proof is on its way
+        ASSERT_EQ(manager.previewProofState(), ProofState::inWork);
     }
 }
 

@@ -26,6 +26,7 @@ protected:
                        "PageSize/Media Size: *A4 A4.Fullbleed Letter\nMediaType/M: auto Glossy\n");
         manager.emplace(world.platform);
         manager->image = photo;
+        world.dispatcher.runMain();
         world.processes.commands.clear();
     }
 

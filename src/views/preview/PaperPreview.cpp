@@ -2,9 +2,12 @@
 
 #include "manager/PrintManager.h"
 #include "views/controls/Appearance.h"
+#include "views/controls/Labels.h"
 #include "views/controls/Refresh.h"
+#include "views/preview/PreviewTexts.h"
 #include "views/preview/SheetShadow.h"
 
+#include <QAccessibleWidget>
 #include <QEvent>
 #include <QPaintEvent>
 #include <QPainter>
@@ -19,6 +22,11 @@ namespace {
 constexpr double cornerRadius = 2;
 constexpr double outlineWidth = 0.5;
 constexpr double outlineDash = 4;
+
+QAccessibleInterface* accessiblePicture(const QString&, QObject* object) {
+    auto* preview = qobject_cast<PaperPreview*>(object);
+    return preview ? new QAccessibleWidget(preview, QAccessible::Graphic) : nullptr;
+}
 
 /// Edges at the nearest device pixels, counted from the view's corner, which itself need not lie on
 /// one: `origin` is the view's place in its window.
@@ -40,6 +48,8 @@ PaperPreview::PaperPreview(PrintManager& pm, QWidget* parent)
     , m_pm(pm) {
     setAttribute(Qt::WA_OpaquePaintEvent);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+    [[maybe_unused]] static const bool installed =
+        (QAccessible::installFactory(accessiblePicture), true);
     setAccessibleName(tr("Paper preview"));
     connect(&m_photo, &PhotoLayer::settled, this, &PaperPreview::updateSheet);
     whenRefreshed(this, [this] { refresh(); });
@@ -50,6 +60,8 @@ void PaperPreview::refresh() {
     if (m_photo.setRendition(m_pm.previewRendition()))
         update();
     updateFrom(before);
+    setAccessibleDescription(QString::fromStdString(previewSentence(m_pm)));
+    setToolTip(plainToolTip(QString::fromStdString(proofTrouble(m_pm))));
 }
 
 PaperPreview::Picture PaperPreview::pictureNow() const {

@@ -251,6 +251,7 @@ TEST_F(PaperPreviewTest, showsTheProofWhenItArrives) {
     fakes.files.files["/p.icc"] = "profile P";
     pm->availableICCProfiles = std::vector<ICCProfile>{{"p", "P", "/p.icc", false}};
     pm->selectedICCProfileID = "p";
+    fakes.dispatcher.runMain();
     ASSERT_EQ(image->proofs.size(), 1U);
     EXPECT_EQ(pixel(105, 150), photo);
     image->proofs[0].completion(
@@ -258,6 +259,7 @@ TEST_F(PaperPreviewTest, showsTheProofWhenItArrives) {
     fakes.dispatcher.runMain();
     EXPECT_EQ(pixel(105, 150), qRgb(0x30, 0x30, 0x30));
     pm->selectedICCProfileID = "printer_managed";
+    fakes.dispatcher.runMain();
     EXPECT_EQ(pixel(105, 150), photo);
 }
 
