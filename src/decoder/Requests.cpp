@@ -4,8 +4,8 @@
 #include "decoder/Rendition.h"
 #include "decoder/Rows.h"
 #include "decoder/Strips.h"
-#include "platform/decoder/MemoryFile.h"
-#include "platform/decoder/Packets.h"
+#include "platform/system/Packets.h"
+#include "platform/system/SealedMemory.h"
 #include "platform/system/SystemCall.h"
 
 #include <lcms2.h>
@@ -28,7 +28,7 @@ using protocol::Kind;
 using protocol::Request;
 
 bool send(int socket, const Answer& answer, std::span<const int> descriptors = {}) {
-    return protocol::sendPacket(socket, std::as_bytes(std::span(&answer, 1)), descriptors);
+    return sendPacket(socket, std::as_bytes(std::span(&answer, 1)), descriptors);
 }
 
 SharedBytes mapped(const Descriptor& file) {

@@ -3,11 +3,12 @@
 #include "decoder/PixelStore.h"
 #include "decoder/Requests.h"
 #include "platform/decoder/DecoderProtocol.h"
-#include "platform/decoder/Packets.h"
+#include "platform/system/Packets.h"
 
 #include <cstdlib>
 #include <exception>
 #include <span>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 using namespace lumivert;
@@ -15,6 +16,8 @@ using namespace lumivert;
 int main(int, char** argv) {
     constexpr int control = protocol::controlDescriptor;
     try {
+        // It is started by its descriptor, and would be called by that one's number.
+        ::prctl(PR_SET_NAME, "lumivert-decoder");
         ::close_range(control + 1, ~0U, 0);
         decoder::preparePixelFile(); // asks the environment for the folder
         decoder::leaveSurroundings();
@@ -23,8 +26,7 @@ int main(int, char** argv) {
         decoder::shutDoor(control);
         decoder::endWithPeer(control);
         protocol::Request request;
-        auto descriptors =
-            protocol::receivePacket(control, std::as_writable_bytes(std::span(&request, 1)));
+        auto descriptors = receivePacket(control, std::as_writable_bytes(std::span(&request, 1)));
         if (!descriptors)
             ::_exit(EXIT_SUCCESS); // not needed any more
         if (request.kind == protocol::Kind::load)

@@ -4,9 +4,9 @@
 #include "model/FileUrl.h"
 #include "platform/decoder/DecoderClient.h"
 #include "platform/decoder/DecoderProtocol.h"
-#include "platform/decoder/MemoryFile.h"
-#include "platform/decoder/Packets.h"
 #include "platform/system/Descriptor.h"
+#include "platform/system/Packets.h"
+#include "platform/system/SealedMemory.h"
 #include "support/InChild.h"
 #include "support/ScopedEnvironment.h"
 #include "support/TemporaryFolder.h"
@@ -320,8 +320,8 @@ TEST_F(Confinement, endsALoadThatTakesLongerThanItMay) {
     protocol::Request request;
     request.screenEdge = 512;
     const int descriptor = photo->get();
-    ASSERT_TRUE(protocol::sendPacket(decoder.socket.get(), std::as_bytes(std::span(&request, 1)),
-                                     {&descriptor, 1}));
+    ASSERT_TRUE(
+        sendPacket(decoder.socket.get(), std::as_bytes(std::span(&request, 1)), {&descriptor, 1}));
     // Once it works on the photo it is held up, as a photo would that takes forever.
     while (std::stoi(field(decoder.file("status"), "Threads:")) < 3)
         std::this_thread::sleep_for(std::chrono::milliseconds(2));

@@ -1,10 +1,11 @@
 #include "platform/decoder/DecoderImage.h"
 
 #include "platform/decoder/DecoderBitmap.h"
-#include "platform/decoder/MemoryFile.h"
+#include "platform/system/SealedMemory.h"
 
 #include <array>
 #include <cmath>
+#include <new>
 #include <utility>
 
 namespace lumivert {
@@ -57,7 +58,7 @@ std::optional<JpegStream> jpegStream(const Answer& answer, const SharedBytes& pr
 }
 
 std::shared_ptr<const ScreenRendition> makeProof(DecoderService& service, const DecodedPhoto& photo,
-                                                 int screenEdge, const ColorTarget& target) {
+                                                 int screenEdge, const ColorTarget& target) try {
     const auto profile = sealedCopyOf(target.space->profile.view);
     if (!profile)
         return nullptr;
@@ -80,6 +81,8 @@ std::shared_ptr<const ScreenRendition> makeProof(DecoderService& service, const 
     if (!memory)
         return nullptr;
     return std::make_shared<const ScreenRendition>(rendition(reply->answer, *memory));
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/decoder/DecoderProtocol.h"
+#include "platform/system/ChildProcess.h"
 #include "platform/system/Descriptor.h"
 
 #include <chrono>
@@ -9,21 +10,24 @@
 #include <optional>
 #include <span>
 #include <string>
-#include <sys/types.h>
-#include <utility>
 #include <vector>
 
 namespace lumivert {
 
+/// The program that decoders run, opened when this was made and kept open: an update that puts
+/// another one at `path` changes nothing for whoever holds this.
+struct DecoderProgram {
+    explicit DecoderProgram(std::string itsPath);
+
+    std::string path;
+    Descriptor file;
+};
+
 /// One running decoder. Destroyed, it is ended and waited for, whatever it is doing. One thread.
 class DecoderProcess {
 public:
-    /// Starts the program at `path`. Null when it cannot be started.
-    [[nodiscard]] static std::unique_ptr<DecoderProcess> start(const std::string& path);
-
-    DecoderProcess(const DecoderProcess&) = delete;
-    DecoderProcess& operator=(const DecoderProcess&) = delete;
-    ~DecoderProcess();
+    /// Null when it cannot be started.
+    [[nodiscard]] static std::unique_ptr<DecoderProcess> start(const DecoderProgram& program);
 
     [[nodiscard]] bool isRunning();
 
@@ -38,12 +42,12 @@ public:
                                            std::span<const int> descriptors,
                                            std::chrono::milliseconds timeout);
 
-    [[nodiscard]] pid_t pid() const { return m_pid; }
+    [[nodiscard]] pid_t pid() const { return m_child.pid(); }
 
 private:
-    DecoderProcess(pid_t pid, Descriptor socket);
+    DecoderProcess(ChildProcess child, Descriptor socket);
 
-    pid_t m_pid;
+    ChildProcess m_child;
     Descriptor m_socket;
 };
 
@@ -51,7 +55,7 @@ private:
 class DecoderPool {
 public:
     explicit DecoderPool(std::string path)
-        : m_path(std::move(path)) {}
+        : m_program(std::move(path)) {}
 
     /// A decoder that waits for its request; null when none can be started.
     [[nodiscard]] std::unique_ptr<DecoderProcess> take();
@@ -63,7 +67,7 @@ public:
     void close();
 
 private:
-    std::string m_path;
+    const DecoderProgram m_program;
     std::mutex m_mutex;
     std::unique_ptr<DecoderProcess> m_spare;
     bool m_closed = false;

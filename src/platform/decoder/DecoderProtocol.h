@@ -31,7 +31,6 @@ namespace lumivert::protocol {
 inline constexpr std::uint32_t magic = 0x4c564431;
 inline constexpr std::uint32_t version = 1;
 inline constexpr int controlDescriptor = 3;
-inline constexpr std::size_t maximumDescriptors = 3;
 inline constexpr int pipeBytes = 1 << 20;
 
 /// What either side takes for a photo at all.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <system_error>
 #include <utility>
 
 namespace lumivert {
@@ -19,7 +20,7 @@ void DecoderService::runInBackground(const void* owner, std::function<void()> ta
     std::function<void()> overtaken;
     {
         const std::lock_guard lock(m_mutex);
-        if (m_stopped) {
+        if (m_stopped || !hasThread()) {
             overtaken = std::move(cancelled);
         } else {
             const auto waiting = std::ranges::find(m_tasks, owner, &Task::owner);
@@ -28,13 +29,22 @@ void DecoderService::runInBackground(const void* owner, std::function<void()> ta
                 m_tasks.erase(waiting);
             }
             m_tasks.push_back({owner, std::move(task), std::move(cancelled)});
-            if (!m_thread.joinable())
-                m_thread = std::thread([this] { work(); });
             m_wake.notify_one();
         }
     }
     if (overtaken)
         overtaken();
+}
+
+// With the lock held.
+bool DecoderService::hasThread() {
+    try {
+        if (!m_thread.joinable())
+            m_thread = std::thread([this] { work(); });
+        return true;
+    } catch (const std::system_error&) {
+        return false;
+    }
 }
 
 void DecoderService::stop() {

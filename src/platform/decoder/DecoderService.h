@@ -15,7 +15,8 @@
 namespace lumivert {
 
 struct DecoderOptions {
-    /// The program `lumivert-decoder`.
+    /// The program `lumivert-decoder`; the file that stands there when the client is made is what
+    /// runs from then on.
     std::string path;
     /// The longest edge that the screen has use for, in device pixels; asked at every load. Main
     /// thread.
@@ -23,8 +24,10 @@ struct DecoderOptions {
     /// How long a decoder may take to answer. Developing a large camera RAW takes ten seconds on a
     /// slow machine.
     std::chrono::milliseconds answerTimeout{60'000};
-    /// How long a decoder may go without handing over a row.
+    /// How long a decoder may go without handing over a row, and how long all of a page's rows may
+    /// take from their first on. A photo of 400 million samples takes 20 seconds.
     std::chrono::milliseconds rowTimeout{60'000};
+    std::chrono::milliseconds pageTimeout{600'000};
 };
 
 /// What images share with the client that made them, and keep when it is gone. Any thread.
@@ -36,9 +39,9 @@ public:
     [[nodiscard]] const DecoderOptions& options() const { return m_options; }
     [[nodiscard]] DecoderPool& pool() { return m_pool; }
 
-    /// Runs `task` on the background thread, one after the other. A task of the same `owner` that
-    /// still waits is overtaken: its `cancelled` runs, and it does not. After stop() `cancelled`
-    /// runs at once.
+    /// Runs `task`, which throws nothing, on the background thread, one after the other. A task of
+    /// the same `owner` that still waits is overtaken: its `cancelled` runs, and it does not. After
+    /// stop(), and where no thread can be started, `cancelled` runs at once.
     void runInBackground(const void* owner, std::function<void()> task,
                          std::function<void()> cancelled);
 
@@ -67,6 +70,7 @@ private:
         std::function<void()> run;
         std::function<void()> cancelled;
     };
+    [[nodiscard]] bool hasThread();
     void work();
 
     DecoderOptions m_options;

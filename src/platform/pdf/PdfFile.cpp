@@ -1,5 +1,7 @@
 #include "platform/pdf/PdfFile.h"
 
+#include "platform/system/SystemCall.h"
+
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -26,16 +28,16 @@ std::string pdfReference(int number) {
 }
 
 std::unique_ptr<PdfFile> PdfFile::create(const std::string& path) {
-    const int descriptor =
-        ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    if (descriptor < 0)
+    Descriptor file(
+        ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (!file)
         return nullptr;
-    return std::unique_ptr<PdfFile>(new PdfFile(path, descriptor));
+    return std::unique_ptr<PdfFile>(new PdfFile(path, std::move(file)));
 }
 
-PdfFile::PdfFile(std::string path, int descriptor)
+PdfFile::PdfFile(std::string path, Descriptor file)
     : m_path(std::move(path))
-    , m_descriptor(descriptor)
+    , m_descriptor(std::move(file))
     , m_offsets(1, 0) {
     m_buffer.reserve(bufferSize);
     // The comment of four high bytes marks the file as binary (ISO 32000-1, 7.5.2).
@@ -114,8 +116,7 @@ bool PdfFile::finish(int catalog) {
     if (m_failed)
         return false;
     // A network file system may report a full disk only here.
-    const int descriptor = std::exchange(m_descriptor, -1);
-    if (::close(descriptor) != 0 && errno != EINTR) {
+    if (::close(m_descriptor.release()) != 0 && errno != EINTR) {
         m_failed = true;
         ::unlink(m_path.c_str());
         return false;
@@ -126,11 +127,9 @@ bool PdfFile::finish(int catalog) {
 
 void PdfFile::fail() {
     m_failed = true;
-    if (m_descriptor < 0)
-        return;
-    if (pathLeadsHere())
+    if (m_descriptor && pathLeadsHere())
         ::unlink(m_path.c_str());
-    ::close(std::exchange(m_descriptor, -1));
+    m_descriptor.reset();
 }
 
 void PdfFile::put(std::string_view text) {
@@ -154,24 +153,20 @@ void PdfFile::flush() {
 }
 
 void PdfFile::writeOut(std::span<const std::byte> bytes) {
-    while (!m_failed && !bytes.empty()) {
-        const ssize_t count = ::write(m_descriptor, bytes.data(), bytes.size());
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0) {
-            fail();
-            return;
-        }
-        m_written += static_cast<std::uint64_t>(count);
-        bytes = bytes.subspan(static_cast<std::size_t>(count));
+    if (m_failed)
+        return;
+    if (!writeAll(m_descriptor.get(), bytes)) {
+        fail();
+        return;
     }
+    m_written += bytes.size();
 }
 
 // The folder may have been removed or moved, the name given to another file.
 bool PdfFile::pathLeadsHere() const {
     struct stat file {};
     struct stat named {};
-    return ::fstat(m_descriptor, &file) == 0 && ::lstat(m_path.c_str(), &named) == 0 &&
+    return ::fstat(m_descriptor.get(), &file) == 0 && ::lstat(m_path.c_str(), &named) == 0 &&
            file.st_dev == named.st_dev && file.st_ino == named.st_ino;
 }
 

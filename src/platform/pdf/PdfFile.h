@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/system/Descriptor.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -53,7 +55,7 @@ public:
     [[nodiscard]] bool finish(int catalog);
 
 private:
-    PdfFile(std::string path, int descriptor);
+    PdfFile(std::string path, Descriptor file);
 
     void put(std::string_view text);
     void put(std::span<const std::byte> bytes);
@@ -63,7 +65,7 @@ private:
     [[nodiscard]] bool pathLeadsHere() const;
 
     std::string m_path;
-    int m_descriptor;
+    Descriptor m_descriptor;
     bool m_failed = false;
     bool m_finished = false;
     std::vector<std::byte> m_buffer;

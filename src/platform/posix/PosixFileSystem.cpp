@@ -1,7 +1,6 @@
 #include "platform/posix/PosixFileSystem.h"
 
 #include "platform/posix/FolderWalk.h"
-#include "platform/posix/ReadToEnd.h"
 #include "platform/system/Descriptor.h"
 #include "platform/system/SystemCall.h"
 

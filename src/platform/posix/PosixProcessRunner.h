@@ -4,11 +4,9 @@
 
 namespace lumivert {
 
-/// Runs programs with posix_spawn. The child gets descriptors 0, 1 and 2 and no other, the default
-/// disposition of every signal and an empty signal mask, whatever this program ignores or blocks.
-///
-/// A SIGCHLD that is ignored (a disposition a program can be started with) is set back to its
-/// default for good: the kernel would otherwise throw the exit status away (waitpid(2)).
+/// Runs programs as children that get descriptors 0, 1 and 2 and no other, and that are killed when
+/// this process ends before them. Output goes to a pipe of 1 MiB; where the system gives none of
+/// that size (a user with many pipes), to an unnamed file in memory.
 ///
 /// A failure is described as the executable, a colon and the system's words for the error.
 class PosixProcessRunner : public ProcessRunner {

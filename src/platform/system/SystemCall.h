@@ -1,9 +1,10 @@
 #pragma once
 
 #include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <span>
-#include <unistd.h>
+#include <string>
 
 namespace lumivert {
 
@@ -18,15 +19,13 @@ auto retryingInterrupts(Call call) {
 }
 
 /// Writes all of `bytes`, however many calls that takes. False when the system refuses.
-[[nodiscard]] inline bool writeAll(int fd, std::span<const std::byte> bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written =
-            retryingInterrupts([&] { return ::write(fd, bytes.data(), bytes.size()); });
-        if (written <= 0)
-            return false;
-        bytes = bytes.subspan(static_cast<std::size_t>(written));
-    }
-    return true;
-}
+[[nodiscard]] bool writeAll(int fd, std::span<const std::byte> bytes);
+
+/// Appends what `fd` holds from its position up to end of file. False when reading failed before
+/// the end; `bytes` then has what came until then.
+[[nodiscard]] bool readToEnd(int fd, std::string& bytes);
+
+/// Waits until the descriptor can be read or its other end has closed; false at `deadline`.
+[[nodiscard]] bool waitReadable(int fd, std::chrono::steady_clock::time_point deadline);
 
 } // namespace lumivert

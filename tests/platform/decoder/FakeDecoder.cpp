@@ -1,8 +1,8 @@
 // A decoder that misbehaves in the way that the first word of the "photo" says. "good" behaves:
 // 2 x 2 pixels, RGB of 8 bits, density 72.
 #include "platform/decoder/DecoderProtocol.h"
-#include "platform/decoder/MemoryFile.h"
-#include "platform/decoder/Packets.h"
+#include "platform/system/Packets.h"
+#include "platform/system/SealedMemory.h"
 
 #include <array>
 #include <csignal>
@@ -31,12 +31,12 @@ void crash() {
 }
 
 void send(const Answer& answer, std::span<const int> descriptors) {
-    if (!protocol::sendPacket(socketFd, std::as_bytes(std::span(&answer, 1)), descriptors))
+    if (!sendPacket(socketFd, std::as_bytes(std::span(&answer, 1)), descriptors))
         std::_Exit(2);
 }
 
 void sendText(const std::string& text) {
-    if (!protocol::sendPacket(socketFd, std::as_bytes(std::span(text)), {}))
+    if (!sendPacket(socketFd, std::as_bytes(std::span(text)), {}))
         std::_Exit(2);
 }
 
@@ -170,7 +170,7 @@ int main() {
         return 0;
     protocol::Request request;
     const auto descriptors =
-        protocol::receivePacket(socketFd, std::as_writable_bytes(std::span(&request, 1)));
+        receivePacket(socketFd, std::as_writable_bytes(std::span(&request, 1)));
     if (!descriptors)
         return 0;
     std::array<char, 32> text{};

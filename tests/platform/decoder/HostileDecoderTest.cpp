@@ -1,6 +1,5 @@
 #include "model/FileUrl.h"
 #include "platform/decoder/DecoderClient.h"
-#include "platform/decoder/Packets.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -10,12 +9,8 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <fcntl.h>
 #include <future>
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/uio.h>
 #include <sys/wait.h>
 #include <thread>
 
@@ -148,33 +143,6 @@ TEST(SoftProof, doesNotHoldUpAProgramThatQuits) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, 10s);
 }
 
-TEST(Packets, bringNoMoreDescriptorsThanAgreed) {
-    std::array<int, 2> ends{};
-    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()), 0);
-    const Descriptor mine(ends[0]);
-    const Descriptor its(ends[1]);
-    const std::array<int, 4> four{its.get(), its.get(), its.get(), its.get()};
-    for (const std::size_t count : {3u, 4u}) {
-        char byte = 'x';
-        iovec part{&byte, 1};
-        alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof four)> control{};
-        msghdr message{};
-        message.msg_iov = &part;
-        message.msg_iovlen = 1;
-        message.msg_control = control.data();
-        message.msg_controllen = CMSG_SPACE(count * sizeof(int));
-        cmsghdr* header = CMSG_FIRSTHDR(&message);
-        header->cmsg_level = SOL_SOCKET;
-        header->cmsg_type = SCM_RIGHTS;
-        header->cmsg_len = CMSG_LEN(count * sizeof(int));
-        std::memcpy(CMSG_DATA(header), four.data(), count * sizeof(int));
-        ASSERT_EQ(::sendmsg(its.get(), &message, 0), 1);
-        std::byte received{};
-        const auto descriptors = protocol::receivePacket(mine.get(), {&received, 1});
-        EXPECT_EQ(descriptors.has_value(), count == 3) << count;
-    }
-}
-
 TEST_F(HostileDecoder, makesNoSoftProofThatCannotBeMade) {
     const auto image = decode("good");
     ASSERT_TRUE(image);
@@ -251,7 +219,7 @@ TEST(DecoderProcess, endsWithTheProgramThatStartedIt) {
     const pid_t program = ::fork();
     ASSERT_GE(program, 0);
     if (program == 0) {
-        const auto decoder = DecoderProcess::start(LUMIVERT_DECODER);
+        const auto decoder = DecoderProcess::start(DecoderProgram(LUMIVERT_DECODER));
         const pid_t number = decoder ? decoder->pid() : -1;
         if (::write(ends[1], &number, sizeof number) != sizeof number)
             ::_exit(1);

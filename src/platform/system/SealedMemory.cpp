@@ -1,4 +1,4 @@
-#include "platform/decoder/MemoryFile.h"
+#include "platform/system/SealedMemory.h"
 
 #include "platform/system/SystemCall.h"
 
@@ -25,9 +25,8 @@ std::uint64_t largestCopy() {
 bool copyByReading(int from, int to, std::uint64_t room) {
     std::vector<std::byte> block(std::size_t{1} << 20);
     for (;;) {
-        const ssize_t count = ::read(from, block.data(), block.size());
-        if (count < 0 && errno == EINTR)
-            continue;
+        const ssize_t count =
+            retryingInterrupts([&] { return ::read(from, block.data(), block.size()); });
         if (count <= 0)
             return count == 0;
         if (static_cast<std::uint64_t>(count) > room)
@@ -43,17 +42,15 @@ bool copyAll(int from, int to, std::uint64_t room) {
     constexpr std::uint64_t block = std::uint64_t{64} << 20;
     for (;;) {
         // One byte more than there is room for tells a file that ends from one that does not.
-        const ssize_t count = ::sendfile(to, from, nullptr, std::min(block, room + 1));
+        const ssize_t count = retryingInterrupts(
+            [&] { return ::sendfile(to, from, nullptr, std::min(block, room + 1)); });
         if (count == 0)
             return true;
         if (count < 0 && (errno == EINVAL || errno == ENOSYS))
             return copyByReading(from, to, room);
-        if (count < 0 && errno != EINTR)
+        if (count < 0 || static_cast<std::uint64_t>(count) > room)
             return false;
-        if (count > 0 && static_cast<std::uint64_t>(count) > room)
-            return false;
-        if (count > 0)
-            room -= static_cast<std::uint64_t>(count);
+        room -= static_cast<std::uint64_t>(count);
     }
 }
 

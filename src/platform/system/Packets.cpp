@@ -1,22 +1,21 @@
-#include "platform/decoder/Packets.h"
+#include "platform/system/Packets.h"
 
-#include "platform/decoder/DecoderProtocol.h"
+#include "platform/system/SystemCall.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstring>
 #include <sys/socket.h>
 
-namespace lumivert::protocol {
+namespace lumivert {
 namespace {
 
-constexpr std::size_t controlBytes = CMSG_SPACE(sizeof(int) * maximumDescriptors);
+constexpr std::size_t controlBytes = CMSG_SPACE(sizeof(int) * maximumPacketDescriptors);
 
 } // namespace
 
 bool sendPacket(int socket, std::span<const std::byte> packet, std::span<const int> descriptors) {
-    if (descriptors.size() > maximumDescriptors)
+    if (descriptors.size() > maximumPacketDescriptors)
         return false;
     iovec part{const_cast<std::byte*>(packet.data()), packet.size()};
     alignas(cmsghdr) std::array<char, controlBytes> control{};
@@ -32,10 +31,8 @@ bool sendPacket(int socket, std::span<const std::byte> packet, std::span<const i
         header->cmsg_len = CMSG_LEN(descriptors.size_bytes());
         std::memcpy(CMSG_DATA(header), descriptors.data(), descriptors.size_bytes());
     }
-    ssize_t sent = -1;
-    do
-        sent = ::sendmsg(socket, &message, MSG_NOSIGNAL);
-    while (sent < 0 && errno == EINTR);
+    const ssize_t sent =
+        retryingInterrupts([&] { return ::sendmsg(socket, &message, MSG_NOSIGNAL); });
     return sent == static_cast<ssize_t>(packet.size());
 }
 
@@ -47,10 +44,8 @@ std::optional<std::vector<Descriptor>> receivePacket(int socket, std::span<std::
     message.msg_iovlen = 1;
     message.msg_control = control.data();
     message.msg_controllen = control.size();
-    ssize_t received = -1;
-    do
-        received = ::recvmsg(socket, &message, MSG_CMSG_CLOEXEC);
-    while (received < 0 && errno == EINTR);
+    const ssize_t received =
+        retryingInterrupts([&] { return ::recvmsg(socket, &message, MSG_CMSG_CLOEXEC); });
     if (received <= 0)
         return std::nullopt;
     std::vector<Descriptor> descriptors;
@@ -68,9 +63,9 @@ std::optional<std::vector<Descriptor>> receivePacket(int socket, std::span<std::
     if (static_cast<std::size_t>(received) != packet.size() ||
         (message.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0 ||
         // Alignment leaves room for one more than is asked for.
-        descriptors.size() > maximumDescriptors)
+        descriptors.size() > maximumPacketDescriptors)
         return std::nullopt;
     return descriptors;
 }
 
-} // namespace lumivert::protocol
+} // namespace lumivert

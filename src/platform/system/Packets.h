@@ -7,18 +7,20 @@
 #include <span>
 #include <vector>
 
-/// Packets with descriptors over a SOCK_SEQPACKET socket; both ends of the decoder's door.
-namespace lumivert::protocol {
+/// Packets with descriptors over a SOCK_SEQPACKET socket.
+namespace lumivert {
 
-/// Sends one packet, at most `maximumDescriptors` descriptors beside it. Whether it went out whole;
-/// a closed peer is a failure, not a signal.
+inline constexpr std::size_t maximumPacketDescriptors = 3;
+
+/// Sends one packet, at most `maximumPacketDescriptors` descriptors beside it. Whether it went out
+/// whole; a closed peer is a failure, not a signal.
 [[nodiscard]] bool sendPacket(int socket, std::span<const std::byte> packet,
                               std::span<const int> descriptors);
 
 /// Waits for one packet of exactly `packet.size()` bytes and returns the descriptors that came with
 /// it, close-on-exec. Nothing at the stream's end, and for a packet of another length or with more
-/// than `maximumDescriptors`, whose descriptors are closed.
+/// than `maximumPacketDescriptors`, whose descriptors are closed.
 [[nodiscard]] std::optional<std::vector<Descriptor>> receivePacket(int socket,
                                                                    std::span<std::byte> packet);
 
-} // namespace lumivert::protocol
+} // namespace lumivert
