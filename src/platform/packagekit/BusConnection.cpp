@@ -1,5 +1,6 @@
 #include "platform/packagekit/BusConnection.h"
 
+#include <QDBusPendingCallWatcher>
 #include <QMetaObject>
 #include <QThread>
 
@@ -62,6 +63,16 @@ void BusConnection::answer() {
         return;
     const QDBusConnection bus(m_name);
     onOpen(bus.isConnected() ? std::optional(bus) : std::nullopt);
+}
+
+void callBus(const QDBusConnection& bus, const QDBusMessage& call, int timeoutMs, QObject* context,
+             std::function<void(const QDBusMessage& reply)> onReply) {
+    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, timeoutMs), context);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
+                     [onReply = std::move(onReply)](QDBusPendingCallWatcher* finished) {
+                         finished->deleteLater();
+                         onReply(finished->reply());
+                     });
 }
 
 } // namespace lumivert

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QObject>
 #include <QString>
 
@@ -14,8 +15,6 @@ namespace lumivert {
 /// A connection of its own to a message bus, made when it is first asked for, on another thread: a
 /// bus that is slow to answer does not hold up the caller's. Used from one thread.
 class BusConnection : public QObject {
-    Q_OBJECT
-
 public:
     using OnOpen = std::function<void(const std::optional<QDBusConnection>& bus)>;
 
@@ -24,11 +23,8 @@ public:
     ~BusConnection() override;
 
     /// Hands over the connection on a later turn, made anew if it broke; nothing when there is no
-    /// bus. One request at a time.
+    /// bus. A request that still waits is replaced.
     void open(OnOpen onOpen);
-
-    /// The request that waits gets no answer any more.
-    void forget() { m_onOpen = nullptr; }
 
 private:
     void answer();
@@ -38,5 +34,10 @@ private:
     OnOpen m_onOpen;
     QThread* m_thread = nullptr;
 };
+
+/// Sends `call` and hands its answer, which may be an error, to `onReply`: once, from the event
+/// loop, unless `context` is destroyed before.
+void callBus(const QDBusConnection& bus, const QDBusMessage& call, int timeoutMs, QObject* context,
+             std::function<void(const QDBusMessage& reply)> onReply);
 
 } // namespace lumivert

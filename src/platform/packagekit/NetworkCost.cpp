@@ -1,9 +1,9 @@
 #include "platform/packagekit/NetworkCost.h"
 
+#include "platform/packagekit/BusConnection.h"
 #include "platform/packagekit/PackageKitNames.h"
 
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
 
 #include <optional>
@@ -14,22 +14,16 @@ namespace {
 
 constexpr int timeoutMs = 25'000;
 
-void readNumber(QDBusConnection& bus, QObject* context, const QString& service, const QString& path,
-                const QString& property, bool startService,
-                std::function<void(std::optional<uint>)> onRead) {
+QDBusMessage readProperty(const QString& service, const QString& path, const QString& property) {
     QDBusMessage message = QDBusMessage::createMethodCall(
         service, path, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
     message << service << property;
-    message.setAutoStartService(startService);
-    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(message, timeoutMs), context);
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
-                     [onRead = std::move(onRead)](QDBusPendingCallWatcher* finished) {
-                         finished->deleteLater();
-                         const QVariant value =
-                             finished->reply().arguments().value(0).value<QDBusVariant>().variant();
-                         onRead(value.typeId() == QMetaType::UInt ? std::optional(value.toUInt())
-                                                                  : std::nullopt);
-                     });
+    return message;
+}
+
+std::optional<uint> numberIn(const QDBusMessage& reply) {
+    const QVariant value = reply.arguments().value(0).value<QDBusVariant>().variant();
+    return value.typeId() == QMetaType::UInt ? std::optional(value.toUInt()) : std::nullopt;
 }
 
 // The values of NetworkManager's NMMetered: yes, no, and the two guesses.
@@ -42,33 +36,37 @@ NetworkCost costFromMetered(std::optional<uint> value) {
 }
 
 NetworkCost costFromNetworkState(std::optional<uint> value) {
-    if (value == packagekit::networks::offline)
+    if (value == packagekit::networkOffline)
         return NetworkCost::offline;
-    if (value == packagekit::networks::mobile)
+    if (value == packagekit::networkMobile)
         return NetworkCost::metered;
-    if (value == packagekit::networks::wired)
+    if (value == packagekit::networkWired)
         return NetworkCost::free;
     return NetworkCost::unknown; // a wireless network may be a telephone's
 }
 
 } // namespace
 
-void findNetworkCost(QDBusConnection bus, QObject* context,
+void findNetworkCost(const QDBusConnection& bus, QObject* context,
                      std::function<void(NetworkCost)> onKnown) {
-    readNumber(bus, context, QStringLiteral("org.freedesktop.NetworkManager"),
-               QStringLiteral("/org/freedesktop/NetworkManager"), QStringLiteral("Metered"), false,
-               [bus, context, onKnown = std::move(onKnown)](std::optional<uint> metered) mutable {
-                   const NetworkCost cost = costFromMetered(metered);
-                   if (cost != NetworkCost::unknown) {
-                       onKnown(cost);
-                       return;
-                   }
-                   readNumber(bus, context, packagekit::serviceName(), packagekit::servicePath(),
-                              QStringLiteral("NetworkState"), true,
-                              [onKnown = std::move(onKnown)](std::optional<uint> state) {
-                                  onKnown(costFromNetworkState(state));
-                              });
-               });
+    QDBusMessage metered =
+        readProperty(QStringLiteral("org.freedesktop.NetworkManager"),
+                     QStringLiteral("/org/freedesktop/NetworkManager"), QStringLiteral("Metered"));
+    metered.setAutoStartService(false);
+    callBus(bus, metered, timeoutMs, context,
+            [bus, context, onKnown = std::move(onKnown)](const QDBusMessage& reply) {
+                const NetworkCost cost = costFromMetered(numberIn(reply));
+                if (cost != NetworkCost::unknown) {
+                    onKnown(cost);
+                    return;
+                }
+                callBus(bus,
+                        readProperty(packagekit::serviceName(), packagekit::servicePath(),
+                                     QStringLiteral("NetworkState")),
+                        timeoutMs, context, [onKnown](const QDBusMessage& state) {
+                            onKnown(costFromNetworkState(numberIn(state)));
+                        });
+            });
 }
 
 } // namespace lumivert

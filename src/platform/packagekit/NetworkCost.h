@@ -18,7 +18,7 @@ enum class NetworkCost {
 /// Asks NetworkManager, and where there is none the package service, which knows less: it tells a
 /// mobile network from a wired one. `onKnown` is called once, from the event loop, unless `context`
 /// is destroyed before.
-void findNetworkCost(QDBusConnection bus, QObject* context,
+void findNetworkCost(const QDBusConnection& bus, QObject* context,
                      std::function<void(NetworkCost)> onKnown);
 
 } // namespace lumivert

@@ -1,54 +1,52 @@
+#include "platform/packagekit/PackageKitFailures.h"
+
 #include "platform/packagekit/PackageKitNames.h"
-#include "platform/packagekit/PackageKitTransaction.h"
+
+#include <QDBusError>
+
+#include <span>
+#include <utility>
 
 namespace lumivert {
 
 namespace {
 
-using namespace packagekit;
+using Problems = std::span<const std::pair<uint, UpdateProblem>>;
 
-UpdateProblem problemOfCode(uint code) {
-    switch (code) {
-    case errors::noNetwork:
-        return UpdateProblem::noNetwork;
-    case errors::notAuthorized:
-        return UpdateProblem::notAuthorized;
-    case errors::gpgFailure:
-    case errors::badGpgSignature:
-    case errors::missingGpgSignature:
-    case errors::cannotInstallRepoUnsigned:
-    case errors::cannotUpdateRepoUnsigned:
-        return UpdateProblem::untrusted;
-    case errors::packageDownloadFailed:
-    case errors::repoConfigurationError:
-    case errors::repoNotAvailable:
-    case errors::noMoreMirrors:
-    case errors::cannotFetchSources:
-        return UpdateProblem::sourcesUnreadable;
-    case errors::noSpaceOnDevice:
-        return UpdateProblem::noSpace;
-    case errors::cannotGetLock:
-    case errors::lockRequired:
-        return UpdateProblem::busy;
-    case errors::transactionCancelled:
-    case errors::cancelledPriority:
-        return UpdateProblem::interrupted;
-    default:
-        return UpdateProblem::other;
-    }
-}
+// The error numbers of PackageKit (PK_ERROR_ENUM_… of packagekit-glib2 1.2.6) that can be told
+// apart in words.
+constexpr std::pair<uint, UpdateProblem> problemsByCode[] = {
+    {2, UpdateProblem::noNetwork},
+    {5, UpdateProblem::untrusted},          // GPG failure
+    {10, UpdateProblem::sourcesUnreadable}, // package download failed
+    {17, UpdateProblem::interrupted},       // transaction cancelled
+    {26, UpdateProblem::busy},              // cannot get lock
+    {30, UpdateProblem::untrusted},         // bad GPG signature
+    {31, UpdateProblem::untrusted},         // missing GPG signature
+    {33, UpdateProblem::sourcesUnreadable}, // repository configuration error
+    {37, UpdateProblem::sourcesUnreadable}, // repository not available
+    {43, UpdateProblem::sourcesUnreadable}, // no more mirrors to try
+    {46, UpdateProblem::noSpace},
+    {48, UpdateProblem::notAuthorized},
+    {50, UpdateProblem::untrusted},         // cannot install from an unsigned repository
+    {51, UpdateProblem::untrusted},         // cannot update from an unsigned repository
+    {64, UpdateProblem::sourcesUnreadable}, // cannot fetch sources
+    {65, UpdateProblem::interrupted},       // cancelled for one of higher priority
+    {67, UpdateProblem::busy},              // lock required
+};
 
-UpdateProblem problemOfExit(uint exit) {
-    switch (exit) {
-    case exits::needUntrusted:
-        return UpdateProblem::untrusted;
-    case exits::cancelled:
-    case exits::cancelledPriority:
-    case exits::killed:
-        return UpdateProblem::interrupted;
-    default:
-        return UpdateProblem::other;
-    }
+constexpr std::pair<uint, UpdateProblem> problemsByExit[] = {
+    {packagekit::exitCancelled, UpdateProblem::interrupted},
+    {packagekit::exitKilled, UpdateProblem::interrupted},
+    {packagekit::exitNeedUntrusted, UpdateProblem::untrusted},
+    {packagekit::exitCancelledPriority, UpdateProblem::interrupted},
+};
+
+UpdateProblem problemOf(uint number, Problems problems) {
+    for (const auto& [known, problem] : problems)
+        if (known == number)
+            return problem;
+    return UpdateProblem::other;
 }
 
 } // namespace
@@ -56,9 +54,9 @@ UpdateProblem problemOfExit(uint exit) {
 std::optional<UpdateFailure> packageKitFailure(uint exit, std::optional<uint> code,
                                                const QString& details) {
     // An error beside a success is a warning.
-    if (exit == exits::success)
+    if (exit == packagekit::exitSuccess)
         return std::nullopt;
-    return UpdateFailure{code ? problemOfCode(*code) : problemOfExit(exit),
+    return UpdateFailure{code ? problemOf(*code, problemsByCode) : problemOf(exit, problemsByExit),
                          details.trimmed().toStdString()};
 }
 

@@ -1,9 +1,9 @@
 #include "platform/packagekit/PackageKitTransaction.h"
 
+#include "platform/packagekit/BusConnection.h"
+#include "platform/packagekit/PackageKitFailures.h"
 #include "platform/packagekit/PackageKitNames.h"
 
-#include <QDBusArgument>
-#include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
 #include <QTimer>
 #include <QVariantMap>
@@ -36,20 +36,17 @@ void PackageKitTransaction::start(UpdateEngine::OnProgress onProgress,
     m_onDone = std::move(onDone);
     m_bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                   QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
-                  this, SLOT(onBusLost()));
-    call(QDBusMessage::createMethodCall(serviceName(), servicePath(), serviceInterface(),
+                  this, SLOT(onLost()));
+    call(QDBusMessage::createMethodCall(serviceName(), servicePath(), serviceName(),
                                         QStringLiteral("CreateTransaction")),
          replyTimeoutMs, &PackageKitTransaction::onCreated);
 }
 
 void PackageKitTransaction::call(const QDBusMessage& message, int timeoutMs, OnReply onReply) {
-    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message, timeoutMs), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, onReply](QDBusPendingCallWatcher* finished) {
-                finished->deleteLater();
-                if (m_onDone)
-                    (this->*onReply)(finished->reply());
-            });
+    callBus(m_bus, message, timeoutMs, this, [this, onReply](const QDBusMessage& reply) {
+        if (m_onDone)
+            (this->*onReply)(reply);
+    });
 }
 
 QDBusMessage PackageKitTransaction::method(const QString& name) const {
@@ -58,18 +55,29 @@ QDBusMessage PackageKitTransaction::method(const QString& name) const {
 
 void PackageKitTransaction::onCreated(const QDBusMessage& reply) {
     if (reply.type() == QDBusMessage::ErrorMessage) {
-        m_result.failure = packageKitCallFailure(reply, false);
-        conclude();
+        fail(packageKitCallFailure(reply, false));
         return;
     }
     m_path = reply.arguments().value(0).value<QDBusObjectPath>().path();
-    // From here on by the unique name: a service that was started anew knows nothing of this
-    // transaction, and nobody else can speak for it.
-    m_service = reply.service();
     if (m_path.isEmpty()) {
-        fail(UpdateProblem::other, QStringLiteral("The service made no transaction."));
+        fail({UpdateProblem::other, "The service made no transaction."});
         return;
     }
+    // From here on by the unique name: a service that was started anew knows nothing of this
+    // transaction, and nobody else can speak for it. Newer versions of Qt do not tell who replied.
+    QDBusMessage ask = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetNameOwner"));
+    ask << serviceName();
+    call(ask, replyTimeoutMs, &PackageKitTransaction::onOwnerKnown);
+}
+
+void PackageKitTransaction::onOwnerKnown(const QDBusMessage& reply) {
+    if (reply.type() == QDBusMessage::ErrorMessage) {
+        fail(packageKitCallFailure(reply, true));
+        return;
+    }
+    m_service = reply.arguments().value(0).toString();
     m_bus.connect(m_service, m_path, transactionInterface(), QString(), this,
                   SLOT(onSignal(QDBusMessage)));
     m_bus.connect(m_service, m_path, QStringLiteral("org.freedesktop.DBus.Properties"),
@@ -77,7 +85,7 @@ void PackageKitTransaction::onCreated(const QDBusMessage& reply) {
     auto* watcher = new QDBusServiceWatcher(m_service, m_bus,
                                             QDBusServiceWatcher::WatchForUnregistration, this);
     connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this,
-            [this] { fail(UpdateProblem::serviceLost, {}); });
+            &PackageKitTransaction::onLost);
 
     QStringList hints{
         m_request.quiet ? QStringLiteral("interactive=false") : QStringLiteral("interactive=true"),
@@ -92,8 +100,7 @@ void PackageKitTransaction::onCreated(const QDBusMessage& reply) {
 void PackageKitTransaction::onHintsTaken(const QDBusMessage& reply) {
     // Without its hint the service may ask for a password, which nobody is there for.
     if (reply.type() == QDBusMessage::ErrorMessage && m_request.quiet) {
-        m_result.failure = packageKitCallFailure(reply, true);
-        conclude();
+        fail(packageKitCallFailure(reply, true));
         return;
     }
     QDBusMessage message = method(m_request.role);
@@ -102,10 +109,8 @@ void PackageKitTransaction::onHintsTaken(const QDBusMessage& reply) {
 }
 
 void PackageKitTransaction::onRoleTaken(const QDBusMessage& reply) {
-    if (reply.type() != QDBusMessage::ErrorMessage)
-        return;
-    m_result.failure = packageKitCallFailure(reply, true);
-    conclude();
+    if (reply.type() == QDBusMessage::ErrorMessage)
+        fail(packageKitCallFailure(reply, true));
 }
 
 void PackageKitTransaction::onSignal(const QDBusMessage& signal) {
@@ -118,20 +123,9 @@ void PackageKitTransaction::onSignal(const QDBusMessage& signal) {
         if (signature == QLatin1String("sa{sv}as"))
             onPropertiesChanged(signal);
     } else if (name == QLatin1String("Package") && signature == QLatin1String("uss")) {
-        addPackage(arguments[0].toUInt(), arguments[1].toString(), arguments[2].toString());
+        m_result.packages.push_back({arguments[0].toUInt() & infoMask, arguments[1].toString()});
     } else if (name == QLatin1String("Packages") && signature == QLatin1String("a(uss)")) {
-        const auto list = arguments[0].value<QDBusArgument>();
-        list.beginArray();
-        while (!list.atEnd()) {
-            uint info = 0;
-            QString id;
-            QString summary;
-            list.beginStructure();
-            list >> info >> id >> summary;
-            list.endStructure();
-            addPackage(info, id, summary);
-        }
-        list.endArray();
+        addPackages(arguments[0].value<QDBusArgument>());
     } else if (name == QLatin1String("UpdateDetail") &&
                signature == QLatin1String("sasasasasasussuss")) {
         const QString text = arguments[7].toString().trimmed();
@@ -146,8 +140,18 @@ void PackageKitTransaction::onSignal(const QDBusMessage& signal) {
     }
 }
 
-void PackageKitTransaction::addPackage(uint info, const QString& id, const QString& summary) {
-    m_result.packages.push_back({info & infoMask, id, summary});
+void PackageKitTransaction::addPackages(const QDBusArgument& list) {
+    list.beginArray();
+    while (!list.atEnd()) {
+        uint info = 0;
+        QString id;
+        QString summary;
+        list.beginStructure();
+        list >> info >> id >> summary;
+        list.endStructure();
+        m_result.packages.push_back({info & infoMask, id});
+    }
+    list.endArray();
 }
 
 void PackageKitTransaction::onPropertiesChanged(const QDBusMessage& signal) {
@@ -157,16 +161,16 @@ void PackageKitTransaction::onPropertiesChanged(const QDBusMessage& signal) {
     m_status = changed.value(QStringLiteral("Status"), m_status).toUInt();
     m_percentage = changed.value(QStringLiteral("Percentage"), m_percentage).toUInt();
     // Loading its cache the service counts to 100 before it begins with the work itself.
-    if (m_status == statuses::loadingCache)
+    if (m_status == statusLoadingCache)
         m_percentage = percentageUnknown;
     reportProgress();
 }
 
 void PackageKitTransaction::reportProgress() {
     UpdateProgress progress;
-    if (m_status == statuses::waitingForAuth)
+    if (m_status == statusWaitingForAuth)
         progress.activity = UpdateActivity::waitingForPermission;
-    else if (m_status == statuses::waitingForLock)
+    else if (m_status == statusWaitingForLock)
         progress.activity = UpdateActivity::waitingForOthers;
     if (m_percentage <= 100)
         progress.percent = static_cast<int>(m_percentage);
@@ -182,22 +186,22 @@ void PackageKitTransaction::onFinished(uint exit) {
     if (m_exit)
         return;
     m_exit = exit;
-    if (exit == exits::success || m_errorCode)
+    if (exit == exitSuccess || m_errorCode)
         conclude();
     else
         QTimer::singleShot(lateErrorMs, this, [this] { conclude(); });
 }
 
-void PackageKitTransaction::onBusLost() {
-    fail(UpdateProblem::serviceLost, {});
-}
-
-void PackageKitTransaction::fail(UpdateProblem problem, const QString& details) {
+void PackageKitTransaction::onLost() {
     // What was said before the end counts, also when the service then stopped.
     if (m_errorCode && !m_exit)
-        m_exit = exits::failed;
+        m_exit = exitFailed;
+    fail({UpdateProblem::serviceLost, {}});
+}
+
+void PackageKitTransaction::fail(const UpdateFailure& failure) {
     if (!m_exit)
-        m_result.failure = UpdateFailure{problem, details.toStdString()};
+        m_result.failure = failure;
     conclude();
 }
 
@@ -215,7 +219,7 @@ void PackageKitTransaction::conclude() {
 void PackageKitTransaction::cancel() {
     m_onDone = nullptr;
     m_onProgress = nullptr;
-    if (!m_path.isEmpty())
+    if (!m_service.isEmpty())
         m_bus.send(method(QStringLiteral("Cancel")));
 }
 

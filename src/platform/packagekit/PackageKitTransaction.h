@@ -2,8 +2,8 @@
 
 #include "platform/UpdateEngine.h"
 
+#include <QDBusArgument>
 #include <QDBusConnection>
-#include <QDBusError>
 #include <QDBusMessage>
 #include <QObject>
 #include <QString>
@@ -12,8 +12,6 @@
 #include <functional>
 #include <optional>
 #include <vector>
-
-class QDBusPendingCallWatcher;
 
 namespace lumivert {
 
@@ -26,7 +24,6 @@ public:
     struct Package {
         uint info = 0; ///< without the severity
         QString id;    ///< name;version;architecture;origin
-        QString summary;
         [[nodiscard]] QString name() const { return id.section(u';', 0, 0); }
         [[nodiscard]] QString version() const { return id.section(u';', 1, 1); }
         /// Whether it is installed and no repository has it: with apt, its origin is then "local",
@@ -61,7 +58,7 @@ public:
 
 private slots:
     void onSignal(const QDBusMessage& signal);
-    void onBusLost();
+    void onLost();
 
 private:
     using OnReply = void (PackageKitTransaction::*)(const QDBusMessage& reply);
@@ -69,21 +66,22 @@ private:
     void call(const QDBusMessage& message, int timeoutMs, OnReply onReply);
     [[nodiscard]] QDBusMessage method(const QString& name) const;
     void onCreated(const QDBusMessage& reply);
+    void onOwnerKnown(const QDBusMessage& reply);
     void onHintsTaken(const QDBusMessage& reply);
     void onRoleTaken(const QDBusMessage& reply);
     void onPropertiesChanged(const QDBusMessage& signal);
-    void addPackage(uint info, const QString& id, const QString& summary);
+    void addPackages(const QDBusArgument& list);
     void reportProgress();
     void onFinished(uint exit);
     void conclude();
-    void fail(UpdateProblem problem, const QString& details);
+    void fail(const UpdateFailure& failure);
 
     QDBusConnection m_bus;
     Request m_request;
     UpdateEngine::OnProgress m_onProgress;
     std::function<void(const Result&)> m_onDone;
-    QString m_service; // the unique name of whoever made the transaction
     QString m_path;
+    QString m_service; // the unique name of whoever made the transaction
     Result m_result;
     std::optional<uint> m_exit;
     std::optional<uint> m_errorCode;
@@ -92,14 +90,5 @@ private:
     uint m_percentage = 101;
     UpdateProgress m_reported;
 };
-
-/// What went wrong, from the service's numbers: `exit` of Finished, `code` and `details` of
-/// ErrorCode. Nothing when nothing did.
-[[nodiscard]] std::optional<UpdateFailure> packageKitFailure(uint exit, std::optional<uint> code,
-                                                             const QString& details);
-
-/// What went wrong when a call was answered with this error. `created`: a transaction exists, so
-/// the service was there.
-[[nodiscard]] UpdateFailure packageKitCallFailure(const QDBusMessage& error, bool created);
 
 } // namespace lumivert

@@ -109,7 +109,10 @@ bool ScriptedPackageKit::handleMessage(const QDBusMessage& message,
         if (!createError.isEmpty())
             return connection.send(message.createErrorReply(createError, createError));
         const QString path = QStringLiteral("/t/%1").arg(++m_transactions);
-        return connection.send(message.createReply(QVariant::fromValue(QDBusObjectPath(path))));
+        connection.send(message.createReply(QVariant::fromValue(QDBusObjectPath(path))));
+        if (afterCreation)
+            afterCreation();
+        return true;
     }
     if (message.interface() != transaction)
         return false;

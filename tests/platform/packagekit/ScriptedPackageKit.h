@@ -38,6 +38,7 @@ public:
     // Scripts, by role.
     std::map<QString, Script> scripts;
     std::function<void()> afterProperty; ///< once a property has been told
+    std::function<void()> afterCreation; ///< once a transaction has been made
     /// Replaces the answer to CreateTransaction: the name of an error, or "silence".
     QString createError;
 

@@ -157,6 +157,15 @@ TEST_F(TroubleTest, noticesThatTheServiceDiesBeforeItsFirstAnswer) {
     EXPECT_TRUE(problem(outcome()).has_value());
 }
 
+TEST_F(TroubleTest, noticesThatTheServiceDiesOnceItHasMadeTheTransaction) {
+    service->afterCreation = [this] {
+        QMetaObject::invokeMethod(
+            service.get(), [this] { service->die(); }, Qt::QueuedConnection);
+    };
+    EXPECT_EQ(problem(check()), UpdateProblem::serviceLost);
+    EXPECT_TRUE(service->calls.isEmpty());
+}
+
 TEST_F(TroubleTest, reportsTheErrorOfAServiceThatThenDied) {
     const auto path = checkUntil(QStringLiteral("RefreshCache"));
     service->errorCode(*path, 2, QStringLiteral("cable"));
