@@ -1,63 +1,64 @@
 #include "manager/PrintManager.h"
 #include "platform/PreferencesStore.h"
 
-#include <algorithm>
+#include <type_traits>
+#include <utility>
+#include <vector>
 
 namespace lumivert {
 namespace {
 
 constexpr const char* presetsKey = "SavedPrintPresets";
 
-// The case of that raw value, else the first of its type.
-template <class Choice>
-Choice choiceFrom(const std::string& text) {
-    return fromRawValue<Choice>(text).value_or(allCases<Choice>().front());
+// A choice is kept as its text; any text but a case's means the first of its type.
+template <class Field, class Property>
+void keep(const PrintManager& m, Kept<Field> field, Property property) {
+    const auto& value = property(m)->get();
+    if constexpr (std::is_enum_v<std::remove_cvref_t<decltype(value)>>)
+        field.value = rawValue(value);
+    else
+        field.value = value;
+}
+template <class Field, class Property>
+void apply(PrintManager& m, Kept<Field> field, Property property) {
+    using Value = std::remove_cvref_t<decltype(property(m)->get())>;
+    if constexpr (std::is_enum_v<Value>)
+        *property(m) = fromRawValue<Value>(field.value).value_or(allCases<Value>().front());
+    else
+        *property(m) = field.value;
+}
+
+using Side = Kept<double>;
+template <class Property>
+void keep(const PrintManager& m, Side top, Side bottom, Side left, Side right, Property property) {
+    const Margins& margins = *property(m);
+    top.value = margins.top;
+    bottom.value = margins.bottom;
+    left.value = margins.left;
+    right.value = margins.right;
+}
+template <class Property>
+void apply(PrintManager& m, Side top, Side bottom, Side left, Side right, Property property) {
+    *property(m) = {
+        .top = top.value, .bottom = bottom.value, .left = left.value, .right = right.value};
 }
 
 } // namespace
 
 void PrintManager::savePreset(const std::string& name) {
+    PrintPreset preset;
+    preset.id = m_platform.randomUuid();
+    preset.name = name;
+    forEachSetting(preset, [&](auto... parts) { keep(*this, parts...); });
     std::vector<PrintPreset> list = presets;
-    list.push_back({.id = m_platform.randomUuid(),
-                    .name = name,
-                    .paperSizeID = selectedPaperSizeID,
-                    .paperTypeID = selectedPaperTypeID,
-                    .orientation = std::string(rawValue(orientation.get())),
-                    .borderless = borderless,
-                    .sizingMode = std::string(rawValue(sizingMode.get())),
-                    .marginTop = margins->top,
-                    .marginBottom = margins->bottom,
-                    .marginLeft = margins->left,
-                    .marginRight = margins->right,
-                    .imageWidthMM = imageWidthMM,
-                    .imageHeightMM = imageHeightMM,
-                    .imageSizeCentered = imageSizeCentered,
-                    .imageSizeMarginTop = imageSizeMarginTop,
-                    .imageSizeMarginLeft = imageSizeMarginLeft,
-                    .scalingMode = std::string(rawValue(scalingMode.get())),
-                    .iccProfileID = selectedICCProfileID,
-                    .renderingIntent = std::string(rawValue(renderingIntent.get()))});
+    list.push_back(std::move(preset));
     presets = std::move(list);
     persistPresets();
 }
 
 void PrintManager::applyPreset(const PrintPreset& preset) {
-    const PrintPreset p = preset; // the caller's may lie in `presets`, which an observer replaces
-    selectedPaperSizeID = p.paperSizeID;
-    selectedPaperTypeID = p.paperTypeID;
-    orientation = choiceFrom<PaperOrientation>(p.orientation);
-    borderless = p.borderless;
-    sizingMode = choiceFrom<SizingMode>(p.sizingMode);
-    margins = {
-        .top = p.marginTop, .bottom = p.marginBottom, .left = p.marginLeft, .right = p.marginRight};
-    imageWidthMM = p.imageWidthMM;
-    imageHeightMM = p.imageHeightMM;
-    imageSizeCentered = p.imageSizeCentered;
-    imageSizeMarginTop = p.imageSizeMarginTop;
-    imageSizeMarginLeft = p.imageSizeMarginLeft;
-    scalingMode = choiceFrom<ScalingMode>(p.scalingMode);
-    selectedICCProfileID = p.iccProfileID;
-    renderingIntent = choiceFrom<RenderingIntent>(p.renderingIntent);
+    PrintPreset copy = preset; // the caller's may lie in `presets`, which an observer replaces
+    forEachSetting(copy, [&](auto... parts) { apply(*this, parts...); });
 }
 
 void PrintManager::deletePreset(const PrintPreset& preset) {

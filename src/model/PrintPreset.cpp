@@ -13,31 +13,6 @@
 namespace lumivert {
 namespace {
 
-// Calls `visit(key, field)` for every field in its declaration order. The one list of keys serves
-// writing, reading and hashing.
-template <class Preset, class Visit>
-void forEachField(Preset& preset, Visit&& visit) {
-    visit("id", preset.id);
-    visit("name", preset.name);
-    visit("paperSizeID", preset.paperSizeID);
-    visit("paperTypeID", preset.paperTypeID);
-    visit("orientation", preset.orientation);
-    visit("borderless", preset.borderless);
-    visit("sizingMode", preset.sizingMode);
-    visit("marginTop", preset.marginTop);
-    visit("marginBottom", preset.marginBottom);
-    visit("marginLeft", preset.marginLeft);
-    visit("marginRight", preset.marginRight);
-    visit("imageWidthMM", preset.imageWidthMM);
-    visit("imageHeightMM", preset.imageHeightMM);
-    visit("imageSizeCentered", preset.imageSizeCentered);
-    visit("imageSizeMarginTop", preset.imageSizeMarginTop);
-    visit("imageSizeMarginLeft", preset.imageSizeMarginLeft);
-    visit("scalingMode", preset.scalingMode);
-    visit("iccProfileID", preset.iccProfileID);
-    visit("renderingIntent", preset.renderingIntent);
-}
-
 using Json = nlohmann::json;
 
 bool read(const Json& value, Uuid& field) {
@@ -105,6 +80,9 @@ std::optional<std::string> encodePresets(const std::vector<PrintPreset>& presets
 }
 
 std::optional<std::vector<PrintPreset>> decodePresets(std::string_view text) {
+    // The parser takes a NUL for the end of its input.
+    if (text.find('\0') != std::string_view::npos)
+        return std::nullopt;
     const Json document = Json::parse(text, nullptr, /*allow_exceptions=*/false);
     if (!document.is_array())
         return std::nullopt;

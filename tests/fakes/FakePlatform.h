@@ -4,6 +4,7 @@
 #include "fakes/FakeServices.h"
 #include "model/Uuid.h"
 #include "platform/Platform.h"
+#include "support/PrintValues.h"
 
 #include <cstdint>
 #include <string>
