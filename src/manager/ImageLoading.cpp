@@ -1,4 +1,5 @@
 #include "manager/PrintManager.h"
+#include "platform/Image.h"
 
 namespace lumivert {
 

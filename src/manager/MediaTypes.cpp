@@ -1,6 +1,7 @@
 #include "manager/OptionListing.h"
 #include "manager/PrintManager.h"
 #include "manager/Selection.h"
+#include "manager/Shell.h"
 #include "platform/FileSystem.h"
 
 #include <array>
@@ -52,7 +53,7 @@ PrintManager::loadMediaTypeNames(const std::string& forPrinter) const {
 }
 
 void PrintManager::loadMediaTypes(const std::string& forPrinter) {
-    const std::string listing = shell(optionListingCommand(forPrinter));
+    const std::string listing = shellOutput(m_platform.processes, optionListingCommand(forPrinter));
     const auto names = loadMediaTypeNames(forPrinter);
 
     std::vector<PaperType> types;

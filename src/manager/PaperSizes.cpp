@@ -2,6 +2,7 @@
 #include "manager/PageGeometry.h"
 #include "manager/PrintManager.h"
 #include "manager/Selection.h"
+#include "manager/Shell.h"
 #include "manager/TextLines.h"
 #include "model/NumberText.h"
 #include "platform/FatalError.h"
@@ -96,7 +97,8 @@ PrintManager::loadPaperDimensions(const std::string& forPrinter) const {
 void PrintManager::loadPaperSizes(const std::string& forPrinter) {
     std::set<std::string> borderlessChoices;
     std::vector<std::string> baseChoices;
-    for (std::string& choice : optionChoices(shell(optionListingCommand(forPrinter)), "PageSize")) {
+    for (std::string& choice : optionChoices(
+             shellOutput(m_platform.processes, optionListingCommand(forPrinter)), "PageSize")) {
         if (choice.ends_with(borderlessSuffix))
             borderlessChoices.insert(std::move(choice));
         else if (!choice.empty() && choice.find("Custom") == std::string::npos)

@@ -3,11 +3,11 @@
 #include "manager/Shell.h"
 #include "platform/Dispatcher.h"
 #include "platform/FileSystem.h"
+#include "platform/Image.h"
 #include "platform/PdfContext.h"
 
 #include <algorithm>
 #include <chrono>
-#include <utility>
 
 namespace lumivert {
 namespace {
@@ -121,14 +121,14 @@ void PrintManager::sendToCUPS(bool dryRun) {
 }
 
 void PrintManager::print(const std::string& command, const std::string& path) {
-    auto result = runInShell(m_platform.processes, command);
+    const auto result = runInShell(m_platform.processes, command);
     if (const auto* failure = std::get_if<LaunchFailure>(&result)) {
         lastPrintError = "Could not send to printer: " + failure->description;
         return;
     }
-    auto& outcome = std::get<ProcessOutcome>(result);
+    const auto& outcome = std::get<ProcessOutcome>(result);
     if (outcome.exitStatus != 0) {
-        lastPrintError = "Print failed: " + decodedOutput(std::move(outcome.output));
+        lastPrintError = "Print failed: " + outcome.output;
         return;
     }
     lastPrintError = std::nullopt;

@@ -3,6 +3,9 @@
 #include "manager/PageGeometry.h"
 #include "manager/Selection.h"
 #include "manager/SoftProof.h"
+#include "platform/Image.h"
+
+#include <algorithm>
 
 #include <algorithm>
 

@@ -3,7 +3,6 @@
 #include "model/FileUrl.h"
 #include "model/Models.h"
 #include "model/PrintPreset.h"
-#include "platform/Image.h"
 #include "platform/Observable.h"
 #include "platform/Platform.h"
 
@@ -15,6 +14,10 @@
 
 namespace lumivert {
 
+struct ColorSpace;
+class Image;
+struct ScreenRendition;
+struct SizePoints;
 class SoftProof;
 enum class ProofState;
 
@@ -124,9 +127,6 @@ public:
     void deletePreset(const PrintPreset& preset);
 
 private:
-    /// Runs `command` in the Z shell; what it wrote, or nothing when it could not be run or wrote
-    /// no UTF-8. Its exit status does not count.
-    [[nodiscard]] std::string shell(const std::string& command) const;
     [[nodiscard]] static std::string formatPaperName(const std::string& name, double widthMM,
                                                      double heightMM);
     /// The colour space of the chosen profile; null for printer managed, an unreadable file, or

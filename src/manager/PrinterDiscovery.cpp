@@ -1,4 +1,5 @@
 #include "manager/PrintManager.h"
+#include "manager/Shell.h"
 #include "manager/TextLines.h"
 #include "model/AsciiCase.h"
 
@@ -33,9 +34,10 @@ std::optional<std::string> defaultDestinationFrom(std::string_view output) {
 } // namespace
 
 void PrintManager::detectPrinters() {
-    availablePrinters = printersFrom(shell("lpstat -p 2>/dev/null"));
+    availablePrinters = printersFrom(shellOutput(m_platform.processes, "lpstat -p 2>/dev/null"));
 
-    const auto destination = defaultDestinationFrom(shell("lpstat -d 2>/dev/null"));
+    const auto destination =
+        defaultDestinationFrom(shellOutput(m_platform.processes, "lpstat -d 2>/dev/null"));
     const std::vector<Printer> printers = availablePrinters;
     if (destination && std::any_of(printers.begin(), printers.end(),
                                    [&](const Printer& p) { return p.id == *destination; }))

@@ -6,10 +6,11 @@
 
 namespace lumivert {
 
-/// Hands `command` whole to the Z shell and waits for it.
+/// Hands `command` whole to the Z shell and waits for it. An output that is not UTF-8 becomes the
+/// empty text.
 [[nodiscard]] ProcessResult runInShell(ProcessRunner& processes, const std::string& command);
 
-/// `output` when it is UTF-8, else the empty text.
-[[nodiscard]] std::string decodedOutput(std::string output);
+/// What `command` wrote, or nothing when it could not be run. Its exit status does not count.
+[[nodiscard]] std::string shellOutput(ProcessRunner& processes, const std::string& command);
 
 } // namespace lumivert

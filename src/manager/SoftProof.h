@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/Models.h"
 #include "platform/Image.h"
 
 #include <functional>

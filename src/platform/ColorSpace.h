@@ -1,11 +1,12 @@
 #pragma once
 
-#include "model/Models.h"
 #include "platform/Bytes.h"
 
 #include <memory>
 
 namespace lumivert {
+
+enum class RenderingIntent; // of model/Models.h
 
 /// A colour space built from the bytes of an ICC profile (ICC.1). Immutable.
 struct ColorSpace {
@@ -20,7 +21,7 @@ struct ColorSpace {
 /// What a photo's colours are converted into, and how.
 struct ColorTarget {
     std::shared_ptr<const ColorSpace> space;
-    RenderingIntent intent = RenderingIntent::perceptual;
+    RenderingIntent intent{}; ///< perceptual unless stated
 };
 
 /// Builds colour spaces. Any thread.

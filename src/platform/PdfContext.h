@@ -1,6 +1,5 @@
 #pragma once
 
-#include "model/Models.h"
 #include "platform/Bitmap.h"
 #include "platform/ColorSpace.h"
 #include "platform/Geometry.h"

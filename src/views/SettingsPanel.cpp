@@ -3,6 +3,7 @@
 #include "manager/PageGeometry.h"
 #include "manager/PrintManager.h"
 #include "model/NumberText.h"
+#include "platform/Image.h"
 #include "views/ImageSizeInput.h"
 #include "views/MarginSlider.h"
 #include "views/PresetRow.h"

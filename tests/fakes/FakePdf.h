@@ -1,6 +1,7 @@
 #pragma once
 
 #include "fakes/FakeImage.h"
+#include "model/Models.h"
 #include "model/NumberText.h"
 #include "platform/PdfContext.h"
 
@@ -46,7 +47,7 @@ public:
         note("space of " + std::to_string(space->channels));
     }
     void setFillColorRGB(double red, double green, double blue) override {
-        note("color " + fixedText(red, 0) + " " + fixedText(green, 0) + " " + fixedText(blue, 0));
+        note("color " + fixedText(red, 3) + " " + fixedText(green, 3) + " " + fixedText(blue, 3));
     }
     void setInterpolationQuality(InterpolationQuality quality) override {
         note(quality == InterpolationQuality::high ? "interpolation high" : "interpolation none");

@@ -14,8 +14,9 @@ public:
                       const std::vector<std::string>& arguments) override {
         call = {executable};
         call.insert(call.end(), arguments.begin(), arguments.end());
-        return ProcessOutcome{7, "out\n"};
+        return ProcessOutcome{7, output};
     }
+    std::string output = "out\n";
     std::vector<std::string> call;
 };
 
@@ -29,10 +30,13 @@ TEST(Shell, isTheZShellWithTheCommandInOneArgument) {
 }
 
 TEST(Shell, givesTextExactlyAsWritten) {
-    EXPECT_EQ(decodedOutput(" å\n\n"), " å\n\n");
-    EXPECT_EQ(decodedOutput(""), "");
-    EXPECT_EQ(decodedOutput("a\xffz"), "");
-    EXPECT_EQ(decodedOutput("cut \xe2\x82"), "");
+    RecordingRunner runner;
+    for (const char* text : {" å\n\n", "", "a\xffz", "cut \xe2\x82"}) {
+        runner.output = text;
+        const bool isText = std::string(text).find_first_of("\xff\x82") == std::string::npos;
+        EXPECT_EQ(shellOutput(runner, "x"), isText ? text : "");
+        EXPECT_EQ(std::get<ProcessOutcome>(runInShell(runner, "x")).output, isText ? text : "");
+    }
 }
 
 // What discovery makes of an outcome of `lpstat -p`.

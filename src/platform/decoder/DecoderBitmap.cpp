@@ -1,5 +1,6 @@
 #include "platform/decoder/DecoderBitmap.h"
 
+#include "model/Models.h"
 #include "platform/system/SealedMemory.h"
 #include "platform/system/SystemCall.h"
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/Models.h"
 #include "platform/PdfContext.h"
 #include "platform/pdf/PdfFile.h"
 

@@ -3,6 +3,7 @@
 #include "decoder/Profiles.h"
 #include "decoder/TestPhotos.h"
 #include "model/FileUrl.h"
+#include "model/Models.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>

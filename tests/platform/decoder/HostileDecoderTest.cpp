@@ -1,4 +1,5 @@
 #include "model/FileUrl.h"
+#include "model/Models.h"
 #include "platform/decoder/DecoderClient.h"
 #include "support/TemporaryFolder.h"
 

@@ -1,5 +1,6 @@
 #include "fakes/FakeBitmap.h"
 
+#include "model/Models.h"
 #include "platform/pdf/PdfTestTools.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 #include "fakes/FakeBitmap.h"
+#include "model/Models.h"
 #include "platform/pdf/PdfFileContextFactory.h"
 #include "platform/pdf/PdfTestTools.h"
 

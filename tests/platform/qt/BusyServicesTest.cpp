@@ -2,6 +2,7 @@
 
 #include "fakes/FakePdf.h"
 #include "fakes/FakeServices.h"
+#include "model/Models.h"
 
 #include <QCursor>
 #include <QGuiApplication>
