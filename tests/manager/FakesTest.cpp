@@ -82,14 +82,15 @@ TEST(FakePdf, writesDownWhatIsDrawnAndWhenItIsReleased) {
     fakes::FakePdfContextFactory factory;
     auto context = factory.create("/a.pdf");
     context->beginPage({0, 0, 10.5, 20});
+    context->setFillColorRGB(1, 0.998, 0.25);
     context->draw(fakes::FakeBitmap({3, 2}), {1, 2, 3, 4});
     context->draw(*fakes::FakeBitmap({3, 2}).cropped({1, 0, 2, 2}), {1, 2, 3, 4});
     const auto& record = *factory.documents.at(0);
     EXPECT_EQ(record.path, "/a.pdf");
-    EXPECT_EQ(record.calls,
-              (std::vector<std::string>{"beginPage 0.000 0.000 10.500 20.000",
-                                        "draw whole in 1.000 2.000 3.000 4.000",
-                                        "draw crop 1,0,2,2 in 1.000 2.000 3.000 4.000"}));
+    EXPECT_EQ(record.calls, (std::vector<std::string>{
+                                "beginPage 0.000 0.000 10.500 20.000", "color 1.000 0.998 0.250",
+                                "draw whole in 1.000 2.000 3.000 4.000",
+                                "draw crop 1,0,2,2 in 1.000 2.000 3.000 4.000"}));
     EXPECT_EQ(record.drawn.size(), 2U);
     EXPECT_FALSE(record.released);
     EXPECT_TRUE(context->close());

@@ -54,6 +54,18 @@ TEST_F(ImageLoading, announcesTheSheetsTurnWhenTheOrientationIsAutomatic) {
     }
 }
 
+TEST_F(ImageLoading, announcesTheTurnBeforeTheProfilesAreScanned) {
+    PrintManager m(world.platform);
+    // What each notification finds: whether the photo is there, and whether a folder was walked.
+    Strings found;
+    const auto subscription = m.subscribe([&] {
+        found.push_back(std::string(*m.image ? "photo" : "no photo") +
+                        (world.files.enumerated.empty() ? "" : ", scanned"));
+    });
+    m.loadImage(FileUrl::fromPath("/landscape.jpg"));
+    EXPECT_EQ(found, (Strings{"no photo", "photo", "photo", "photo, scanned"}));
+}
+
 TEST_F(ImageLoading, ofNoPhotoChangesNothing) {
     PrintManager m(world.platform);
     m.loadImage(FileUrl::fromPath("/landscape.jpg"));

@@ -66,7 +66,7 @@ TEST_F(PrintedPage, isMadeInTheStatedOrder) {
                                 "space of 3",
                                 "interpolation high",
                                 "draw whole in 14.173 231.969 566.929 377.953",
-                                "color 1 1 1",
+                                "color 1.000 1.000 1.000",
                                 "fill 0.000 827.717 595.276 14.173",
                                 "fill 0.000 0.000 595.276 14.173",
                                 "fill 0.000 0.000 14.173 841.890",
@@ -197,7 +197,7 @@ TEST_F(PrintedPage, isWhiteWhereTheMarginsEatTheSheet) {
             m().margins = margins;
             const auto& record = page();
             ASSERT_EQ(record.calls.size(), 8U);
-            EXPECT_EQ(record.calls[1], "color 1 1 1");
+            EXPECT_EQ(record.calls[1], "color 1.000 1.000 1.000");
             EXPECT_TRUE(record.drawn.empty());
             EXPECT_EQ(record.filled.size(), 4U);
             EXPECT_EQ(record.calls.back(), "close");
