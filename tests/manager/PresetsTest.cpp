@@ -71,8 +71,8 @@ TEST_F(Presets, ofTheseTestsDifferFromTheInitialSettingsInEveryField) {
     m.savePreset("First");
     const auto texts = [](const PrintPreset& preset) {
         std::vector<std::string> values;
-        forEachField(preset, [&](const char* key, const auto& value) {
-            values.push_back(key + (" " + testing::PrintToString(value)));
+        forEachField(preset, [&](const char* name, const auto& value) {
+            values.push_back(name + (" " + testing::PrintToString(value)));
         });
         return values;
     };

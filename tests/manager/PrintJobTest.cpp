@@ -292,10 +292,10 @@ TEST_F(PrintJob, escapesNothingInTheCommand) {
     m().availablePrinters = {{"q;rm $x", "shown"}};
     m().selectedPrinterID = "q;rm $x";
     m().sendToCUPS(false);
-    EXPECT_EQ(world.processes.commands,
-              Strings{Command{.printer = "q;rm $x",
-                              .path = world.files.temporary + "/Lumivert_00000000-0000-0000-0000-"
-                                                              "000000000001.pdf"}});
+    const std::string expected =
+        Command{.printer = "q;rm $x",
+                .path = "/tmp/a \"b\" $HOME `c`/Lumivert_00000000-0000-0000-0000-000000000001.pdf"};
+    EXPECT_EQ(world.processes.commands, Strings{expected});
 }
 
 TEST_F(PrintJob, putsNothingAboutColourIntoTheCommand) {

@@ -298,7 +298,8 @@ constexpr std::size_t memberCount() {
 TEST(PrintPreset, hasEveryMemberInItsListOfFields) {
     std::set<std::string> keys;
     std::size_t fields = 0;
-    forEachField(somePreset(), [&](const char* key, const auto&) {
+    const PrintPreset preset = somePreset();
+    forEachField(preset, [&](const char* key, const auto&) {
         keys.insert(key);
         ++fields;
     });

@@ -14,7 +14,7 @@ template <class Choice>
 requires requires {
     ChoiceTable<Choice>::cases;
 }
-void PrintTo(Choice choice, std::ostream* out) {
+void PrintTo(const Choice& choice, std::ostream* out) {
     *out << '"' << rawValue(choice) << '"';
 }
 inline void PrintTo(const Margins& m, std::ostream* out) {
