@@ -1,6 +1,6 @@
 #include "views/controls/Alert.h"
 
-#include "views/ViewFixture.h"
+#include "views/controls/ControlFixture.h"
 
 #include <QLineEdit>
 #include <QProxyStyle>

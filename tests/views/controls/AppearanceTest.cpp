@@ -1,6 +1,6 @@
 #include "views/controls/Appearance.h"
 
-#include "views/ViewFixture.h"
+#include "views/controls/ControlFixture.h"
 
 #include <QImage>
 

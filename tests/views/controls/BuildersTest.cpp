@@ -1,6 +1,6 @@
 #include "views/controls/Builders.h"
 
-#include "views/ViewFixture.h"
+#include "views/controls/ControlFixture.h"
 #include "views/controls/Labels.h"
 #include "views/controls/StepSlider.h"
 

@@ -1,6 +1,6 @@
 #include "views/controls/Picker.h"
 
-#include "views/ViewFixture.h"
+#include "views/controls/ControlFixture.h"
 
 #include <QAbstractItemView>
 #include <QHelpEvent>

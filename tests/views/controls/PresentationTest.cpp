@@ -1,6 +1,6 @@
 #include "views/controls/Presentation.h"
 
-#include "views/ViewFixture.h"
+#include "views/controls/ControlFixture.h"
 #include "views/controls/Alert.h"
 
 #include <QDialogButtonBox>

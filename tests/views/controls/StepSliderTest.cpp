@@ -1,6 +1,6 @@
 #include "views/controls/StepSlider.h"
 
-#include "views/ViewFixture.h"
+#include "views/controls/ControlFixture.h"
 
 #include <QAccessible>
 #include <QStyle>
