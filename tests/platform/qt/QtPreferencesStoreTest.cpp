@@ -237,7 +237,7 @@ TEST_F(QtPreferencesStoreTest, belongsToTheUserAlone) {
     store.setData(key, "[]");
     struct stat status = {};
     ASSERT_EQ(::stat(path.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 022, 0u) << "others can write it";
+    EXPECT_EQ(status.st_mode & 0777, 0600U);
 }
 
 TEST_F(QtPreferencesStoreTest, liesInTheUsersConfigurationDirectory) {
