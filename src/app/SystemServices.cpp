@@ -9,7 +9,6 @@
 #include "platform/posix/PosixProcessRunner.h"
 #include "platform/posix/RandomUuid.h"
 #include "platform/posix/StandardOutput.h"
-#include "platform/qt/BusyServices.h"
 #include "platform/qt/MimeItemProviders.h"
 #include "platform/qt/OpenFile.h"
 #include "platform/qt/QtDispatcher.h"
@@ -48,21 +47,17 @@ int longestScreenEdge() {
 
 // Each goes before those above it.
 struct SystemServices::Owned {
-    PosixProcessRunner quietProcesses;
-    BusyProcessRunner processes{quietProcesses};
-    PrintSystemFiles quietFiles;
-    BusyFileSystem files{quietFiles};
+    PosixProcessRunner processes;
+    PrintSystemFiles files;
     QtPreferencesStore preferences;
     LcmsColorSpaceFactory colorSpaces;
-    PdfFileContextFactory quietPdf;
-    BusyPdfContextFactory pdf{quietPdf};
+    PdfFileContextFactory pdf;
     UpdateDialog updateDialog;
     QtUpdateClock updateClock;
     PackageKitEngine updateEngine{"lumivert"};
     // Its background tasks use the others; the decoder's answers use it.
     QtDispatcher dispatcher;
     DecoderClient decoder{{.path = decoderPath(), .screenEdge = longestScreenEdge}};
-    BusyImageDecoder images{decoder};
 };
 
 SystemServices::SystemServices()
@@ -76,7 +71,7 @@ AppServices SystemServices::appServices() {
         .platform = {.processes = owned.processes,
                      .files = owned.files,
                      .preferences = owned.preferences,
-                     .images = owned.images,
+                     .images = owned.decoder,
                      .colorSpaces = owned.colorSpaces,
                      .pdf = owned.pdf,
                      .dispatcher = owned.dispatcher,

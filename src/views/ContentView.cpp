@@ -7,6 +7,7 @@
 #include "views/SettingsPanel.h"
 #include "views/SettingsTexts.h"
 #include "views/controls/Alert.h"
+#include "views/controls/BusyPointer.h"
 #include "views/controls/Presentation.h"
 
 #include <QApplication>
@@ -76,8 +77,7 @@ void ContentView::addDialogs() {
         [this](QDialog& dialog, int result) {
             const QStringList files = static_cast<QFileDialog&>(dialog).selectedFiles();
             if (result == QDialog::Accepted && !files.isEmpty())
-                m_pm.loadImage(
-                    FileUrl::fromPath(QFile::encodeName(files.constFirst()).toStdString()));
+                load(FileUrl::fromPath(QFile::encodeName(files.constFirst()).toStdString()));
         });
     new Presentation(
         this, m_pm.showConfirmPrint,
@@ -87,8 +87,10 @@ void ContentView::addDialogs() {
             return new Alert(window, tr("Print"), QString::fromStdString(message), tr("Print"));
         },
         [this](QDialog&, int result) {
-            if (result == QDialog::Accepted)
-                m_pm.sendToCUPS(false);
+            if (result != QDialog::Accepted)
+                return;
+            const BusyPointer busy;
+            m_pm.sendToCUPS(false);
         });
 }
 
@@ -102,18 +104,23 @@ void ContentView::showAbout() {
     about->open();
 }
 
+void ContentView::load(const FileUrl& url) {
+    const BusyPointer busy;
+    m_pm.loadImage(url);
+}
+
 bool ContentView::handleDrop(const ItemProviders& providers) {
     if (providers.empty())
         return false;
     const auto completion =
-        [&pm = m_pm, &dispatcher = m_dispatcher,
+        [this, &dispatcher = m_dispatcher,
          window = std::weak_ptr<const bool>(m_alive)](const std::optional<std::string>& item) {
             auto url = acceptedDrop(item);
             if (!url)
                 return;
-            dispatcher.asyncOnMain([&pm, window, url = std::move(*url)] {
+            dispatcher.asyncOnMain([this, window, url = std::move(*url)] {
                 if (!window.expired())
-                    pm.loadImage(url);
+                    load(url);
             });
         };
     providers.front()->loadItem(fileUrlType, completion);

@@ -45,6 +45,7 @@ private:
     void addMenus();
     void addDialogs();
     void showAbout();
+    void load(const FileUrl& url);
 
     PrintManager& m_pm;
     Dispatcher& m_dispatcher;

@@ -10,6 +10,7 @@
 #include "views/SettingsTexts.h"
 #include "views/controls/Alert.h"
 #include "views/controls/Builders.h"
+#include "views/controls/BusyPointer.h"
 #include "views/controls/Presentation.h"
 #include "views/controls/Rows.h"
 
@@ -66,7 +67,11 @@ SettingsPanel::SettingsPanel(PrintManager& pm, QWidget* parent)
                     .prominent = true,
                     .shortcut = QKeySequence(Qt::CTRL | Qt::Key_P),
                     .enabledWhen = [&pm] { return hasImage(pm); }}),
-            button(tr("Show CUPS Command"), [&pm] { pm.sendToCUPS(true); },
+            button(tr("Show CUPS Command"),
+                   [&pm] {
+                       const BusyPointer busy;
+                       pm.sendToCUPS(true);
+                   },
                    {.icon = Icon::terminal,
                     .fullWidth = true,
                     .enabledWhen = [&pm] { return hasImage(pm); }}),
@@ -98,6 +103,7 @@ void SettingsPanel::reactToPrinter() {
     m_printerID = m_pm.selectedPrinterID;
     // A copy: what is loaded may settle the selection anew.
     const std::string printer = m_printerID;
+    const BusyPointer busy;
     m_pm.loadPaperSizes(printer);
     m_pm.loadMediaTypes(printer);
 }
@@ -159,14 +165,18 @@ QWidget* SettingsPanel::printerGroup() {
             items.push_back({printer.id, printerTitle(printer)});
         return items;
     };
-    return group(
-        tr("Printer"), 10,
-        {
-            picker(tr("Printer"), printers, binding(pm.selectedPrinterID)),
-            visibleWhen([&pm] { return pm.availablePrinters->empty(); },
-                        text(tr("No printers found"), TextSize::caption, Tone::warning)),
-            button(tr("Refresh"), [&pm] { pm.detectPrinters(); }, {.size = ButtonSize::small}),
-        });
+    return group(tr("Printer"), 10,
+                 {
+                     picker(tr("Printer"), printers, binding(pm.selectedPrinterID)),
+                     visibleWhen([&pm] { return pm.availablePrinters->empty(); },
+                                 text(tr("No printers found"), TextSize::caption, Tone::warning)),
+                     button(tr("Refresh"),
+                            [&pm] {
+                                const BusyPointer busy;
+                                pm.detectPrinters();
+                            },
+                            {.size = ButtonSize::small}),
+                 });
 }
 
 QWidget* SettingsPanel::paperGroup() {

@@ -81,6 +81,8 @@ private:
 class FakePdfContextFactory : public PdfContextFactory {
 public:
     std::unique_ptr<PdfContext> create(const std::string& path) override {
+        if (willCreate)
+            willCreate();
         if (!creates)
             return nullptr;
         documents.push_back(std::make_unique<PdfRecord>());
@@ -88,6 +90,7 @@ public:
         return std::make_unique<FakePdfContext>(*documents.back(), closes);
     }
 
+    std::function<void()> willCreate;
     bool creates = true;
     bool closes = true;
     std::vector<std::unique_ptr<PdfRecord>> documents;

@@ -100,12 +100,15 @@ public:
 class FakeImageDecoder : public ImageDecoder {
 public:
     std::shared_ptr<const Image> decode(const FileUrl& url) override {
+        if (willDecode)
+            willDecode();
         decoded.push_back(url.path());
         const auto found = images.find(url.path());
         return found != images.end() ? found->second : nullptr;
     }
 
     std::map<std::string, std::shared_ptr<const Image>> images;
+    std::function<void()> willDecode;
     std::vector<std::string> decoded;
 };
 

@@ -40,6 +40,21 @@ private:
     std::vector<Request>& m_requests;
 };
 
+bool pointerIsBusy() {
+    const QCursor* pointer = QApplication::overrideCursor();
+    return pointer && pointer->shape() == Qt::WaitCursor;
+}
+
+class PaintCount : public QObject {
+public:
+    explicit PaintCount(QWidget& widget) { widget.installEventFilter(this); }
+    bool eventFilter(QObject*, QEvent* event) override {
+        count += event->type() == QEvent::Paint;
+        return false;
+    }
+    int count = 0;
+};
+
 class ContentViewTest : public ViewTest {
 protected:
     ContentViewTest() {
@@ -203,6 +218,52 @@ TEST_F(ContentViewTest, printsOnceItIsConfirmed) {
     ASSERT_EQ(fakes.processes.commands.size(), 1U);
     EXPECT_TRUE(fakes.processes.commands[0].starts_with("lp "));
     EXPECT_TRUE(fakes.opened.empty()) << "no dry run";
+}
+
+TEST_F(ContentViewTest, showsTheWholeWindowUnderABusyPointerBeforeItWaitsForLp) {
+    load({300, 200});
+    pm->showConfirmPrint = true;
+    QPointer<Alert> alert = dialog<Alert>();
+    QApplication::processEvents();
+    PaintCount paints(*window->findChild<SettingsPanel*>()->widget());
+    bool asked = false;
+    fakes.processes.willRun = [&](const std::string&) {
+        asked = true;
+        EXPECT_FALSE(alert && alert->isVisible());
+        EXPECT_EQ(paints.count, 1) << "where the alert was";
+        EXPECT_TRUE(pointerIsBusy());
+    };
+    control<QPushButton>(*alert, "Print")->click();
+    EXPECT_TRUE(asked);
+    EXPECT_FALSE(pointerIsBusy());
+}
+
+TEST_F(ContentViewTest, hasABusyPointerWhileItWaitsForTheToolsAndTheDecoder) {
+    int asked = 0;
+    const auto ask = [&](const std::string&) {
+        ++asked;
+        EXPECT_TRUE(pointerIsBusy());
+    };
+    fakes.processes.willRun = ask;
+    control<QPushButton>(*window, "Refresh")->click();
+    EXPECT_GE(asked, 2);
+    asked = 0;
+    pm->selectedPrinterID = "another";
+    EXPECT_EQ(asked, 2);
+    pm->selectedPrinterID = "Photo_Printer_A3";
+    EXPECT_FALSE(pointerIsBusy());
+
+    fakes.images.willDecode = [&] { ask(""); };
+    asked = 0;
+    window->handleDrop(providers(1));
+    requests[0].completion("file:///photos/one.jpg");
+    fakes.dispatcher.runMain();
+    EXPECT_EQ(asked, 1);
+
+    fakes.pdf.willCreate = [&] { ask(""); };
+    control<QPushButton>(*window, "Show CUPS Command")->click();
+    EXPECT_EQ(asked, 2);
+    EXPECT_FALSE(pointerIsBusy());
 }
 
 TEST_F(ContentViewTest, printsNothingWhenThePrintIsCancelled) {

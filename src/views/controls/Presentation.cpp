@@ -38,6 +38,8 @@ void Presentation::close(int result) {
     QDialog* dialog = std::exchange(m_dialog, nullptr);
     dialog->deleteLater();
     m_flag = false;
+    // What follows may hold up the event loop, which would leave the dialog's picture where it was.
+    m_window->repaint();
     m_finished(*dialog, result);
 }
 

@@ -1,4 +1,4 @@
-#include "platform/qt/BusyPointer.h"
+#include "views/controls/BusyPointer.h"
 
 #include <QAbstractEventDispatcher>
 #include <QCursor>
