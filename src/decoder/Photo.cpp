@@ -1,5 +1,6 @@
 #include "decoder/Photo.h"
 
+#include "decoder/Damage.h"
 #include "decoder/RawReader.h"
 #include "decoder/VipsReader.h"
 #include "platform/decoder/DecoderProtocol.h"
@@ -33,6 +34,7 @@ Density Photo::uprightDensity() const {
 }
 
 std::optional<Photo> openPhoto(std::span<const std::byte> bytes, const OpenOptions& options) {
+    forgetDamage();
     std::optional<Photo> photo;
     if (mayBeRaw(readFacts(bytes, {})))
         photo = openRaw(bytes, options);

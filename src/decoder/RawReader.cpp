@@ -72,6 +72,7 @@ std::vector<std::uint16_t> toneTable(double white) {
 // What the developed photo's pixels look at.
 struct Development {
     LibRaw raw;
+    bool isDamaged = false;
     std::vector<std::uint16_t> table;
 };
 
@@ -80,7 +81,10 @@ struct Development {
 std::optional<Photo> openRaw(std::span<const std::byte> bytes, const OpenOptions& options) {
     const auto development = std::make_shared<Development>();
     LibRaw* const raw = &development->raw;
-    raw->set_dataerror_handler([](void*, const char*, int) {}, nullptr);
+    // LibRaw goes on after codes and rows that it makes up.
+    raw->set_dataerror_handler(
+        [](void* flag, const char*, int) { *static_cast<bool*>(flag) = true; },
+        &development->isDamaged);
     if (!open(*raw, bytes))
         return std::nullopt;
     if (raw->adjust_sizes_info_only() != LIBRAW_SUCCESS)
@@ -103,7 +107,7 @@ std::optional<Photo> openRaw(std::span<const std::byte> bytes, const OpenOptions
     parameters.no_auto_bright = 1;
     parameters.gamm[0] = parameters.gamm[1] = 1;
     if (!open(*raw, bytes) || raw->unpack() != LIBRAW_SUCCESS ||
-        raw->dcraw_process() != LIBRAW_SUCCESS)
+        raw->dcraw_process() != LIBRAW_SUCCESS || development->isDamaged)
         throw std::runtime_error("sensor data does not develop");
 
     // A sensor of four colours has three by now, unless nobody knows what its colours are.

@@ -1,5 +1,6 @@
 #include "decoder/Requests.h"
 
+#include "decoder/Damage.h"
 #include "decoder/Photo.h"
 #include "decoder/Rendition.h"
 #include "decoder/Rows.h"
@@ -13,6 +14,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <future>
 #include <new>
 #include <span>
 #include <stdexcept>
@@ -69,9 +71,13 @@ Descriptor answerFile(const vips::VImage& rendition, const Bytes& profile) {
 
 void load(int socket, const Request& request, std::span<const Descriptor> descriptors) {
     const SharedBytes bytes = mapped(descriptors[0]);
+    // Beside the rendition, which leaves a core to it.
+    auto wholeness = std::async(std::launch::async, [&bytes] { return isWhole(bytes.view); });
     const Photo photo = opened(bytes.view, {request.screenEdge, 0});
     const vips::VImage rendition = screenRendition(photo, request.screenEdge, std::nullopt);
     const Descriptor file = answerFile(rendition, photo.profile);
+    if (!wholeness.get())
+        throw std::runtime_error("a damaged photo");
 
     Answer answer;
     answer.kind = Kind::load;
@@ -200,8 +206,9 @@ bool serve(int socket, const Request& request, std::vector<Descriptor> descripto
 }
 
 void prepareLibraries(const char* programName) {
-    // The libraries' complaints about odd files are nobody's business on standard error.
-    g_log_set_default_handler([](const char*, GLogLevelFlags, const char*, void*) {}, nullptr);
+    g_log_set_default_handler(
+        [](const char*, GLogLevelFlags, const char* message, void*) { noteWarning(message); },
+        nullptr);
     if (VIPS_INIT(programName) != 0)
         throw std::runtime_error("libvips does not start");
     vips_block_untrusted_set(1);

@@ -1,5 +1,7 @@
 #include "decoder/Strips.h"
 
+#include "decoder/Damage.h"
+
 namespace lumivert::decoder {
 namespace {
 
@@ -20,7 +22,8 @@ void forEachStrip(const vips::VImage& image, const std::function<bool(const Stri
     auto context = take;
     // A cache behind the loader may paint what one thread failed to read black, and another thread
     // then finds nothing wrong: the message is what stays.
-    if (vips_sink_disc(image.get_image(), takeRegion, &context) != 0 || *vips_error_buffer() != 0)
+    if (vips_sink_disc(image.get_image(), takeRegion, &context) != 0 ||
+        !isHarmless(vips_error_buffer()) || isDamaged())
         throw vips::VError();
 }
 

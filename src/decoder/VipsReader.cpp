@@ -13,12 +13,10 @@ using vips::VImage;
 using vips::VOption;
 using vips::VSource;
 
-// Libjpeg only warns of a scan that breaks off at an end of image, and paints the rest grey.
-VOption* loadOptions(Container container) {
+VOption* loadOptions() {
     return VImage::option()
         ->set("access", VIPS_ACCESS_SEQUENTIAL)
-        ->set("fail_on",
-              container == Container::jpeg ? VIPS_FAIL_ON_WARNING : VIPS_FAIL_ON_TRUNCATED);
+        ->set("fail_on", VIPS_FAIL_ON_TRUNCATED);
 }
 
 std::span<const std::byte> blob(const VImage& image, const char* name) {
@@ -42,12 +40,12 @@ int shrinkOnLoad(PixelSize size, int edge) {
 VImage shrunk(const VSource& source, Container container, PixelSize size, int edge) {
     if (container == Container::jpeg)
         if (const int shrink = shrinkOnLoad(size, edge); shrink > 1)
-            return VImage::jpegload_source(source, loadOptions(container)->set("shrink", shrink));
+            return VImage::jpegload_source(source, loadOptions()->set("shrink", shrink));
     if (container == Container::webp)
         if (const int longer = std::max(size.width, size.height); longer > edge)
             return VImage::webpload_source(
-                source, loadOptions(container)->set("scale", static_cast<double>(edge) / longer));
-    return VImage::new_from_source(source, "", loadOptions(container));
+                source, loadOptions()->set("scale", static_cast<double>(edge) / longer));
+    return VImage::new_from_source(source, "", loadOptions());
 }
 
 // What the loader keeps of all pixels until the last is made. A plain JPEG or PNG comes row by row;
@@ -63,7 +61,7 @@ std::size_t heldBytesAPixel(const VImage& image, Container container) {
 
 std::optional<Photo> openWithVips(std::span<const std::byte> bytes, const OpenOptions& options) {
     const VSource source = VSource::new_from_memory(bytes.data(), bytes.size());
-    VImage image = VImage::new_from_source(source, "", loadOptions(containerOf(bytes)));
+    VImage image = VImage::new_from_source(source, "", loadOptions());
 
     const PhotoFacts facts = readFacts(bytes, blob(image, "exif-data"));
     if (facts.jpeg && !facts.jpeg->hasEnd)

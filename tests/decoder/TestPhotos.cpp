@@ -1,5 +1,6 @@
 #include "decoder/TestPhotos.h"
 
+#include "decoder/Damage.h"
 #include "decoder/Rows.h"
 #include "decoder/Strips.h"
 #include "files/TiffWriter.h"
@@ -135,7 +136,7 @@ std::optional<ReadRows> readRows(const std::string& file, std::optional<PixelRec
                                  const std::optional<Paper>& target) {
     try {
         const auto photo = openPhoto(asBytes(file), {});
-        if (!photo)
+        if (!photo || !isWhole(asBytes(file)))
             return std::nullopt;
         const PixelSize whole = photo->uprightSize();
         const Rows rows =

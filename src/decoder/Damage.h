@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string_view>
+
+/// Damage that libraries paint over instead of failing: a photo with it prints grey or as noise.
+/// docs/reliability.md says which damage each format can show.
+namespace lumivert::decoder {
+
+/// Whether the file shows no damage beside its pixels. JPEG: libjpeg reads it to its end without a
+/// warning but harmless ones, every scan there, arithmetic coding not short of data. GIF: its first
+/// picture ends where a block begins. HEIF: no coded data that zeros have replaced. DNG: every tile
+/// there, those of JPEG whole. Decodes a JPEG once more, on this thread; any thread. True for
+/// formats that it has no word on.
+[[nodiscard]] bool isWhole(std::span<const std::byte> bytes);
+
+/// Whether these lines, of what libvips tells of errors, say nothing but what isWhole() takes for
+/// harmless.
+[[nodiscard]] bool isHarmless(std::string_view messages);
+
+/// Remembers a library's warning that pixels are damaged; others are ignored. Any thread.
+void noteWarning(const char* message);
+/// Whether there was one since forgetDamage().
+[[nodiscard]] bool isDamaged();
+void forgetDamage();
+
+} // namespace lumivert::decoder
