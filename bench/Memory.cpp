@@ -70,17 +70,23 @@ double peakMB(const std::string& photo, const std::string& profile) {
 } // namespace
 
 void benchMemory(const BenchFiles& files) {
-    const double jpeg = peakMB(files.jpeg45, files.profile);
-    printRow("peak memory, program and decoder, 45 MP JPEG with a profile", "–",
-             fixedText(jpeg, 0) + " MB", jpeg, 200, " MB");
-    const double tiff = peakMB(files.tiff400, files.profile);
-    const double own = static_cast<double>(std::filesystem::file_size(files.tiff400)) / 1e6;
-    printRow("the same, 400 MP TIFF, beyond the file's own size",
-             "the file: " + fixedText(own, 0) + " MB", fixedText(tiff, 0) + " MB", tiff - own, 200,
-             " MB");
-    const double raw = peakMB(files.raw45, files.profile);
-    printRow("the same, 45 MP camera RAW, developed whole in the decoder", "–",
-             fixedText(raw, 0) + " MB", raw, 0, " MB");
+    const auto row = [](const std::string& work, const std::string& photo,
+                        const std::string& profile, bool isBesideTheFile, double limit) {
+        if (!isWanted(work))
+            return;
+        const double peak = peakMB(photo, profile);
+        const double own = static_cast<double>(std::filesystem::file_size(photo)) / 1e6;
+        printRow(work, isBesideTheFile ? "the file: " + fixedText(own, 0) + " MB" : "–",
+                 fixedText(peak, 0) + " MB", isBesideTheFile ? peak - own : peak, limit, " MB");
+    };
+    const std::string peak = "peak memory, program and decoder, ";
+    row(peak + "45 MP JPEG with a matrix profile", files.jpeg45, files.profile, false, 200);
+    row(peak + "45 MP JPEG with an RGB table profile", files.jpeg45, files.tableRgb, false, 200);
+    row(peak + "45 MP TIFF of 16 bits with an RGB table profile, beyond the file's own size",
+        files.tiff45, files.tableRgb, true, 200);
+    row(peak + "400 MP TIFF, beyond the file's own size", files.tiff400, files.profile, true, 200);
+    row(peak + "45 MP camera RAW, developed whole in the decoder", files.raw45, files.profile,
+        false, 0);
 }
 
 } // namespace lumivert::bench

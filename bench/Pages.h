@@ -4,14 +4,19 @@
 
 namespace lumivert::bench {
 
-/// The photos and the profile that the figures are taken with.
+/// The photos and the profiles that the figures are taken with.
 struct BenchFiles {
     std::string jpeg45;
-    std::string tiff45;
+    std::string tiff45of8;
+    std::string tiff45; // of 16 bits
     std::string jpeg100;
     std::string tiff400;
     std::string raw45;
+    /// Three curves and a matrix.
     std::string profile;
+    /// Tables, as printers have them.
+    std::string tableRgb;
+    std::string tableCmyk;
     /// A folder for what is written.
     std::string scratch;
 };

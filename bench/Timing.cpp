@@ -63,6 +63,18 @@ Comparison compare(int pairs, const std::function<Seconds()>& ours,
     return {quantile(a, 0.5), quantile(b, 0.5), quantile(ratios, 0.5)};
 }
 
+namespace {
+std::string wantedText;
+}
+
+void wantOnly(const std::string& text) {
+    wantedText = text;
+}
+
+bool isWanted(const std::string& work) {
+    return work.find(wantedText) != std::string::npos;
+}
+
 void printRow(const std::string& work, const std::string& against, const std::string& figures,
               double measured, double limit, const std::string& unit) {
     const std::string bound = limit > 0 ? fixedText(limit, 2) + unit : "–";

@@ -29,6 +29,10 @@ struct Comparison {
 [[nodiscard]] Comparison compare(int pairs, const std::function<Seconds()>& ours,
                                  const std::function<Seconds()>& theirs);
 
+/// Only rows whose work contains `text` are wanted from here on; empty for all.
+void wantOnly(const std::string& text);
+[[nodiscard]] bool isWanted(const std::string& work);
+
 /// One line of the table; `limit` 0 for a figure that is only reported.
 void printRow(const std::string& work, const std::string& against, const std::string& figures,
               double measured, double limit, const std::string& unit);

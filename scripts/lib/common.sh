@@ -18,7 +18,7 @@ packages_run=(
   zsh cups cups-client cups-filters printer-driver-cups-pdf fonts-dejavu-core qt6-wayland xdg-utils)
 packages_test=(
   ghostscript poppler-utils qpdf xvfb xauth locales dbus icc-profiles-free colord-data)
-packages_bench=(colord-data img2pdf libraw-bin libvips-tools)
+packages_bench=(argyll colord-data icc-profiles-free img2pdf libraw-bin libvips-tools)
 
 # Runs a command with root's rights; fails where there is no way to them.
 as_root() {
