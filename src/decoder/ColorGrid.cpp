@@ -1,9 +1,10 @@
 #include "decoder/ColorGrid.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
+#include <cstdlib>
 #include <new>
+#include <numeric>
 #include <sys/mman.h>
 #include <utility>
 
@@ -19,12 +20,38 @@ constexpr std::uint32_t spread(std::uint32_t coordinate, int low, int high) {
     return (coordinate & 7) << low | (coordinate >> 3) << high;
 }
 
-// A cell across which a channel changes by more is not interpolated: a table's edge or the gamut's
-// may run through it.
-constexpr std::uint16_t steepest = 3 * 257;
+constexpr std::uint32_t step = 5;
+constexpr std::uint32_t cellsAlong = 255 / step + 1; // the last for white alone
+
+// Of 65535. Between all planes a kink is a fifth of what it is between every fifth.
+constexpr int coarseError = 257 / 4;
+constexpr int fineError = 257;
+
+// Where a cell is measured, in quarters of its sides: a kink crosses faces and edges too.
+constexpr std::array<std::array<std::uint32_t, 3>, 15> probes{{{2, 2, 2},
+                                                               {2, 1, 3},
+                                                               {3, 2, 1},
+                                                               {1, 3, 2},
+                                                               {1, 1, 1},
+                                                               {3, 3, 3},
+                                                               {2, 2, 0},
+                                                               {2, 0, 2},
+                                                               {0, 2, 2},
+                                                               {2, 2, 4},
+                                                               {2, 4, 2},
+                                                               {4, 2, 2},
+                                                               {2, 0, 0},
+                                                               {0, 2, 0},
+                                                               {0, 0, 2}}};
 
 constexpr std::uint32_t packed(std::uint32_t r, std::uint32_t g, std::uint32_t b) {
     return r << 16 | g << 8 | b;
+}
+
+void keepOneOfEach(std::vector<std::uint32_t>& values) {
+    std::ranges::sort(values);
+    const auto repeated = std::ranges::unique(values);
+    values.erase(repeated.begin(), repeated.end());
 }
 
 // Linear light that sRGB encodes as `encoded` (IEC 61966-2-1): planes at equal steps of it are
@@ -35,7 +62,7 @@ double decoded(double encoded) {
 
 } // namespace
 
-ColorGrid::ColorGrid(std::unique_ptr<const ExactTransform> exact, const Profile& from, int inBits,
+ColorGrid::ColorGrid(std::unique_ptr<const ColorTransform> exact, const Profile& from, int inBits,
                      int outChannels)
     : m_exact(std::move(exact))
     , m_inBits(inBits)
@@ -75,30 +102,36 @@ void ColorGrid::placePlanes(const Profile& from) {
                 planes[i] = static_cast<std::uint16_t>(value);
             }
         }
-        auto& positions = m_positions[c];
-        positions.resize(65536);
-        for (std::uint32_t i = 0; i + 1 < planes.size(); ++i) {
-            const std::uint32_t low = planes[i];
-            const std::uint32_t high = planes[i + 1];
-            for (std::uint32_t value = low; value < high; ++value)
-                positions[value] = {
-                    static_cast<std::uint16_t>(i),
-                    static_cast<std::uint16_t>((value - low) * 65536 / (high - low))};
-        }
-        positions[65535] = {255, 0};
+        const auto between = [&](std::vector<Position>& positions, std::uint32_t stride) {
+            positions.resize(65536);
+            for (std::uint32_t i = 0; i < 255; i += stride) {
+                const std::uint32_t low = planes[i];
+                const std::uint32_t high = planes[i + stride];
+                for (std::uint32_t value = low; value < high; ++value)
+                    positions[value] = {
+                        static_cast<std::uint16_t>(i),
+                        static_cast<std::uint16_t>((value - low) * 65536 / (high - low))};
+            }
+            positions[65535] = {255, 0};
+        };
+        between(m_coarse[c], step);
+        between(m_fine[c], 1);
     }
+    m_ways = std::vector<std::atomic<Way>>(cellsAlong * cellsAlong * cellsAlong);
 }
 
-ColorGrid::Node& ColorGrid::node(std::uint32_t r, std::uint32_t g, std::uint32_t b) const {
-    return m_nodes[spread(r, 6, 19) | spread(g, 3, 14) | spread(b, 0, 9)];
+ColorGrid::Node& ColorGrid::node(std::uint32_t color) const {
+    return m_nodes[spread(color >> 16, 6, 19) | spread(color >> 8 & 255, 3, 14) |
+                   spread(color & 255, 0, 9)];
 }
 
 void ColorGrid::evaluate(std::vector<std::uint32_t>& colors) const {
+    std::erase_if(colors, [&](std::uint32_t color) {
+        return node(color).load(std::memory_order_relaxed) != 0;
+    });
     if (colors.empty())
         return;
-    std::ranges::sort(colors);
-    const auto repeated = std::ranges::unique(colors);
-    colors.erase(repeated.begin(), repeated.end());
+    keepOneOfEach(colors);
     std::vector<std::uint16_t> in(colors.size() * 3);
     std::vector<std::uint16_t> out(colors.size() * static_cast<std::size_t>(m_outChannels));
     for (std::size_t i = 0; i < colors.size(); ++i) {
@@ -113,7 +146,7 @@ void ColorGrid::evaluate(std::vector<std::uint32_t>& colors) const {
         for (int c = 1; c < m_outChannels; ++c)
             value |= std::uint64_t{from[c]} << (16 * c);
         from += m_outChannels;
-        node(color >> 16, color >> 8 & 255, color & 255).store(value, std::memory_order_relaxed);
+        node(color).store(value, std::memory_order_relaxed);
     }
 }
 
@@ -122,11 +155,12 @@ void ColorGrid::store(std::uint64_t value, std::uint8_t* out) const {
         out[c] = static_cast<std::uint8_t>(((value & 0xffff) * 255 + 32895) >> 16);
 }
 
-void ColorGrid::convert(const void* in, std::uint8_t* out, std::size_t pixels) const {
+void ColorGrid::convert(const void* in, void* out, std::size_t pixels) const {
+    auto* to = static_cast<std::uint8_t*>(out);
     if (m_inBits == 16)
-        convert16(static_cast<const std::uint16_t*>(in), out, pixels);
+        convert16(static_cast<const std::uint16_t*>(in), to, pixels);
     else
-        convert8(static_cast<const std::uint8_t*>(in), out, pixels);
+        convert8(static_cast<const std::uint8_t*>(in), to, pixels);
 }
 
 void ColorGrid::convert8(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels) const {
@@ -135,10 +169,10 @@ void ColorGrid::convert8(const std::uint8_t* in, std::uint8_t* out, std::size_t 
     std::vector<std::uint32_t> places;
     for (std::size_t i = 0; i < pixels; ++i) {
         const std::uint8_t* pixel = in + i * 3;
-        const std::uint64_t value =
-            node(pixel[0], pixel[1], pixel[2]).load(std::memory_order_relaxed);
+        const std::uint32_t color = packed(pixel[0], pixel[1], pixel[2]);
+        const std::uint64_t value = node(color).load(std::memory_order_relaxed);
         if (value == 0) {
-            missing.push_back(packed(pixel[0], pixel[1], pixel[2]));
+            missing.push_back(color);
             places.push_back(static_cast<std::uint32_t>(i));
         } else {
             store(value, out + i * channels);
@@ -147,20 +181,22 @@ void ColorGrid::convert8(const std::uint8_t* in, std::uint8_t* out, std::size_t 
     evaluate(missing);
     for (const std::uint32_t i : places) {
         const std::uint8_t* pixel = in + std::size_t{i} * 3;
-        store(node(pixel[0], pixel[1], pixel[2]).load(std::memory_order_relaxed),
+        store(node(packed(pixel[0], pixel[1], pixel[2])).load(std::memory_order_relaxed),
               out + i * channels);
     }
 }
 
 // Sakamoto's tetrahedra: from the cell's low corner along the axes in the order of their fractions.
-ColorGrid::Corners ColorGrid::cornersOf(const std::uint16_t* pixel) const {
+ColorGrid::Corners ColorGrid::cornersOf(const std::uint16_t* pixel, Way way) const {
+    const auto& positions = way == coarse ? m_coarse : m_fine;
+    const std::uint32_t stride = way == coarse ? step : 1;
     std::array<std::pair<std::uint32_t, std::uint32_t>, 3> steps; // fraction, step
     std::uint32_t color = 0;
     for (std::size_t c = 0; c < 3; ++c) {
-        const Position position = m_positions[c][pixel[c]];
+        const Position position = positions[c][pixel[c]];
         const int shift = 16 - 8 * static_cast<int>(c);
         color |= std::uint32_t{position.plane} << shift;
-        steps[c] = {position.fraction, std::uint32_t{1} << shift};
+        steps[c] = {position.fraction, stride << shift};
     }
     if (steps[0].first < steps[1].first)
         std::swap(steps[0], steps[1]);
@@ -183,53 +219,105 @@ ColorGrid::Corners ColorGrid::cornersOf(const std::uint16_t* pixel) const {
     return corners;
 }
 
-ColorGrid::Found ColorGrid::interpolate(const std::uint16_t* pixel, std::uint8_t* out) const {
-    const Corners corners = cornersOf(pixel);
+std::optional<std::uint64_t> ColorGrid::interpolated(const Corners& corners) const {
     // Two sums of 32 bits side by side in each: the weights add up to 65536, so that neither runs
     // over into the other.
     constexpr std::uint64_t lanes = 0x0000ffff0000ffff;
     std::uint64_t even = 0;
     std::uint64_t odd = 0;
-    Samples lowest{};
-    Samples highest{};
     for (std::size_t i = 0; i < 4; ++i) {
-        const std::uint32_t color = corners.colors[i];
-        const std::uint64_t value =
-            node(color >> 16, color >> 8 & 255, color & 255).load(std::memory_order_relaxed);
+        const std::uint64_t value = node(corners.colors[i]).load(std::memory_order_relaxed);
         if (value == 0)
-            return Found::missing;
+            return std::nullopt;
         even += (value & lanes) * corners.weights[i];
         odd += (value >> 16 & lanes) * corners.weights[i];
-        const auto samples = std::bit_cast<Samples>(value);
-        lowest = i == 0 || samples < lowest ? samples : lowest;
-        highest = i == 0 || samples > highest ? samples : highest;
     }
-    store((even >> 16 & lanes) | (odd & ~lanes), out);
-    const auto isSteep = std::bit_cast<std::uint64_t>(highest - lowest > steepest);
-    return isSteep ? Found::steep : Found::interpolated;
+    return (even >> 16 & lanes) | (odd & ~lanes);
+}
+
+std::size_t ColorGrid::cellOf(const std::uint16_t* pixel) const {
+    std::size_t cell = 0;
+    for (std::size_t c = 0; c < 3; ++c)
+        cell = cell * cellsAlong + m_coarse[c][pixel[c]].plane / step;
+    return cell;
+}
+
+void ColorGrid::measure(std::vector<std::uint32_t>& cells) const {
+    keepOneOfEach(cells);
+    std::vector<std::uint32_t> corners;
+    std::vector<std::uint16_t> pixels;
+    for (const std::uint32_t cell : cells) {
+        const std::array<std::uint32_t, 3> low{cell / (cellsAlong * cellsAlong) * step,
+                                               cell / cellsAlong % cellsAlong * step,
+                                               cell % cellsAlong * step};
+        const auto high = [&](std::size_t c) { return std::min(low[c] + step, 255u); };
+        for (int i = 0; i < 8; ++i)
+            corners.push_back(packed(i & 4 ? high(0) : low[0], i & 2 ? high(1) : low[1],
+                                     i & 1 ? high(2) : low[2]));
+        for (const auto& probe : probes)
+            for (std::size_t c = 0; c < 3; ++c) {
+                const std::uint32_t first = m_planes[c][low[c]];
+                const std::uint32_t last = m_planes[c][high(c)];
+                pixels.push_back(static_cast<std::uint16_t>(first + (last - first) * probe[c] / 4));
+            }
+    }
+    evaluate(corners);
+    const auto channels = static_cast<std::size_t>(m_outChannels);
+    const std::size_t count = pixels.size() / 3;
+    std::vector<std::uint16_t> expected(count * channels);
+    m_exact->convert(pixels.data(), expected.data(), count);
+    for (std::size_t cell = 0; cell < cells.size(); ++cell) {
+        int error = 0;
+        for (std::size_t i = cell * probes.size(); i < (cell + 1) * probes.size(); ++i) {
+            const std::uint64_t value =
+                interpolated(cornersOf(pixels.data() + i * 3, coarse)).value_or(0);
+            for (std::size_t c = 0; c < channels; ++c)
+                error = std::max(error, std::abs(static_cast<int>(value >> (16 * c) & 0xffff) -
+                                                 expected[i * channels + c]));
+        }
+        m_ways[cells[cell]].store(error <= coarseError ? coarse
+                                  : error <= fineError ? fine
+                                                       : evaluated,
+                                  std::memory_order_relaxed);
+    }
 }
 
 void ColorGrid::convert16(const std::uint16_t* in, std::uint8_t* out, std::size_t pixels) const {
     const auto channels = static_cast<std::size_t>(m_outChannels);
-    std::vector<std::uint32_t> late;
     std::vector<std::uint32_t> steep;
-    std::vector<std::uint32_t> missing;
-    for (std::size_t i = 0; i < pixels; ++i) {
-        const Found found = interpolate(in + i * 3, out + i * channels);
-        if (found == Found::steep)
-            steep.push_back(static_cast<std::uint32_t>(i));
-        if (found == Found::missing) {
-            late.push_back(static_cast<std::uint32_t>(i));
-            for (const std::uint32_t color : cornersOf(in + i * 3).colors)
-                if (node(color >> 16, color >> 8 & 255, color & 255)
-                        .load(std::memory_order_relaxed) == 0)
-                    missing.push_back(color);
+    std::vector<std::uint32_t> pending(pixels);
+    std::iota(pending.begin(), pending.end(), 0);
+    // Three rounds at most: a cell is measured, its points evaluated, its pixels interpolated.
+    while (!pending.empty()) {
+        std::vector<std::uint32_t> late;
+        std::vector<std::uint32_t> cells;
+        std::vector<std::uint32_t> missing;
+        for (const std::uint32_t i : pending) {
+            const std::uint16_t* pixel = in + std::size_t{i} * 3;
+            const std::size_t cell = cellOf(pixel);
+            const Way way = m_ways[cell].load(std::memory_order_relaxed);
+            if (way == evaluated) {
+                steep.push_back(i);
+                continue;
+            }
+            if (way == unmeasured) {
+                cells.push_back(static_cast<std::uint32_t>(cell));
+                late.push_back(i);
+                continue;
+            }
+            const Corners corners = cornersOf(pixel, way);
+            if (const auto value = interpolated(corners)) {
+                store(*value, out + i * channels);
+                continue;
+            }
+            missing.insert(missing.end(), corners.colors.begin(), corners.colors.end());
+            late.push_back(i);
         }
+        if (!cells.empty())
+            measure(cells);
+        evaluate(missing);
+        pending.swap(late);
     }
-    evaluate(missing);
-    for (const std::uint32_t i : late)
-        if (interpolate(in + std::size_t{i} * 3, out + i * channels) == Found::steep)
-            steep.push_back(i);
     convertExactly(in, out, steep);
 }
 

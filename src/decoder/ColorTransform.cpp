@@ -1,61 +1,56 @@
 #include "decoder/ColorTransform.h"
 
 #include "decoder/ColorGrid.h"
-#include "decoder/MatrixShaper.h"
 
 #include <atomic>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 namespace lumivert::decoder {
 namespace {
 
-class FromRgb : public ColorTransform {
+using Transform = std::unique_ptr<const ColorTransform>;
+
+cmsUInt32Number pixelType(const Profile& profile, const PixelLayout& layout) {
+    const cmsUInt32Number space = cmsGetColorSpace(profile.get()) == cmsSigLabData ? PT_Lab
+                                  : layout.channels == 1                           ? PT_GRAY
+                                  : layout.channels == 3                           ? PT_RGB
+                                                                                   : PT_CMYK;
+    return COLORSPACE_SH(space) | CHANNELS_SH(static_cast<cmsUInt32Number>(layout.channels)) |
+           BYTES_SH(static_cast<cmsUInt32Number>(layout.bits / 8));
+}
+
+class Exact : public ColorTransform {
 public:
-    FromRgb(std::unique_ptr<const ExactTransform> exact, const Profile& from, int inBits,
-            int outChannels)
-        : m_grid(std::move(exact), from, inBits, outChannels) {}
+    explicit Exact(cmsHTRANSFORM handle)
+        : m_handle(handle, &cmsDeleteTransform) {}
 
     void convert(const void* in, void* out, std::size_t pixels) const override {
-        m_grid.convert(in, static_cast<std::uint8_t*>(out), pixels);
+        cmsDoTransform(m_handle.get(), in, out, static_cast<cmsUInt32Number>(pixels));
     }
 
 private:
-    ColorGrid m_grid;
-};
-
-class BetweenMatrices : public ColorTransform {
-public:
-    explicit BetweenMatrices(std::unique_ptr<const MatrixShaper> shaper)
-        : m_shaper(std::move(shaper)) {}
-
-    void convert(const void* in, void* out, std::size_t pixels) const override {
-        m_shaper->convert(in, static_cast<std::uint8_t*>(out), pixels);
-    }
-
-private:
-    std::unique_ptr<const MatrixShaper> m_shaper;
+    std::unique_ptr<void, void (*)(cmsHTRANSFORM)> m_handle;
 };
 
 // Every grey there is, converted beforehand.
 class FromGrey : public ColorTransform {
 public:
-    FromGrey(const ExactTransform& exact, int inBits, int outChannels)
+    FromGrey(const ColorTransform& exact, int inBits, int outChannels)
         : m_inBits(inBits)
         , m_outChannels(static_cast<std::size_t>(outChannels)) {
         const std::size_t count = std::size_t{1} << inBits;
         m_table.resize(count * m_outChannels);
-        if (inBits == 16) {
-            std::vector<std::uint16_t> greys(count);
-            for (std::size_t i = 0; i < count; ++i)
-                greys[i] = static_cast<std::uint16_t>(i);
-            exact.convert(greys.data(), m_table.data(), count);
-        } else {
-            std::vector<std::uint8_t> greys(count);
-            for (std::size_t i = 0; i < count; ++i)
-                greys[i] = static_cast<std::uint8_t>(i);
-            exact.convert(greys.data(), m_table.data(), count);
+        std::vector<std::uint16_t> wide(count);
+        std::vector<std::uint8_t> narrow(count);
+        for (std::size_t i = 0; i < count; ++i) {
+            wide[i] = static_cast<std::uint16_t>(i);
+            narrow[i] = static_cast<std::uint8_t>(i);
         }
+        const bool isWide = inBits == 16;
+        exact.convert(isWide ? static_cast<const void*>(wide.data()) : narrow.data(),
+                      m_table.data(), count);
     }
 
     void convert(const void* in, void* out, std::size_t pixels) const override {
@@ -76,7 +71,7 @@ private:
 // Remembers the colours that came by: inks in the upper half of an entry, result in the lower.
 class FromCmyk : public ColorTransform {
 public:
-    FromCmyk(std::unique_ptr<const ExactTransform> exact, int outChannels)
+    FromCmyk(Transform exact, int outChannels)
         : m_exact(std::move(exact))
         , m_outChannels(static_cast<std::size_t>(outChannels))
         , m_entries(std::size_t{1} << entryBits) {
@@ -115,73 +110,62 @@ private:
         m_entries[slot(inks)].store(std::uint64_t{inks} << 32 | result, std::memory_order_relaxed);
     }
 
-    std::unique_ptr<const ExactTransform> m_exact;
+    Transform m_exact;
     std::size_t m_outChannels;
     mutable std::vector<std::atomic<std::uint64_t>> m_entries;
 };
 
-class Straight : public ColorTransform {
-public:
-    explicit Straight(std::unique_ptr<const ExactTransform> exact)
-        : m_exact(std::move(exact)) {}
-
-    void convert(const void* in, void* out, std::size_t pixels) const override {
-        m_exact->convert(in, out, pixels);
-    }
-
-private:
-    std::unique_ptr<const ExactTransform> m_exact;
-};
-
-struct Held {
-    std::shared_ptr<const ColorTransform> transform;
-    VipsImage* in;
-};
-
-int generate(VipsRegion* out, void* sequence, void*, void* held, gboolean*) {
+int generate(VipsRegion* out, void* sequence, void*, void* transform, gboolean*) {
     auto* in = static_cast<VipsRegion*>(sequence);
     const VipsRect area = out->valid;
     if (vips_region_prepare(in, &area) != 0)
         return -1;
-    const auto& transform = *static_cast<const Held*>(held)->transform;
     for (int y = 0; y < area.height; ++y)
-        transform.convert(VIPS_REGION_ADDR(in, area.left, area.top + y),
-                          VIPS_REGION_ADDR(out, area.left, area.top + y),
-                          static_cast<std::size_t>(area.width));
+        static_cast<const ColorTransform*>(transform)->convert(
+            VIPS_REGION_ADDR(in, area.left, area.top + y),
+            VIPS_REGION_ADDR(out, area.left, area.top + y), static_cast<std::size_t>(area.width));
     return 0;
-}
-
-void release(VipsImage*, void* held) {
-    auto* owned = static_cast<Held*>(held);
-    g_object_unref(owned->in);
-    delete owned;
 }
 
 } // namespace
 
-std::shared_ptr<const ColorTransform> ColorTransform::create(const ColorRoute& route,
-                                                             PixelLayout in, PixelLayout out) {
-    if (!in.isLab && out.bits == 8 && in.channels == 3) {
-        auto exact = ExactTransform::create(route, {3, 16}, {out.channels, 16});
-        if (!exact)
-            return nullptr;
-        if (!route.paper)
-            if (auto shaper = MatrixShaper::create(*exact, *route.from, *route.to, in.bits))
-                return std::make_shared<BetweenMatrices>(std::move(shaper));
-        return std::make_shared<FromRgb>(std::move(exact), *route.from, in.bits, out.channels);
-    }
-    auto exact = ExactTransform::create(route, in, out);
-    if (!exact)
+Transform ColorTransform::createExact(const ColorRoute& route, PixelLayout in, PixelLayout out) {
+    if (!*route.from || !*route.to || (route.paper && !*route.paper))
         return nullptr;
-    if (!in.isLab && out.bits == 8 && in.channels == 1)
-        return std::make_shared<FromGrey>(*exact, in.bits, out.channels);
-    if (!in.isLab && out.bits == 8 && in.channels == 4 && in.bits == 8)
-        return std::make_shared<FromCmyk>(std::move(exact), out.channels);
-    return std::make_shared<Straight>(std::move(exact));
+    // No cache either: threads would share it.
+    cmsUInt32Number flags = cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE;
+    if (route.intent != INTENT_ABSOLUTE_COLORIMETRIC)
+        flags |= cmsFLAGS_BLACKPOINTCOMPENSATION;
+    const cmsUInt32Number from = pixelType(*route.from, in);
+    const cmsUInt32Number to = pixelType(*route.to, out);
+    cmsHTRANSFORM handle =
+        route.paper
+            ? cmsCreateProofingTransform(
+                  route.from->get(), from, route.to->get(), to, route.paper->get(), route.intent,
+                  INTENT_RELATIVE_COLORIMETRIC, flags | cmsFLAGS_SOFTPROOFING)
+            : cmsCreateTransform(route.from->get(), from, route.to->get(), to, route.intent, flags);
+    return handle ? std::make_unique<const Exact>(handle) : nullptr;
 }
 
-vips::VImage ColorTransform::apply(std::shared_ptr<const ColorTransform> transform,
-                                   PixelLayout layout, const vips::VImage& image) {
+Transform ColorTransform::create(const ColorRoute& route, PixelLayout in, PixelLayout out) {
+    const bool isToBytes = out.bits == 8;
+    const bool isOnGrid = isToBytes && in.channels == 3;
+    auto exact =
+        isOnGrid ? createExact(route, {3, 16}, {out.channels, 16}) : createExact(route, in, out);
+    if (!exact)
+        return nullptr;
+    if (isOnGrid)
+        return std::make_unique<const ColorGrid>(std::move(exact), *route.from, in.bits,
+                                                 out.channels);
+    if (isToBytes && in.channels == 1)
+        return std::make_unique<const FromGrey>(*exact, in.bits, out.channels);
+    if (isToBytes && in.channels == 4 && in.bits == 8)
+        return std::make_unique<const FromCmyk>(std::move(exact), out.channels);
+    return exact;
+}
+
+vips::VImage ColorTransform::apply(Transform transform, PixelLayout layout,
+                                   const vips::VImage& image) {
     VipsImage* out = vips_image_new();
     vips::VImage result(out);
     VipsImage* in = image.get_image();
@@ -193,9 +177,11 @@ vips::VImage ColorTransform::apply(std::shared_ptr<const ColorTransform> transfo
     out->Type = layout.channels == 1   ? VIPS_INTERPRETATION_B_W
                 : layout.channels == 4 ? VIPS_INTERPRETATION_CMYK
                                        : VIPS_INTERPRETATION_sRGB;
-    g_object_ref(in);
-    auto* held = new Held{std::move(transform), in};
-    g_signal_connect(out, "postclose", G_CALLBACK(release), held);
+    // Both are let go when the image is finalised, after the last region of it.
+    auto* held = const_cast<ColorTransform*>(transform.release());
+    g_object_set_data_full(G_OBJECT(out), "lumivert-transform", held,
+                           [](void* data) { delete static_cast<ColorTransform*>(data); });
+    g_object_set_data_full(G_OBJECT(out), "lumivert-source", g_object_ref(in), g_object_unref);
     if (vips_image_generate(out, vips_start_one, generate, vips_stop_one, in, held) != 0)
         throw vips::VError();
     return result;

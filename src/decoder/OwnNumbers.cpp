@@ -62,14 +62,17 @@ VImage withoutAlpha(const VImage& image) {
 VImage fromLab(const VImage& image) {
     const VImage lab =
         firstBands(image.colourspace(VIPS_INTERPRETATION_LAB).cast(VIPS_FORMAT_FLOAT), 3);
+    // ICC.1 (version 4), 6.3.4.2.
+    const VImage encoded = lab.linear({655.35, 257, 257}, {0.5, 128 * 257 + 0.5, 128 * 257 + 0.5})
+                               .cast(VIPS_FORMAT_USHORT);
     const Profile from(cmsCreateLab4Profile(nullptr));
     const Profile to = openProfile(wideGamutBytes());
     const PixelLayout out{3, 16};
-    auto transform = ColorTransform::create({&from, &to, nullptr, INTENT_RELATIVE_COLORIMETRIC},
-                                            {3, 32, true}, out);
+    auto transform =
+        ColorTransform::create({&from, &to, nullptr, INTENT_RELATIVE_COLORIMETRIC}, {3, 16}, out);
     if (!transform)
         throw std::runtime_error("no way from CIELAB");
-    return ColorTransform::apply(std::move(transform), out, lab);
+    return ColorTransform::apply(std::move(transform), out, encoded);
 }
 
 VImage fromFloat(const VImage& image, bool isLinear) {
