@@ -21,7 +21,9 @@ constexpr std::uint32_t spread(std::uint32_t coordinate, int low, int high) {
 }
 
 constexpr std::uint32_t step = 5;
-constexpr std::uint32_t cellsAlong = 255 / step + 1; // the last for white alone
+constexpr std::uint32_t coarsePlanes = 255 / step + 1;
+constexpr std::array<std::uint32_t, 3> coarseStrides{coarsePlanes * coarsePlanes, coarsePlanes, 1};
+constexpr std::array<std::uint32_t, 3> fineStrides{1u << 16, 1u << 8, 1};
 
 // Of 65535. Between all planes a kink is a fifth of what it is between every fifth.
 constexpr int coarseError = 257 / 4;
@@ -58,6 +60,57 @@ void keepOneOfEach(std::vector<std::uint32_t>& values) {
 // about equally far apart to the eye.
 double decoded(double encoded) {
     return encoded <= 0.04045 ? encoded / 12.92 : std::pow((encoded + 0.055) / 1.055, 2.4);
+}
+
+// Four values of 16 bits, two sums of 32 bits side by side in each half: the weights add up to
+// 65536, so that neither runs over into the other.
+class WeightedSum {
+public:
+    void add(std::uint64_t values, std::uint32_t weight) {
+        m_even += (values & lanes) * weight;
+        m_odd += (values >> 16 & lanes) * weight;
+    }
+    [[nodiscard]] std::uint64_t result() const { return (m_even >> 16 & lanes) | (m_odd & ~lanes); }
+
+private:
+    static constexpr std::uint64_t lanes = 0x0000ffff0000ffff;
+    std::uint64_t m_even = 0;
+    std::uint64_t m_odd = 0;
+};
+
+// Sakamoto's tetrahedra: from the cell's low corner along the axes in the order of their fractions.
+template <class Corners, class Positions>
+Corners cornersOf(const Positions& positions, const std::array<std::uint32_t, 3>& strides,
+                  const std::uint16_t* pixel) {
+    std::array<std::uint64_t, 3> steps; // fraction above, stride below
+    std::uint32_t point = 0;
+    for (std::size_t c = 0; c < 3; ++c) {
+        const auto position = positions[c][pixel[c]];
+        point += position.plane * strides[c];
+        steps[c] = std::uint64_t{position.fraction} << 32 | strides[c];
+    }
+    // Without a branch: which fraction is the larger cannot be predicted.
+    const auto order = [](std::uint64_t& first, std::uint64_t& second) {
+        const std::uint64_t larger = std::max(first, second);
+        second = std::min(first, second);
+        first = larger;
+    };
+    order(steps[0], steps[1]);
+    order(steps[1], steps[2]);
+    order(steps[0], steps[1]);
+    Corners corners;
+    std::uint32_t before = 65536;
+    for (std::size_t i = 0; i < 3; ++i) {
+        const auto fraction = static_cast<std::uint32_t>(steps[i] >> 32);
+        corners.points[i] = point;
+        corners.weights[i] = before - fraction;
+        before = fraction;
+        // Without a fraction the axis may be at its last plane.
+        point += fraction > 0 ? static_cast<std::uint32_t>(steps[i]) : 0;
+    }
+    corners.points[3] = point;
+    corners.weights[3] = before;
+    return corners;
 }
 
 } // namespace
@@ -109,15 +162,16 @@ void ColorGrid::placePlanes(const Profile& from) {
                 const std::uint32_t high = planes[i + stride];
                 for (std::uint32_t value = low; value < high; ++value)
                     positions[value] = {
-                        static_cast<std::uint16_t>(i),
+                        static_cast<std::uint16_t>(i / stride),
                         static_cast<std::uint16_t>((value - low) * 65536 / (high - low))};
             }
-            positions[65535] = {255, 0};
+            positions[65535] = {static_cast<std::uint16_t>(255 / stride), 0};
         };
         between(m_coarse[c], step);
         between(m_fine[c], 1);
     }
-    m_ways = std::vector<std::atomic<Way>>(cellsAlong * cellsAlong * cellsAlong);
+    m_coarseNodes = std::vector<Node>(coarsePlanes * coarsePlanes * coarsePlanes);
+    m_ways = std::vector<std::atomic<Way>>(m_coarseNodes.size());
 }
 
 ColorGrid::Node& ColorGrid::node(std::uint32_t color) const {
@@ -125,7 +179,7 @@ ColorGrid::Node& ColorGrid::node(std::uint32_t color) const {
                    spread(color & 255, 0, 9)];
 }
 
-void ColorGrid::evaluate(std::vector<std::uint32_t>& colors) const {
+void ColorGrid::evaluate(std::vector<std::uint32_t> colors) const {
     std::erase_if(colors, [&](std::uint32_t color) {
         return node(color).load(std::memory_order_relaxed) != 0;
     });
@@ -178,7 +232,7 @@ void ColorGrid::convert8(const std::uint8_t* in, std::uint8_t* out, std::size_t 
             store(value, out + i * channels);
         }
     }
-    evaluate(missing);
+    evaluate(std::move(missing));
     for (const std::uint32_t i : places) {
         const std::uint8_t* pixel = in + std::size_t{i} * 3;
         store(node(packed(pixel[0], pixel[1], pixel[2])).load(std::memory_order_relaxed),
@@ -186,59 +240,37 @@ void ColorGrid::convert8(const std::uint8_t* in, std::uint8_t* out, std::size_t 
     }
 }
 
-// Sakamoto's tetrahedra: from the cell's low corner along the axes in the order of their fractions.
-ColorGrid::Corners ColorGrid::cornersOf(const std::uint16_t* pixel, Way way) const {
-    const auto& positions = way == coarse ? m_coarse : m_fine;
-    const std::uint32_t stride = way == coarse ? step : 1;
-    std::array<std::pair<std::uint32_t, std::uint32_t>, 3> steps; // fraction, step
-    std::uint32_t color = 0;
-    for (std::size_t c = 0; c < 3; ++c) {
-        const Position position = positions[c][pixel[c]];
-        const int shift = 16 - 8 * static_cast<int>(c);
-        color |= std::uint32_t{position.plane} << shift;
-        steps[c] = {position.fraction, stride << shift};
-    }
-    if (steps[0].first < steps[1].first)
-        std::swap(steps[0], steps[1]);
-    if (steps[1].first < steps[2].first)
-        std::swap(steps[1], steps[2]);
-    if (steps[0].first < steps[1].first)
-        std::swap(steps[0], steps[1]);
-    Corners corners;
-    std::uint32_t before = 65536;
-    for (std::size_t i = 0; i < 3; ++i) {
-        corners.colors[i] = color;
-        corners.weights[i] = before - steps[i].first;
-        before = steps[i].first;
-        // Without a fraction the axis may be at its last plane.
-        if (before > 0)
-            color += steps[i].second;
-    }
-    corners.colors[3] = color;
-    corners.weights[3] = before;
-    return corners;
+ColorGrid::Corners ColorGrid::fineCorners(const std::uint16_t* pixel) const {
+    return cornersOf<Corners>(m_fine, fineStrides, pixel);
 }
 
-std::optional<std::uint64_t> ColorGrid::interpolated(const Corners& corners) const {
-    // Two sums of 32 bits side by side in each: the weights add up to 65536, so that neither runs
-    // over into the other.
-    constexpr std::uint64_t lanes = 0x0000ffff0000ffff;
-    std::uint64_t even = 0;
-    std::uint64_t odd = 0;
+ColorGrid::Corners ColorGrid::coarseCorners(const std::uint16_t* pixel) const {
+    return cornersOf<Corners>(m_coarse, coarseStrides, pixel);
+}
+
+std::uint64_t ColorGrid::betweenCoarse(const Corners& corners) const {
+    WeightedSum sum;
+    for (std::size_t i = 0; i < 4; ++i)
+        sum.add(m_coarseNodes[corners.points[i]].load(std::memory_order_relaxed),
+                corners.weights[i]);
+    return sum.result();
+}
+
+std::optional<std::uint64_t> ColorGrid::betweenFine(const Corners& corners) const {
+    WeightedSum sum;
     for (std::size_t i = 0; i < 4; ++i) {
-        const std::uint64_t value = node(corners.colors[i]).load(std::memory_order_relaxed);
+        const std::uint64_t value = node(corners.points[i]).load(std::memory_order_relaxed);
         if (value == 0)
             return std::nullopt;
-        even += (value & lanes) * corners.weights[i];
-        odd += (value >> 16 & lanes) * corners.weights[i];
+        sum.add(value, corners.weights[i]);
     }
-    return (even >> 16 & lanes) | (odd & ~lanes);
+    return sum.result();
 }
 
-std::size_t ColorGrid::cellOf(const std::uint16_t* pixel) const {
-    std::size_t cell = 0;
+std::uint32_t ColorGrid::cellOf(const std::uint16_t* pixel) const {
+    std::uint32_t cell = 0;
     for (std::size_t c = 0; c < 3; ++c)
-        cell = cell * cellsAlong + m_coarse[c][pixel[c]].plane / step;
+        cell += m_coarse[c][pixel[c]].plane * coarseStrides[c];
     return cell;
 }
 
@@ -247,9 +279,9 @@ void ColorGrid::measure(std::vector<std::uint32_t>& cells) const {
     std::vector<std::uint32_t> corners;
     std::vector<std::uint16_t> pixels;
     for (const std::uint32_t cell : cells) {
-        const std::array<std::uint32_t, 3> low{cell / (cellsAlong * cellsAlong) * step,
-                                               cell / cellsAlong % cellsAlong * step,
-                                               cell % cellsAlong * step};
+        std::array<std::uint32_t, 3> low{};
+        for (std::size_t c = 0; c < 3; ++c)
+            low[c] = cell / coarseStrides[c] % coarsePlanes * step;
         const auto high = [&](std::size_t c) { return std::min(low[c] + step, 255u); };
         for (int i = 0; i < 8; ++i)
             corners.push_back(packed(i & 4 ? high(0) : low[0], i & 2 ? high(1) : low[1],
@@ -262,6 +294,10 @@ void ColorGrid::measure(std::vector<std::uint32_t>& cells) const {
             }
     }
     evaluate(corners);
+    for (const std::uint32_t color : corners)
+        m_coarseNodes[(color >> 16) / step * coarseStrides[0] +
+                      (color >> 8 & 255) / step * coarseStrides[1] + (color & 255) / step]
+            .store(node(color).load(std::memory_order_relaxed), std::memory_order_relaxed);
     const auto channels = static_cast<std::size_t>(m_outChannels);
     const std::size_t count = pixels.size() / 3;
     std::vector<std::uint16_t> expected(count * channels);
@@ -269,8 +305,7 @@ void ColorGrid::measure(std::vector<std::uint32_t>& cells) const {
     for (std::size_t cell = 0; cell < cells.size(); ++cell) {
         int error = 0;
         for (std::size_t i = cell * probes.size(); i < (cell + 1) * probes.size(); ++i) {
-            const std::uint64_t value =
-                interpolated(cornersOf(pixels.data() + i * 3, coarse)).value_or(0);
+            const std::uint64_t value = betweenCoarse(coarseCorners(pixels.data() + i * 3));
             for (std::size_t c = 0; c < channels; ++c)
                 error = std::max(error, std::abs(static_cast<int>(value >> (16 * c) & 0xffff) -
                                                  expected[i * channels + c]));
@@ -278,7 +313,7 @@ void ColorGrid::measure(std::vector<std::uint32_t>& cells) const {
         m_ways[cells[cell]].store(error <= coarseError ? coarse
                                   : error <= fineError ? fine
                                                        : evaluated,
-                                  std::memory_order_relaxed);
+                                  std::memory_order_release);
     }
 }
 
@@ -294,28 +329,32 @@ void ColorGrid::convert16(const std::uint16_t* in, std::uint8_t* out, std::size_
         std::vector<std::uint32_t> missing;
         for (const std::uint32_t i : pending) {
             const std::uint16_t* pixel = in + std::size_t{i} * 3;
-            const std::size_t cell = cellOf(pixel);
-            const Way way = m_ways[cell].load(std::memory_order_relaxed);
+            const std::uint32_t cell = cellOf(pixel);
+            const Way way = m_ways[cell].load(std::memory_order_acquire);
+            if (way == coarse) {
+                store(betweenCoarse(coarseCorners(pixel)), out + i * channels);
+                continue;
+            }
             if (way == evaluated) {
                 steep.push_back(i);
                 continue;
             }
             if (way == unmeasured) {
-                cells.push_back(static_cast<std::uint32_t>(cell));
+                cells.push_back(cell);
                 late.push_back(i);
                 continue;
             }
-            const Corners corners = cornersOf(pixel, way);
-            if (const auto value = interpolated(corners)) {
+            const Corners corners = fineCorners(pixel);
+            if (const auto value = betweenFine(corners)) {
                 store(*value, out + i * channels);
                 continue;
             }
-            missing.insert(missing.end(), corners.colors.begin(), corners.colors.end());
+            missing.insert(missing.end(), corners.points.begin(), corners.points.end());
             late.push_back(i);
         }
         if (!cells.empty())
             measure(cells);
-        evaluate(missing);
+        evaluate(std::move(missing));
         pending.swap(late);
     }
     convertExactly(in, out, steep);

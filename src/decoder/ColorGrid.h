@@ -42,21 +42,25 @@ private:
     };
     // What pixels in a cell are interpolated between.
     enum Way : std::uint8_t { unmeasured, coarse, fine, evaluated };
+    // By channel and 16-bit value, where it lies between the planes of a lattice.
+    using Positions = std::array<std::vector<Position>, 3>;
     // A tetrahedron's corners and their weights of 65536.
     struct Corners {
-        std::array<std::uint32_t, 4> colors;
+        std::array<std::uint32_t, 4> points;
         std::array<std::uint32_t, 4> weights;
     };
 
-    [[nodiscard]] Corners cornersOf(const std::uint16_t* pixel, Way way) const;
-    [[nodiscard]] std::optional<std::uint64_t> interpolated(const Corners& corners) const;
-    [[nodiscard]] std::size_t cellOf(const std::uint16_t* pixel) const;
+    [[nodiscard]] Corners fineCorners(const std::uint16_t* pixel) const;
+    [[nodiscard]] Corners coarseCorners(const std::uint16_t* pixel) const;
+    [[nodiscard]] std::uint64_t betweenCoarse(const Corners& corners) const;
+    [[nodiscard]] std::optional<std::uint64_t> betweenFine(const Corners& corners) const;
+    [[nodiscard]] std::uint32_t cellOf(const std::uint16_t* pixel) const;
     void convert8(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels) const;
     void convert16(const std::uint16_t* in, std::uint8_t* out, std::size_t pixels) const;
     void convertExactly(const std::uint16_t* in, std::uint8_t* out,
                         const std::vector<std::uint32_t>& places) const;
     void measure(std::vector<std::uint32_t>& cells) const;
-    void evaluate(std::vector<std::uint32_t>& colors) const;
+    void evaluate(std::vector<std::uint32_t> colors) const;
     [[nodiscard]] Node& node(std::uint32_t color) const;
     void placePlanes(const Profile& from);
     void store(std::uint64_t value, std::uint8_t* out) const;
@@ -66,9 +70,10 @@ private:
     int m_outChannels;
     Node* m_nodes = nullptr;
     std::array<std::array<std::uint16_t, 256>, 3> m_planes{};
-    // By channel and value, between every fifth plane and between all.
-    std::array<std::vector<Position>, 3> m_coarse;
-    std::array<std::vector<Position>, 3> m_fine;
+    Positions m_coarse;
+    Positions m_fine;
+    // Every fifth plane's points, close together; the cells begin at them.
+    mutable std::vector<Node> m_coarseNodes;
     mutable std::vector<std::atomic<Way>> m_ways;
 };
 
