@@ -237,14 +237,18 @@ bool isWholeGif(View bytes) {
 } // namespace
 
 bool isWhole(View bytes) {
-    switch (containerOf(bytes)) {
-    case Container::jpeg:
+    const PhotoFormat* format = formatOf(bytes);
+    if (!format)
+        return true;
+    switch (format->kind) {
+    case PhotoKind::jpeg:
         return isWholeJpeg(bytes);
-    case Container::gif:
+    case PhotoKind::gif:
         return isWholeGif(bytes);
-    case Container::tiff:
+    case PhotoKind::tiff:
         return isWholeDng(bytes);
-    case Container::heif:
+    case PhotoKind::heic:
+    case PhotoKind::avif:
         return isWholeHeif(bytes);
     default:
         return true;

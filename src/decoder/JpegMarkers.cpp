@@ -1,5 +1,7 @@
 #include "decoder/JpegMarkers.h"
 
+#include "platform/decoder/DecoderProtocol.h"
+
 #include <array>
 #include <cstring>
 
@@ -44,6 +46,13 @@ bool hasEndOfImage(std::span<const std::byte> bytes) {
 
 } // namespace
 
+std::optional<Density> usableDensity(double x, double y) {
+    using protocol::isUsable;
+    if (!isUsable(x) && !isUsable(y))
+        return std::nullopt;
+    return Density{isUsable(x) ? x : y, isUsable(y) ? y : x};
+}
+
 std::optional<JpegMarkers> readJpegMarkers(std::span<const std::byte> bytes) {
     if (bytes.size() < 4 || wordAt(bytes, 0) != 0xffd8)
         return std::nullopt;
@@ -73,8 +82,6 @@ std::optional<JpegMarkers> readJpegMarkers(std::span<const std::byte> bytes) {
             hasJfif = true;
             if (!found.jfifDensity)
                 found.jfifDensity = jfifDensity(segment);
-        } else if (marker == 0xe1 && found.exif.empty() && startsWith(segment, "Exif\0\0", 6)) {
-            found.exif = segment;
         } else if (marker == 0xee && segment.size() >= 12 && startsWith(segment, "Adobe", 5)) {
             hasAdobe = true;
         } else if (isFrame(marker) && segment.size() >= 6 && !frame) {

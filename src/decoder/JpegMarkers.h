@@ -1,12 +1,19 @@
 #pragma once
 
-#include "decoder/ExifReader.h"
-
 #include <cstddef>
 #include <optional>
 #include <span>
 
 namespace lumivert::decoder {
+
+/// Dots per inch along the stored axes.
+struct Density {
+    double x = 72;
+    double y = 72;
+};
+
+/// The density when each axis is one that a photo can have; an axis that is not takes the other's.
+[[nodiscard]] std::optional<Density> usableDensity(double x, double y);
 
 /// What the markers before a JPEG's first scan say, and whether its end is there (ITU-T T.81, annex
 /// B; JFIF; Adobe TN 5116).
@@ -24,8 +31,6 @@ struct JpegMarkers {
     /// CMYK stored the way Adobe's programs store it, 255 for no ink.
     bool inverted = false;
     std::optional<Density> jfifDensity;
-    /// The first Exif segment; empty for none.
-    std::span<const std::byte> exif;
 };
 
 /// Nothing where the bytes do not start as a JPEG with a frame.

@@ -1,26 +1,111 @@
 #include "decoder/Photo.h"
 
 #include "decoder/Damage.h"
+#include "decoder/Limits.h"
+#include "decoder/OwnNumbers.h"
+#include "decoder/PhotoFacts.h"
+#include "decoder/Profiles.h"
 #include "decoder/RawReader.h"
-#include "decoder/VipsReader.h"
 #include "platform/decoder/DecoderProtocol.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace lumivert::decoder {
 namespace {
 
-// libvips opens sensor data as the small preview inside it, so the RAW reader is asked first,
+using vips::VImage;
+using vips::VSource;
+
+VImage load(const PhotoFormat& format, const VSource& source,
+            vips::VOption* options = VImage::option()) {
+    VImage image;
+    VImage::call(format.loader.data(), options->set("out", &image)
+                                           ->set("source", source)
+                                           ->set("access", VIPS_ACCESS_SEQUENTIAL)
+                                           ->set("fail_on", VIPS_FAIL_ON_TRUNCATED));
+    return image;
+}
+
+std::span<const std::byte> blob(const VImage& image, const char* name) {
+    if (image.get_typeof(name) == 0)
+        return {};
+    std::size_t size = 0;
+    const void* bytes = image.get_blob(name, &size);
+    return {static_cast<const std::byte*>(bytes), size};
+}
+
+// The loader's own reduction that keeps the longer edge at `edge` or above; 1 for none. Libjpeg
+// scales in the frequency domain, a proper low pass, so that no reserve for a second one is kept.
+int shrinkOnLoad(PixelSize size, int edge) {
+    const int longer = std::max(size.width, size.height);
+    int shrink = 8;
+    while (shrink > 1 && longer / shrink < edge)
+        shrink /= 2;
+    return shrink;
+}
+
+VImage shrunk(const PhotoFormat& format, const VSource& source, VImage whole, int edge) {
+    const PixelSize size{whole.width(), whole.height()};
+    if (format.kind == PhotoKind::jpeg)
+        if (const int shrink = shrinkOnLoad(size, edge); shrink > 1)
+            return load(format, source, VImage::option()->set("shrink", shrink));
+    if (format.kind == PhotoKind::webp)
+        if (const int longer = std::max(size.width, size.height); longer > edge)
+            return load(format, source,
+                        VImage::option()->set("scale", static_cast<double>(edge) / longer));
+    return whole;
+}
+
+// What the loader keeps of all pixels until the last is made. A plain JPEG or PNG comes row by row;
+// a TIFF may hold all its rows in one strip.
+std::size_t heldBytesAPixel(const VImage& image, PhotoKind kind) {
+    const bool mayComeInRows = kind == PhotoKind::jpeg || kind == PhotoKind::png;
+    const bool isInterlaced =
+        image.get_typeof("interlaced") != 0 || image.get_typeof("jpeg-multiscan") != 0;
+    return mayComeInRows && !isInterlaced ? 0 : VIPS_IMAGE_SIZEOF_PEL(image.get_image());
+}
+
+// Data that ends early is an error when the pixels are asked for; a JPEG without any end of image
+// is no photo, and one whose scan is damaged an error as well.
+std::optional<Photo> openWithVips(const PhotoFormat& format, std::span<const std::byte> bytes,
+                                  const OpenOptions& options) {
+    const VSource source = VSource::new_from_memory(bytes.data(), bytes.size());
+    VImage image = load(format, source);
+    std::optional<JpegMarkers> jpeg;
+    if (format.kind == PhotoKind::jpeg)
+        jpeg = readJpegMarkers(bytes);
+    if (jpeg && !jpeg->hasEnd)
+        return std::nullopt;
+    const PhotoFacts facts = readFacts(format, bytes, image, jpeg);
+    Photo photo;
+    photo.storedSize = {image.width(), image.height()};
+    allowPhoto(photo.storedSize, heldBytesAPixel(image, format.kind));
+    photo.orientation = facts.orientation;
+    photo.density = facts.density;
+    const auto embedded = blob(image, "icc-profile-data");
+    const Bytes profile(embedded.begin(), embedded.end());
+    if (options.screenEdge)
+        image = shrunk(format, source, image, *options.screenEdge);
+
+    // Libvips takes every JPEG of four inks for one of Adobe's.
+    if (jpeg && jpeg->components == 4 && image.bands() == 4 && !jpeg->inverted)
+        image = image.invert();
+
+    OwnNumbers own = ownNumbers(image, profile);
+    photo.pixels = own.pixels;
+    photo.profile = std::move(own.profile);
+    if (photo.profile.empty() && facts.isAdobeRgb && photo.channels() == 3)
+        photo.profile = adobeRgbBytes();
+    if (jpeg && jpeg->embeddable && jpeg->components == photo.channels())
+        photo.jpeg = jpeg;
+    return photo;
+}
+
+// Libvips opens sensor data as the small preview inside it, so the RAW reader is asked first,
 // except for what no camera's RAW begins with.
-bool mayBeRaw(const PhotoFacts& facts) {
-    switch (facts.container) {
-    case Container::tiff:
-        return !facts.isPlainTiff;
-    case Container::other:
-        return true;
-    default:
-        return false;
-    }
+bool mayBeRaw(const PhotoFormat* format, std::span<const std::byte> bytes) {
+    return !format || (format->kind == PhotoKind::tiff && !isPlainTiff(bytes));
 }
 
 } // namespace
@@ -36,10 +121,11 @@ Density Photo::uprightDensity() const {
 std::optional<Photo> openPhoto(std::span<const std::byte> bytes, const OpenOptions& options) {
     forgetDamage();
     std::optional<Photo> photo;
-    if (mayBeRaw(readFacts(bytes, {})))
+    const PhotoFormat* format = formatOf(bytes);
+    if (mayBeRaw(format, bytes))
         photo = openRaw(bytes, options);
-    if (!photo)
-        photo = openWithVips(bytes, options);
+    if (!photo && format)
+        photo = openWithVips(*format, bytes, options);
     if (!photo || !protocol::isPossible(photo->storedSize))
         return std::nullopt;
     // What was tried on the way is of no concern to forEachStrip().

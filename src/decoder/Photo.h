@@ -1,6 +1,6 @@
 #pragma once
 
-#include "decoder/PhotoFacts.h"
+#include "decoder/JpegMarkers.h"
 #include "platform/Bytes.h"
 #include "platform/Geometry.h"
 

@@ -1,14 +1,25 @@
 #include "decoder/PhotoFacts.h"
 
-#include <array>
+#include "decoder/TiffFile.h"
+
+#include <algorithm>
+#include <charconv>
 #include <cstdint>
 #include <cstring>
+#include <string>
 
 namespace lumivert::decoder {
 namespace {
 
-bool has(std::span<const std::byte> bytes, std::size_t at, const char* text, std::size_t length) {
-    return bytes.size() >= at + length && std::memcmp(bytes.data() + at, text, length) == 0;
+constexpr double millimetresPerInch = 25.4;
+
+bool beginsWith(std::span<const std::byte> bytes, std::string_view pattern) {
+    if (bytes.size() < pattern.size())
+        return false;
+    for (std::size_t i = 0; i < pattern.size(); ++i)
+        if (pattern[i] != '?' && std::to_integer<char>(bytes[i]) != pattern[i])
+            return false;
+    return true;
 }
 
 std::uint32_t bigEndian32(std::span<const std::byte> bytes, std::size_t at) {
@@ -18,16 +29,18 @@ std::uint32_t bigEndian32(std::span<const std::byte> bytes, std::size_t at) {
     return value;
 }
 
-// The pHYs chunk (PNG, 11.3.5.3); it stands before the first IDAT.
+// The pHYs chunk (PNG, 11.3.5.3); it stands before the first IDAT. Libvips keeps no difference
+// between a density and a mere aspect ratio, nor between one pixel a millimetre and none stated.
 std::optional<Density> pngDensity(std::span<const std::byte> bytes) {
     for (std::uint64_t at = 8; at + 12 <= bytes.size();) {
         const std::uint32_t length = bigEndian32(bytes, at);
-        if (has(bytes, at + 4, "IDAT", 4))
+        const auto type = bytes.subspan(at + 4);
+        if (beginsWith(type, "IDAT"))
             return std::nullopt;
-        if (has(bytes, at + 4, "pHYs", 4) && length == 9 && at + 17 <= bytes.size()) {
+        if (beginsWith(type, "pHYs") && length == 9 && at + 17 <= bytes.size()) {
             if (bytes[at + 16] != std::byte{1})
                 return std::nullopt; // an aspect ratio only
-            constexpr double metresPerInch = 0.0254;
+            constexpr double metresPerInch = millimetresPerInch / 1000;
             return usableDensity(bigEndian32(bytes, at + 8) * metresPerInch,
                                  bigEndian32(bytes, at + 12) * metresPerInch);
         }
@@ -36,64 +49,77 @@ std::optional<Density> pngDensity(std::span<const std::byte> bytes) {
     return std::nullopt;
 }
 
-// Photometric interpretations of pictures (TIFF 6.0); sensor data has 32803 or 34892.
-bool isPlain(std::span<const std::byte> bytes, const ExifFacts& tiff) {
-    const bool isCanonRaw = has(bytes, 8, "CR", 2);
-    return tiff.photometric && *tiff.photometric <= 10 && !tiff.hasSubDirectories &&
-           !tiff.hasDngVersion && !isCanonRaw && (tiff.subfileType.value_or(0) & 1) == 0;
+std::string textOf(const vips::VImage& image, const char* field) {
+    return image.get_typeof(field) == VIPS_TYPE_REF_STRING ? image.get_string(field) : "";
+}
+
+// Libvips's text of a tag: "300/1 (300, Rational, 1 components, 8 bytes)". 0 for none.
+double numberOf(const std::string& text) {
+    const char* const end = text.data() + text.size();
+    std::uint32_t numerator = 0;
+    std::uint32_t denominator = 1;
+    const auto [after, failed] = std::from_chars(text.data(), end, numerator);
+    if (failed == std::errc() && after != end && *after == '/')
+        std::from_chars(after + 1, end, denominator);
+    return denominator == 0 ? 0 : static_cast<double>(numerator) / denominator;
+}
+
+// Where Exif states none, libvips puts in its own default of one pixel a millimetre, or what the
+// JPEG's first segment says.
+std::optional<Density> exifDensity(const vips::VImage& image) {
+    const double unit = numberOf(textOf(image, "exif-ifd0-ResolutionUnit"));
+    const double perInch = unit == 3 ? 2.54 : 1;
+    const double x = numberOf(textOf(image, "exif-ifd0-XResolution"));
+    const double y = numberOf(textOf(image, "exif-ifd0-YResolution"));
+    if ((unit != 2 && unit != 3) || (x == millimetresPerInch && y == millimetresPerInch))
+        return std::nullopt;
+    return usableDensity(x * perInch, y * perInch);
 }
 
 } // namespace
 
-Container containerOf(std::span<const std::byte> bytes) {
-    if (has(bytes, 0, "\xff\xd8\xff", 3))
-        return Container::jpeg;
-    if (has(bytes, 0, "\x89PNG\r\n\x1a\n", 8))
-        return Container::png;
-    if (has(bytes, 0, "RIFF", 4) && has(bytes, 8, "WEBP", 4))
-        return Container::webp;
-    if (has(bytes, 0, "GIF8", 4))
-        return Container::gif;
-    if (has(bytes, 0, "II*\0", 4) || has(bytes, 0, "MM\0*", 4) || has(bytes, 0, "II+\0", 4) ||
-        has(bytes, 0, "MM\0+", 4))
-        return Container::tiff;
-    if (has(bytes, 4, "ftyp", 4)) {
-        constexpr std::array brands{"heic", "heix", "hevc", "heim", "heis",
-                                    "mif1", "msf1", "avif", "avis"};
-        for (const char* brand : brands)
-            if (has(bytes, 8, brand, 4))
-                return Container::heif;
-    }
-    return Container::other;
+const PhotoFormat* formatOf(std::span<const std::byte> bytes) {
+    const auto found = std::ranges::find_if(photoFormats(), [&](const PhotoFormat& format) {
+        return std::ranges::any_of(format.beginnings, [&](std::string_view beginning) {
+            return beginsWith(bytes, beginning);
+        });
+    });
+    return found == photoFormats().end() ? nullptr : &*found;
 }
 
-PhotoFacts readFacts(std::span<const std::byte> bytes, std::span<const std::byte> exif) {
+PhotoFacts readFacts(const PhotoFormat& format, std::span<const std::byte> bytes,
+                     const vips::VImage& image, const std::optional<JpegMarkers>& jpeg) {
     PhotoFacts facts;
-    facts.container = containerOf(bytes);
-    if (facts.container == Container::jpeg) {
-        facts.jpeg = readJpegMarkers(bytes);
-        if (facts.jpeg)
-            exif = facts.jpeg->exif;
-    }
-    if (facts.container == Container::tiff)
-        exif = bytes;
-    const ExifFacts stated = readExif(exif);
-    if (facts.container == Container::tiff)
-        facts.isPlainTiff = isPlain(bytes, stated);
-    // ISO/IEC 23008-12: turning is the container's own affair, Exif's word on it is ignored.
-    if (facts.container != Container::heif)
-        facts.orientation = stated.orientation.value_or(1);
-    facts.adobeRgb = stated.adobeRgb;
+    if (format.upright == UprightBy::exif && image.get_typeof("orientation") == G_TYPE_INT)
+        facts.orientation = image.get_int("orientation");
+    if (facts.orientation < 1 || facts.orientation > 8)
+        facts.orientation = 1;
+    facts.isAdobeRgb = textOf(image, "exif-ifd4-InteroperabilityIndex").starts_with("R03") &&
+                       numberOf(textOf(image, "exif-ifd2-ColorSpace")) == 65535;
 
     std::optional<Density> density;
-    if (facts.container == Container::png)
+    switch (format.density) {
+    case DensityFrom::tiffTags:
+        density = TiffFile(bytes).density();
+        break;
+    case DensityFrom::physThenExif:
         density = pngDensity(bytes);
-    if (!density)
-        density = stated.density;
-    if (!density && facts.jpeg)
-        density = facts.jpeg->jfifDensity;
+        break;
+    case DensityFrom::exif:
+    case DensityFrom::exifThenJfif:
+        break;
+    }
+    if (!density && format.density != DensityFrom::tiffTags)
+        density = exifDensity(image);
+    if (!density && jpeg && format.density == DensityFrom::exifThenJfif)
+        density = jpeg->jfifDensity;
     facts.density = density.value_or(Density{});
     return facts;
+}
+
+bool isPlainTiff(std::span<const std::byte> bytes) {
+    const bool isCanonRaw = bytes.size() > 8 && beginsWith(bytes.subspan(8), "CR");
+    return !isCanonRaw && TiffFile(bytes).isPicture();
 }
 
 } // namespace lumivert::decoder

@@ -1,7 +1,9 @@
 #pragma once
 
-#include "decoder/ExifReader.h"
 #include "decoder/JpegMarkers.h"
+#include "model/PhotoFormats.h"
+
+#include <vips/vips8>
 
 #include <cstddef>
 #include <optional>
@@ -9,26 +11,25 @@
 
 namespace lumivert::decoder {
 
-enum class Container { jpeg, png, webp, gif, tiff, heif, other };
+/// By the first bytes alone; null for what none of the formats begins with.
+[[nodiscard]] const PhotoFormat* formatOf(std::span<const std::byte> bytes);
 
-/// By the first bytes alone.
-[[nodiscard]] Container containerOf(std::span<const std::byte> bytes);
-
-/// What a file says about its photo beside the pixels, read without any library.
+/// What a file says about its photo beside the pixels. What is broken or missing is as if it were
+/// not there.
 struct PhotoFacts {
-    Container container = Container::other;
-    /// EXIF orientation of the stored pixels; 1 where the reader of the container turns them
-    /// itself (HEIF).
+    /// EXIF orientation of the stored pixels; 1 where their reader turns them itself.
     int orientation = 1;
     Density density;
-    bool adobeRgb = false;
-    std::optional<JpegMarkers> jpeg;
-    /// A TIFF that is an ordinary picture, not a camera's sensor data in TIFF clothes.
-    bool isPlainTiff = false;
+    /// Exif's interoperability index R03: the photo is in Adobe RGB (1998).
+    bool isAdobeRgb = false;
 };
 
-/// `exif` is the block that a container other than JPEG and TIFF carries; empty for none.
-[[nodiscard]] PhotoFacts readFacts(std::span<const std::byte> bytes,
-                                   std::span<const std::byte> exif);
+/// `image` is what libvips made of `bytes`; `jpeg` their markers where they are a JPEG.
+[[nodiscard]] PhotoFacts readFacts(const PhotoFormat& format, std::span<const std::byte> bytes,
+                                   const vips::VImage& image,
+                                   const std::optional<JpegMarkers>& jpeg);
+
+/// A TIFF that is an ordinary picture, not a camera's sensor data in TIFF clothes.
+[[nodiscard]] bool isPlainTiff(std::span<const std::byte> bytes);
 
 } // namespace lumivert::decoder

@@ -5,6 +5,7 @@
 #include "decoder/Rendition.h"
 #include "decoder/Rows.h"
 #include "decoder/Strips.h"
+#include "model/PhotoFormats.h"
 #include "platform/system/Packets.h"
 #include "platform/system/SealedMemory.h"
 #include "platform/system/SystemCall.h"
@@ -211,7 +212,11 @@ void prepareLibraries(const char* programName) {
         nullptr);
     if (VIPS_INIT(programName) != 0)
         throw std::runtime_error("libvips does not start");
-    vips_block_untrusted_set(1);
+    vips_operation_block_set("VipsForeignLoad", TRUE);
+    for (const PhotoFormat& format : photoFormats())
+        if (!format.loader.empty())
+            if (const GType loader = vips_type_find("VipsForeignLoad", format.loader.data()))
+                vips_operation_block_set(g_type_name(loader), FALSE);
     vips_cache_set_max(0); // nothing is asked twice
     cmsSetLogErrorHandler([](cmsContext, cmsUInt32Number, const char*) {});
     // A reader that has looked at something has loaded its modules.

@@ -1,18 +1,20 @@
 #include "views/Dropping.h"
 
 #include "model/AsciiCase.h"
+#include "model/PhotoFormats.h"
 
 #include <algorithm>
-#include <array>
-#include <string_view>
 #include <utility>
 
 namespace lumivert {
 
 namespace {
 
-constexpr std::array<std::string_view, 11> acceptedExtensions{
-    "jpg", "jpeg", "png", "tiff", "tif", "heic", "raw", "cr2", "cr3", "nef", "arw"};
+bool isTaken(const std::string& ending) {
+    return std::ranges::any_of(photoFormats(), [&](const PhotoFormat& format) {
+        return std::ranges::find(format.dropEndings, ending) != format.dropEndings.end();
+    });
+}
 
 } // namespace
 
@@ -20,8 +22,7 @@ std::optional<FileUrl> acceptedDrop(const std::optional<std::string>& dataRepres
     if (!dataRepresentation)
         return std::nullopt;
     auto url = FileUrl::fromDataRepresentation(*dataRepresentation);
-    if (!url || std::ranges::find(acceptedExtensions, lowerCased(url->pathExtension())) ==
-                    acceptedExtensions.end())
+    if (!url || !isTaken(lowerCased(url->pathExtension())))
         return std::nullopt;
     return url;
 }

@@ -1,16 +1,20 @@
 #include "views/OpenImageDialog.h"
 
+#include "model/PhotoFormats.h"
+
 #include <QCoreApplication>
 #include <QFileDialog>
+
+#include <map>
 
 namespace lumivert {
 
 namespace {
 
-QString filter(const QString& name, const QStringList& extensions) {
+QString filter(const QString& name, const QStringList& endings) {
     QStringList patterns;
-    for (const QString& extension : extensions)
-        patterns << QStringLiteral("*.") + extension << QStringLiteral("*.") + extension.toUpper();
+    for (const QString& ending : endings)
+        patterns << QStringLiteral("*.") + ending << QStringLiteral("*.") + ending.toUpper();
     return name + QStringLiteral(" (") + patterns.join(QLatin1Char(' ')) + QLatin1Char(')');
 }
 
@@ -21,22 +25,21 @@ QString translated(const char* text) {
 } // namespace
 
 QStringList imageNameFilters() {
-    const QStringList raw{"raw", "dng", "cr2", "cr3", "crw", "nef", "nrw", "arw", "srf",
-                          "sr2", "raf", "rw2", "orf", "pef", "srw", "rwl", "3fr", "iiq",
-                          "kdc", "x3f", "mrw", "mef", "mos", "erf", "dcr", "fff", "cap"};
-    const QStringList tiff{"tif", "tiff"};
-    const QStringList png{"png"};
-    const QStringList jpeg{"jpg", "jpeg", "jpe", "jfif"};
-    const QStringList heic{"heic", "heif", "hif"};
-    const QStringList others{"webp", "avif", "gif"};
-    return {
-        filter(translated("Images"), jpeg + heic + png + tiff + raw + others),
-        filter(translated("Camera RAW"), raw),
-        filter(translated("TIFF"), tiff),
-        filter(translated("PNG"), png),
-        filter(translated("JPEG"), jpeg),
-        filter(translated("HEIC"), heic),
-    };
+    QStringList all;
+    std::map<int, QString> filters;
+    for (const PhotoFormat& format : photoFormats()) {
+        QStringList endings;
+        for (const std::string_view ending : format.endings)
+            endings << QLatin1String(ending.data(), static_cast<qsizetype>(ending.size()));
+        all << endings;
+        if (format.filterPlace > 0)
+            filters[format.filterPlace] = filter(translated(format.name.data()), endings);
+    }
+    filters[0] = filter(translated("Images"), all);
+    QStringList texts;
+    for (const auto& [place, text] : filters)
+        texts << text;
+    return texts;
 }
 
 QFileDialog* makeOpenImageDialog(QWidget* window, const QString& folder) {

@@ -1,7 +1,9 @@
 #include "decoder/Photo.h"
+#include "decoder/PhotoFacts.h"
 #include "decoder/Profiles.h"
 #include "decoder/TestPhotos.h"
 #include "decoder/TestProfiles.h"
+#include "files/SensorPhoto.h"
 
 #include <gtest/gtest.h>
 
@@ -232,6 +234,50 @@ TEST(Formats, readAvifWhereAnEncoderIsThereToMakeOne) {
     if (!file)
         GTEST_SKIP() << "libheif has no encoder of AV1 here";
     expectNear(outcome(*file), {3, 8, {200, 60, 40}}, 6);
+}
+
+/// A file of every format; nothing where no encoder is here to make one.
+std::optional<std::string> sampleOf(PhotoKind kind) {
+    const VImage image = plain8(small, {200, 60, 40});
+    switch (kind) {
+    case PhotoKind::jpeg:
+        return saved(image, ".jpg");
+    case PhotoKind::png:
+        return saved(image, ".png");
+    case PhotoKind::tiff:
+        return saved(image, ".tif");
+    case PhotoKind::heic:
+        return heif(VIPS_FOREIGN_HEIF_COMPRESSION_HEVC);
+    case PhotoKind::cameraRaw:
+        return lumivert::test::SensorPhoto{.width = 64,
+                                           .height = 64,
+                                           .light =
+                                               [](int, int) {
+                                                   return std::array{0.5, 0.5, 0.5};
+                                               }}
+            .bytes();
+    case PhotoKind::avif:
+        return heif(VIPS_FOREIGN_HEIF_COMPRESSION_AV1);
+    case PhotoKind::webp:
+        return saved(image, ".webp");
+    case PhotoKind::gif:
+        return saved(image, ".gif");
+    }
+    return std::nullopt;
+}
+
+TEST(Formats, areKnownByTheirFirstBytesAndOpened) {
+    for (const PhotoFormat& format : photoFormats()) {
+        SCOPED_TRACE(format.name);
+        const auto file = sampleOf(format.kind);
+        if (!file)
+            continue;
+        const PhotoFormat* found = formatOf(test::asBytes(*file));
+        // A camera's file may begin as a TIFF does.
+        EXPECT_TRUE(found == &format || format.kind == PhotoKind::cameraRaw);
+        EXPECT_EQ(outcome(*file).channels, 3);
+        EXPECT_TRUE(test::readRendition(*file, 16));
+    }
 }
 
 TEST(Formats, takeTheFirstPageOfSeveral) {

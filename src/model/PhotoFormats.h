@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+namespace lumivert {
+
+enum class PhotoKind { jpeg, png, tiff, heic, cameraRaw, avif, webp, gif };
+
+/// Who knows which way up the stored pixels are: Exif or the file's own tag as libvips tells it, or
+/// the library that reads them and turns them itself.
+enum class UprightBy { exif, reader };
+
+/// Where a file states its dots per inch, in the order of precedence.
+enum class DensityFrom { exif, exifThenJfif, physThenExif, tiffTags };
+
+/// A format of photos, and all that has to be said about it: a row of photoFormats(). Endings of
+/// file names stand in lower case and without their dot.
+struct PhotoFormat {
+    PhotoKind kind;
+    /// For people.
+    std::string_view name;
+    /// What a file begins with, '?' for any byte. None where only the reader can tell.
+    std::vector<std::string_view> beginnings;
+    /// The operation of libvips that reads it; empty for LibRaw.
+    std::string_view loader;
+    UprightBy upright;
+    DensityFrom density;
+    /// What the dialog for opening offers.
+    std::vector<std::string_view> endings;
+    /// What a drop takes.
+    std::vector<std::string_view> dropEndings;
+    /// Its place among the dialog's filters of one format; 0: only among all images.
+    int filterPlace;
+};
+
+/// Every format that can be opened. Decoder, dialog and drop go by nothing else.
+[[nodiscard]] const std::vector<PhotoFormat>& photoFormats();
+
+} // namespace lumivert
