@@ -1,7 +1,5 @@
 #include "decoder/OwnNumbers.h"
 
-#include "decoder/ColorTransform.h"
-
 #include <stdexcept>
 #include <vector>
 
@@ -52,27 +50,40 @@ VImage withoutAlpha(const VImage& image) {
         white = opaque = 1;
     if (channels == 4)
         white = 0; // no ink
-    return front
-        .flatten(VImage::option()
-                     ->set("background", std::vector<double>(channels, white))
-                     ->set("max_alpha", opaque))
-        .cast(image.format());
+    // Of whole numbers libvips would round the mean down.
+    const VImage flat = front.cast(VIPS_FORMAT_FLOAT)
+                            .flatten(VImage::option()
+                                         ->set("background", std::vector<double>(channels, white))
+                                         ->set("max_alpha", opaque));
+    return (vips_band_format_isint(image.format()) ? flat.rint() : flat).cast(image.format());
+}
+
+// CIELAB as ICC.1 (version 4), 6.3.4.2, encodes it in 16 bits.
+VImage encodedLab(const VImage& lab) {
+    const double zero = 128 * 257;
+    return lab.linear({655.35, 257, 257}, {0, zero, zero}).rint().cast(VIPS_FORMAT_USHORT);
 }
 
 VImage fromLab(const VImage& image) {
-    const VImage lab =
-        firstBands(image.colourspace(VIPS_INTERPRETATION_LAB).cast(VIPS_FORMAT_FLOAT), 3);
-    // ICC.1 (version 4), 6.3.4.2.
-    const VImage encoded = lab.linear({655.35, 257, 257}, {0.5, 128 * 257 + 0.5, 128 * 257 + 0.5})
-                               .cast(VIPS_FORMAT_USHORT);
-    const Profile from(cmsCreateLab4Profile(nullptr));
-    const Profile to = openProfile(wideGamutBytes());
-    const PixelLayout out{3, 16};
-    auto transform =
-        ColorTransform::create({&from, &to, nullptr, INTENT_RELATIVE_COLORIMETRIC}, {3, 16}, out);
-    if (!transform)
-        throw std::runtime_error("no way from CIELAB");
-    return ColorTransform::apply(std::move(transform), out, encoded);
+    if (image.coding() != VIPS_CODING_LABQ)
+        return encodedLab(
+            firstBands(image.colourspace(VIPS_INTERPRETATION_LAB).cast(VIPS_FORMAT_FLOAT), 3));
+    // The first three bytes are those of a TIFF; libvips's own way to read them misses white.
+    const VImage bytes = image.copy(VImage::option()
+                                        ->set("coding", VIPS_CODING_NONE)
+                                        ->set("bands", 4)
+                                        ->set("format", VIPS_FORMAT_UCHAR)
+                                        ->set("interpretation", VIPS_INTERPRETATION_MULTIBAND));
+    const VImage colors = bytes.extract_band(1, VImage::option()->set("n", 2))
+                              .copy(VImage::option()->set("format", VIPS_FORMAT_CHAR));
+    return encodedLab((bytes[0] * (100 / 255.0)).bandjoin(colors));
+}
+
+// ICCLab of TIFF: a and b from 0 up, and in 16 bits the encoding of ICC.1's version 2.
+VImage fromIccLab(const VImage& image) {
+    const VImage lab = firstBands(image, 3);
+    const double scale = image.format() == VIPS_FORMAT_USHORT ? 65535 / 65280.0 : 257;
+    return (lab * scale).rint().cast(VIPS_FORMAT_USHORT);
 }
 
 VImage fromFloat(const VImage& image, bool isLinear) {
@@ -88,11 +99,11 @@ VImage fromFloat(const VImage& image, bool isLinear) {
 
 } // namespace
 
-OwnNumbers ownNumbers(VImage image, const Bytes& embeddedProfile) {
+OwnNumbers ownNumbers(VImage image, const Bytes& embeddedProfile, bool isIccLab) {
     if (image.coding() == VIPS_CODING_RAD)
         image = image.rad2float();
-    if (isLabLike(image))
-        return {fromLab(image), wideGamutBytes()};
+    if (isIccLab || isLabLike(image))
+        return {isIccLab ? fromIccLab(image) : fromLab(image), labBytes()};
 
     image = withoutAlpha(image);
     OwnNumbers own;

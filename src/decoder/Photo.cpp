@@ -6,6 +6,7 @@
 #include "decoder/PhotoFacts.h"
 #include "decoder/Profiles.h"
 #include "decoder/RawReader.h"
+#include "decoder/TiffFile.h"
 #include "platform/decoder/DecoderProtocol.h"
 
 #include <algorithm>
@@ -92,7 +93,8 @@ std::optional<Photo> openWithVips(const PhotoFormat& format, std::span<const std
     if (jpeg && jpeg->components == 4 && image.bands() == 4 && !jpeg->inverted)
         image = image.invert();
 
-    OwnNumbers own = ownNumbers(image, profile);
+    const bool isIccLab = format.kind == PhotoKind::tiff && TiffFile(bytes).isIccLab();
+    OwnNumbers own = ownNumbers(image, profile, isIccLab);
     photo.pixels = own.pixels;
     photo.profile = std::move(own.profile);
     if (photo.profile.empty() && facts.isAdobeRgb && photo.channels() == 3)
@@ -109,6 +111,14 @@ bool mayBeRaw(const PhotoFormat* format, std::span<const std::byte> bytes) {
 }
 
 } // namespace
+
+bool Photo::isLab() const {
+    return profile == labBytes();
+}
+
+const Bytes& Photo::paperProfile() const {
+    return isLab() ? wideGamutBytes() : profile;
+}
 
 PixelSize Photo::uprightSize() const {
     return orientation >= 5 ? PixelSize{storedSize.height, storedSize.width} : storedSize;

@@ -13,8 +13,8 @@
 namespace lumivert::decoder {
 
 /// A photo opened for one pass over its pixels. The pixels are stored (not yet upright), of 1, 3 or
-/// 4 channels (0 is no ink), 8 or 16 bits in the machine's byte order, without alpha; nothing is
-/// decoded before they are asked for, except camera RAW.
+/// 4 channels (0 is no ink) or CIELAB, 8 or 16 bits in the machine's byte order, without alpha;
+/// nothing is decoded before they are asked for, except camera RAW.
 struct Photo {
     vips::VImage pixels;
     /// At its natural resolution; `pixels` may be smaller when it was opened for the screen.
@@ -34,6 +34,9 @@ struct Photo {
 
     [[nodiscard]] int channels() const { return pixels.bands(); }
     [[nodiscard]] int bits() const { return pixels.format() == VIPS_FORMAT_USHORT ? 16 : 8; }
+    [[nodiscard]] bool isLab() const;
+    /// What paper is told of the numbers: CIELAB gets there as wide-gamut RGB.
+    [[nodiscard]] const Bytes& paperProfile() const;
     [[nodiscard]] PixelSize uprightSize() const;
     /// The density along the upright axes.
     [[nodiscard]] Density uprightDensity() const;

@@ -155,6 +155,11 @@ const Bytes& wideGamutBytes() {
     return bytes;
 }
 
+const Bytes& labBytes() {
+    static const Bytes bytes = savedBytes(Profile(cmsCreateLab4Profile(nullptr)));
+    return bytes;
+}
+
 const Bytes& plainGreyBytes() {
     static const Bytes bytes = madeBytes(
         Profile(cmsCreateGrayProfile(cmsD50_xyY(), gammaCurve(1.8).get())), "Grey, gamma 1.8");

@@ -36,6 +36,9 @@ using Profile = std::unique_ptr<void, CloseProfile>;
 /// Adobe RGB (1998) Color Image Encoding, version 2005-05, 4.3.
 [[nodiscard]] const Bytes& adobeRgbBytes();
 
+/// CIELAB of 16 bits as ICC.1 (version 4) encodes it.
+[[nodiscard]] const Bytes& labBytes();
+
 /// ROMM RGB's primaries and white (ISO 22028-2) with a plain gamma of 1.8; holds every colour of
 /// CIELAB photos and camera RAW that paper can show.
 [[nodiscard]] const Bytes& wideGamutBytes();

@@ -76,7 +76,7 @@ void load(int socket, const Request& request, std::span<const Descriptor> descri
     auto wholeness = std::async(std::launch::async, [&bytes] { return isWhole(bytes.view); });
     const Photo photo = opened(bytes.view, {request.screenEdge, 0});
     const vips::VImage rendition = screenRendition(photo, request.screenEdge, std::nullopt);
-    const Descriptor file = answerFile(rendition, photo.profile);
+    const Descriptor file = answerFile(rendition, photo.paperProfile());
     if (!wholeness.get())
         throw std::runtime_error("a damaged photo");
 
@@ -89,7 +89,7 @@ void load(int socket, const Request& request, std::span<const Descriptor> descri
     answer.bitsPerComponent = static_cast<std::uint32_t>(photo.bits());
     answer.densityX = photo.uprightDensity().x;
     answer.densityY = photo.uprightDensity().y;
-    answer.profileSize = photo.profile.size();
+    answer.profileSize = photo.paperProfile().size();
     answer.rawWhite = photo.rawWhite;
     if (photo.jpeg) {
         answer.jpegStream = 1;

@@ -34,14 +34,15 @@ Rows photoRows(const Photo& photo, PixelRect crop, const std::optional<Paper>& t
         rows.backing = std::move(store.backing);
     }
     rows.pixels = upright(rows.pixels, photo.orientation);
-    if (target) {
-        const Profile to = openProfile(target->profile);
-        const PixelLayout out{to ? channelsOf(to) : 0, 8};
+    if (target || photo.isLab()) {
+        const Profile to = openProfile(target ? target->profile : photo.paperProfile());
+        const PixelLayout out{to ? channelsOf(to) : 0, target ? 8 : 16};
         if (out.channels == 0)
             throw std::runtime_error("the target is no profile of a device");
         const Profile from = sourceProfile(photo.profile, rows.channels);
-        auto transform = ColorTransform::create({&from, &to, nullptr, target->intent},
-                                                {rows.channels, rows.bits}, out);
+        const std::uint32_t intent = target ? target->intent : INTENT_RELATIVE_COLORIMETRIC;
+        auto transform =
+            ColorTransform::create({&from, &to, nullptr, intent}, {rows.channels, rows.bits}, out);
         if (!transform)
             throw std::runtime_error("no way into the target");
         rows.pixels = ColorTransform::apply(std::move(transform), out, rows.pixels);

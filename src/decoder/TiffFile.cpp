@@ -65,6 +65,12 @@ bool TiffFile::isPicture() const {
            (subfile & FILETYPE_REDUCEDIMAGE) == 0;
 }
 
+bool TiffFile::isIccLab() const {
+    std::uint16_t photometric = 0;
+    return m_file && TIFFGetField(m_file.get(), TIFFTAG_PHOTOMETRIC, &photometric) &&
+           photometric == PHOTOMETRIC_ICCLAB;
+}
+
 std::optional<Density> TiffFile::density() const {
     float x = 0;
     float y = 0;

@@ -19,6 +19,7 @@ public:
 
     /// Of a photometric interpretation that pictures have, the main one, and no camera's.
     [[nodiscard]] bool isPicture() const;
+    [[nodiscard]] bool isIccLab() const;
     [[nodiscard]] std::optional<Density> density() const;
 
 private:

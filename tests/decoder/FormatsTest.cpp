@@ -181,6 +181,19 @@ TEST(Formats, takeFloatsWithAProfileAsItsNumbers) {
     EXPECT_NEAR(rows->at(2, 2, 1), 32768, 2);
 }
 
+TEST(Formats, roundTheMeanOfColourAndWhite) {
+    // 0.5 of 255 is 127.5 with white behind it; the sum over all alphas shows a bias.
+    double bias = 0;
+    for (int alpha = 1; alpha < 255; ++alpha) {
+        const Outcome got = outcome(saved(plain8(small, {37, 37, 37, alpha}), ".png"));
+        ASSERT_EQ(got.channels, 3);
+        const double exact = (37.0 * alpha + 255.0 * (255 - alpha)) / 255;
+        EXPECT_NEAR(got.pixel[0], exact, 0.51) << alpha;
+        bias += (got.pixel[0] - exact) / 254;
+    }
+    EXPECT_NEAR(bias, 0, 0.05);
+}
+
 TEST(Formats, turnCielabIntoWideRgbOfSixteenBits) {
     const auto lab = plainFloat({50, 60, 40}, VIPS_INTERPRETATION_LAB);
     for (const VImage& image : {lab, lab.colourspace(VIPS_INTERPRETATION_LABS)}) {

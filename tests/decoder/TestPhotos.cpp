@@ -145,7 +145,7 @@ std::optional<ReadRows> readRows(const std::string& file, std::optional<PixelRec
         result.size = {rows.pixels.width(), rows.pixels.height()};
         result.channels = rows.channels;
         result.bits = rows.bits;
-        result.profile = photo->profile;
+        result.profile = photo->paperProfile();
         forEachStrip(rows.pixels, [&](const Strip& strip) {
             for (int i = 0; i < strip.lines; ++i) {
                 const auto line = strip.line(i);

@@ -1,7 +1,10 @@
 #include "decoder/TestPhotos.h"
+#include "decoder/TestProfiles.h"
 #include "files/TiffWriter.h"
 
 #include <gtest/gtest.h>
+
+#include <array>
 
 namespace lumivert::decoder {
 namespace {
@@ -95,6 +98,44 @@ TEST(Tiff, ofPremultipliedAlphaLiesOnWhiteAsItIs) {
     EXPECT_NEAR(rows->at(2, 1, 0), 255, 1);
     EXPECT_NEAR(rows->at(2, 1, 1), 127, 1);
     EXPECT_NEAR(rows->at(2, 1, 2), 127, 1);
+}
+
+// What 8-bit numbers of three channels come out as in sRGB.
+std::array<int, 3> inSrgb(int photometric, const std::string& pixel) {
+    const Tiff tiff{.width = 1,
+                    .height = 1,
+                    .samples = 3,
+                    .photometric = photometric,
+                    .pixels = pixel,
+                    .more = {}};
+    const Profile srgb = srgbProfile();
+    const Bytes target = test::profileBytes(srgb);
+    const auto rows = readRows(tiff.bytes(), std::nullopt, Paper{target, 1});
+    return rows ? std::array{rows->at(0, 0, 0), rows->at(0, 0, 1), rows->at(0, 0, 2)}
+                : std::array{-1, -1, -1};
+}
+
+TEST(Tiff, ofCielabIsReadInBothItsEncodings) {
+    const std::array white{255, 255, 255};
+    const std::array black{0, 0, 0};
+    EXPECT_EQ(inSrgb(8, std::string("\xff\0\0", 3)), white);
+    EXPECT_EQ(inSrgb(8, std::string("\0\0\0", 3)), black);
+    EXPECT_EQ(inSrgb(9, "\xff\x80\x80"), white);
+    EXPECT_EQ(inSrgb(9, std::string("\0\x80\x80", 3)), black);
+    // L* 136 x 100 / 255, a* 30, b* -20, by both.
+    const auto color = inSrgb(8, std::string("\x88\x1e\xec", 3));
+    EXPECT_EQ(color, inSrgb(9, "\x88\x9e\x6c"));
+    const Profile lab(cmsCreateLab4Profile(nullptr));
+    const Profile srgb = srgbProfile();
+    const std::unique_ptr<void, void (*)(cmsHTRANSFORM)> way(
+        cmsCreateTransform(lab.get(), TYPE_Lab_DBL, srgb.get(), TYPE_RGB_DBL, 1,
+                           cmsFLAGS_NOOPTIMIZE),
+        &cmsDeleteTransform);
+    const cmsCIELab value{136 * 100 / 255.0, 30, -20};
+    std::array<double, 3> expected{};
+    cmsDoTransform(way.get(), &value, expected.data(), 1);
+    for (std::size_t c = 0; c < 3; ++c)
+        EXPECT_NEAR(color[c], 255 * expected[c], 0.6) << c;
 }
 
 TEST(Tiff, thatBreaksOffInItsStripsDoesNotLoad) {
