@@ -18,31 +18,18 @@ void predictUp(std::span<const std::byte> rows, std::size_t bytesPerRow,
 [[nodiscard]] std::uint32_t combineAdler32(std::uint32_t first, std::uint32_t second,
                                            std::uint64_t secondLength);
 
-/// Compresses predicted rows to pieces of a deflate stream (RFC 1951) that may be compressed apart
-/// and then stand one behind the other. Reusable; one thread at a time.
-class ChunkDeflater {
-public:
-    ChunkDeflater();
-
-    struct Piece {
-        /// How much of the output buffer the piece takes.
-        std::size_t size = 0;
-        /// Of the predicted bytes, and how many these are.
-        std::uint32_t adler32 = 1;
-        std::uint64_t length = 0;
-    };
-
-    /// Predicts and compresses `rows`, which begins with the row above the first one, into the
-    /// front of `output`, which grows where it is too small. The `last` piece ends the stream.
-    [[nodiscard]] Piece deflate(std::span<const std::byte> rows, std::size_t bytesPerRow, bool last,
-                                Bytes& output);
-
-private:
-    [[nodiscard]] std::size_t deflateWithMatches(std::span<std::byte> bytes, bool last,
-                                                 Bytes& output);
-
-    Bytes m_levelBuffer;
-    Bytes m_predicted;
+/// A piece of a deflate stream (RFC 1951) in the front of its buffer.
+struct DeflatedPiece {
+    std::size_t size = 0;
+    /// Of the bytes that were compressed, and how many these were.
+    std::uint32_t adler32 = 1;
+    std::uint64_t length = 0;
 };
+
+/// Predicts and compresses `rows`, which begins with the row above the first one, into the front of
+/// `output`, which grows where it is too small; `predicted` is room to work in. Pieces may be made
+/// beside each other and then stand one behind the other; the `last` one ends the stream.
+[[nodiscard]] DeflatedPiece deflateChunk(std::span<const std::byte> rows, std::size_t bytesPerRow,
+                                         bool last, Bytes& predicted, Bytes& output);
 
 } // namespace lumivert

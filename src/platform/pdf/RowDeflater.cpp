@@ -4,12 +4,9 @@
 
 #include <algorithm>
 #include <array>
-#include <condition_variable>
 #include <cstring>
-#include <deque>
-#include <memory>
-#include <mutex>
-#include <system_error>
+#include <future>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -19,85 +16,9 @@ namespace {
 struct Chunk {
     Bytes rows; // the row above the first one, then rowCount rows
     std::size_t rowCount = 0;
-    bool last = false;
+    Bytes predicted;
     Bytes output;
-    ChunkDeflater::Piece piece;
-    bool done = false;
-};
-
-// Threads that compress chunks beside each other; without any, the calling thread does.
-class Workers {
-public:
-    Workers(int count, std::size_t bytesPerRow)
-        : m_bytesPerRow(bytesPerRow) {
-        try {
-            for (int i = 0; i < count; ++i)
-                m_threads.emplace_back([this] { run(); });
-        } catch (const std::system_error&) {
-            // No more threads to be had: those that stand, or the calling one, do the work.
-        }
-    }
-    ~Workers() {
-        {
-            const std::lock_guard lock(m_mutex);
-            m_ended = true;
-        }
-        m_changed.notify_all();
-        for (std::thread& thread : m_threads)
-            thread.join();
-    }
-    Workers(const Workers&) = delete;
-    Workers& operator=(const Workers&) = delete;
-
-    void start(Chunk& chunk) {
-        if (m_threads.empty()) {
-            compress(chunk, m_own);
-            return;
-        }
-        {
-            const std::lock_guard lock(m_mutex);
-            chunk.done = false;
-            m_waiting.push_back(&chunk);
-        }
-        m_changed.notify_all();
-    }
-
-    void waitFor(const Chunk& chunk) {
-        std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [&] { return chunk.done; });
-    }
-
-private:
-    void run() {
-        ChunkDeflater deflater;
-        std::unique_lock lock(m_mutex);
-        for (;;) {
-            m_changed.wait(lock, [this] { return m_ended || !m_waiting.empty(); });
-            if (m_ended)
-                return;
-            Chunk& chunk = *m_waiting.front();
-            m_waiting.pop_front();
-            lock.unlock();
-            compress(chunk, deflater);
-            lock.lock();
-            m_changed.notify_all();
-        }
-    }
-
-    void compress(Chunk& chunk, ChunkDeflater& deflater) {
-        const auto rows = std::span(chunk.rows).first((chunk.rowCount + 1) * m_bytesPerRow);
-        chunk.piece = deflater.deflate(rows, m_bytesPerRow, chunk.last, chunk.output);
-        const std::lock_guard lock(m_mutex);
-        chunk.done = true;
-    }
-
-    const std::size_t m_bytesPerRow;
-    ChunkDeflater m_own;
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    std::deque<Chunk*> m_waiting;
-    bool m_ended = false;
-    std::vector<std::thread> m_threads; // last: they use the members above
+    std::future<DeflatedPiece> piece; // last: its task, which it waits for, uses the others
 };
 
 // Whether all of `buffer` could be filled.
@@ -131,7 +52,9 @@ bool deflateRows(RowSource& source, const std::function<bool(std::span<const std
     std::vector<Chunk> ring(static_cast<std::size_t>(shape.workers) + 2);
     for (Chunk& chunk : ring)
         chunk.rows.resize((rowsPerChunk + 1) * bytesPerRow);
-    Workers workers(shape.workers, bytesPerRow); // ends before the chunks do
+    // Where no thread is to be had the library puts the task off until it is waited for.
+    const auto policy =
+        shape.workers > 0 ? std::launch::async | std::launch::deferred : std::launch::deferred;
 
     // The window of 32 KiB and the fastest level (RFC 1950, 2.2).
     constexpr std::array header{std::byte{0x78}, std::byte{0x01}};
@@ -139,9 +62,9 @@ bool deflateRows(RowSource& source, const std::function<bool(std::span<const std
         return false;
     std::uint32_t adler = 1;
     const auto write = [&](Chunk& chunk) {
-        workers.waitFor(chunk);
-        adler = combineAdler32(adler, chunk.piece.adler32, chunk.piece.length);
-        return sink(std::span(chunk.output).first(chunk.piece.size));
+        const DeflatedPiece piece = chunk.piece.get();
+        adler = combineAdler32(adler, piece.adler32, piece.length);
+        return sink(std::span(chunk.output).first(piece.size));
     };
     std::size_t written = 0;
     const Chunk* previous = nullptr;
@@ -150,7 +73,6 @@ bool deflateRows(RowSource& source, const std::function<bool(std::span<const std
             return false;
         Chunk& chunk = ring[index % ring.size()];
         chunk.rowCount = std::min(rowsPerChunk, height - index * rowsPerChunk);
-        chunk.last = index + 1 == chunkCount;
         // The first row's predecessor counts as zero (PNG, 9.2): the fresh buffer is.
         if (previous)
             std::memcpy(chunk.rows.data(), previous->rows.data() + previous->rowCount * bytesPerRow,
@@ -158,7 +80,10 @@ bool deflateRows(RowSource& source, const std::function<bool(std::span<const std
         const auto rows = std::span(chunk.rows).subspan(bytesPerRow, chunk.rowCount * bytesPerRow);
         if (!readWhole(source, rows, bytesPerRow))
             return false;
-        workers.start(chunk);
+        chunk.piece = std::async(policy, [&chunk, bytesPerRow, last = index + 1 == chunkCount] {
+            const auto whole = std::span(chunk.rows).first((chunk.rowCount + 1) * bytesPerRow);
+            return deflateChunk(whole, bytesPerRow, last, chunk.predicted, chunk.output);
+        });
         previous = &chunk;
     }
     while (written < chunkCount)

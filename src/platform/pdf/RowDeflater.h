@@ -12,8 +12,8 @@ namespace lumivert {
 struct DeflateShape {
     /// Rows are compressed in chunks of about this many bytes, one row at least.
     std::size_t chunkBytes = std::size_t{1} << 20;
-    /// Threads that compress, beside the calling one, which reads and writes; 0 compresses on the
-    /// calling thread.
+    /// Chunks that are compressed beside each other while the calling thread reads and writes; 0
+    /// compresses on the calling thread, as does a system that gives no more threads.
     int workers = 0;
 };
 
@@ -24,7 +24,8 @@ struct DeflateShape {
 /// the PNG "up" predictor, which PDF calls predictor 15. `source` and `sink` are called on the
 /// calling thread, the pieces come in order and are valid for the call. Memory: two chunks and a
 /// few more for each worker.
-/// False when the rows broke off or `sink` returned false, which ends the work.
+/// False when the rows broke off or `sink` returned false, which ends the work. Throws
+/// std::bad_alloc.
 [[nodiscard]] bool deflateRows(RowSource& source,
                                const std::function<bool(std::span<const std::byte>)>& sink,
                                DeflateShape shape = deflateShapeForThisMachine());
