@@ -12,8 +12,9 @@ namespace lumivert {
 enum class InterpolationQuality { none, high };
 
 /// A one-page PDF document being written to a file. Order: beginPage, any drawing, endPage, close.
-/// A failure (disk full, folder gone, rows that break off) makes every later call do nothing and
-/// close return false. Destroyed before a successful close, it removes the file. One thread.
+/// A failure (disk full, folder gone, rows that cannot be had or break off) makes every later call
+/// do nothing and close return false. Destroyed before a successful close, it removes the file. One
+/// thread.
 class PdfContext {
 public:
     virtual ~PdfContext() = default;
@@ -36,8 +37,7 @@ public:
 
     virtual void fillRect(RectPoints rect) = 0;
 
-    /// Draws the whole bitmap into the rectangle. Draws nothing where the bitmap cannot be had, or
-    /// the rectangle has no area or is not finite.
+    /// Draws the whole bitmap into the rectangle; nothing where that has no area or is not finite.
     virtual void draw(const Bitmap& bitmap, RectPoints rect) = 0;
 
     virtual void endPage() = 0;

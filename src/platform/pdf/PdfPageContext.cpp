@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <string_view>
 
 namespace lumivert {
@@ -101,7 +102,7 @@ void PdfPageContext::fillRect(RectPoints rect) {
                  pdfNumber(rect.height) + " re f\n";
 }
 
-void PdfPageContext::draw(const Bitmap& bitmap, RectPoints rect) {
+void PdfPageContext::draw(const Bitmap& bitmap, RectPoints rect) try {
     if (!m_onPage || m_file->failed() || !isDrawable(rect))
         return;
     const bool interpolate = m_quality == InterpolationQuality::high;
@@ -115,6 +116,10 @@ void PdfPageContext::draw(const Bitmap& bitmap, RectPoints rect) {
     const auto target = converts ? std::optional(ColorTarget{m_fillSpace, m_intent}) : std::nullopt;
     if (const auto rows = bitmap.rows(target))
         place(writeRowsImage(*m_file, *rows, interpolate), rect, 1);
+    else
+        m_file->fail(); // a sheet without its photo would go to the printer
+} catch (const std::bad_alloc&) {
+    m_file->fail();
 }
 
 void PdfPageContext::place(int image, RectPoints rect, int orientation) {

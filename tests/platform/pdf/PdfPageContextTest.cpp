@@ -8,6 +8,7 @@
 
 #include <clocale>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 
 namespace lumivert {
@@ -188,14 +189,29 @@ TEST_F(PdfPageContextTest, aFillColourEndsTheConversion) {
     EXPECT_FALSE(bitmap.asked[0].has_value());
 }
 
-TEST_F(PdfPageContextTest, aPhotoThatCannotBeHadLeavesThePageWithoutIt) {
+TEST_F(PdfPageContextTest, aPhotoWhoseRowsCannotBeHadLeavesNoPage) {
     FakeBitmap bitmap = smallBitmap();
     bitmap.cannotBeHad = true;
-    const std::string path = page([&](PdfContext& pdf) {
-        pdf.draw(bitmap, {0, 0, 100, 100});
-        pdf.fillRect({0, 0, 1, 1});
-    });
-    EXPECT_EQ(contentOf(path), "0 0 1 1 re f\n");
+    const std::string path = folder.path("page.pdf");
+    EXPECT_EQ(writePage(path, [&](PdfContext& pdf) { pdf.draw(bitmap, {0, 0, 100, 100}); }), "");
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+class VastBitmap final : public Bitmap {
+public:
+    [[nodiscard]] PixelSize size() const override { return {1, 1}; }
+    [[nodiscard]] std::shared_ptr<const Bitmap> cropped(PixelRect) const override { return {}; }
+    [[nodiscard]] std::optional<JpegStream> jpegStream() const override { return {}; }
+    [[nodiscard]] std::unique_ptr<RowSource>
+    rows(const std::optional<ColorTarget>&) const override {
+        throw std::bad_alloc();
+    }
+};
+
+TEST_F(PdfPageContextTest, memoryThatRunsOutLeavesNoPage) {
+    const std::string path = folder.path("page.pdf");
+    EXPECT_EQ(writePage(path, [](PdfContext& pdf) { pdf.draw(VastBitmap(), {0, 0, 9, 9}); }), "");
+    EXPECT_FALSE(std::filesystem::exists(path));
 }
 
 TEST_F(PdfPageContextTest, aRectangleWithoutAreaOrEndShowsNoImage) {
