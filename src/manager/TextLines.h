@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/Utf8.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,8 +18,5 @@ namespace lumivert {
 
 /// `text` without any `character`.
 [[nodiscard]] std::string without(std::string_view text, char character);
-
-/// Whether `text` is UTF-8 (RFC 3629: no overlong form, no surrogate, nothing above U+10FFFF).
-[[nodiscard]] bool isUtf8(std::string_view text);
 
 } // namespace lumivert

@@ -11,12 +11,13 @@ class FileSystem {
 public:
     virtual ~FileSystem() = default;
 
-    /// The whole file; nothing when it is missing, unreadable or no file.
+    /// The whole file; nothing when it is missing, unreadable, no file, or larger than 64 MiB.
     [[nodiscard]] virtual std::optional<std::string> readFile(const std::string& path) = 0;
 
     /// Every file and folder below `folder`, at all depths, as paths relative to it, a folder
     /// before its contents, otherwise as the disk lists them. Links are followed; a folder that
-    /// was already entered (a loop) and one that cannot be opened are listed but not entered.
+    /// was already entered (a loop) and one that cannot be opened are listed but not entered. What
+    /// has a name that is not UTF-8 is left out, with all below it.
     /// Nothing when `folder` itself cannot be opened.
     [[nodiscard]] virtual std::optional<std::vector<std::string>>
     enumerate(const std::string& folder) = 0;

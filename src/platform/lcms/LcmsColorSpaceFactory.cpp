@@ -2,7 +2,6 @@
 
 #include <lcms2.h>
 
-#include <limits>
 #include <type_traits>
 
 namespace lumivert {
@@ -10,6 +9,8 @@ namespace {
 
 // The fields of the header that are looked at (ICC.1, 7.2).
 constexpr std::size_t headerSize = 128;
+
+constexpr std::size_t largestProfile = std::size_t{64} << 20;
 
 template <class Handle, auto close>
 struct Closer {
@@ -87,7 +88,7 @@ bool hasWayBack(cmsContext context, cmsHPROFILE lab, cmsHPROFILE profile) {
 
 std::shared_ptr<const ColorSpace> LcmsColorSpaceFactory::fromIccProfile(SharedBytes bytes) {
     if (bytes.view.size() < headerSize || statedSize(bytes.view) > bytes.view.size() ||
-        bytes.view.size() > std::numeric_limits<cmsUInt32Number>::max())
+        bytes.view.size() > largestProfile)
         return nullptr;
     const Context context = silentContext();
     if (!context)

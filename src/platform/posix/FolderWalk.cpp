@@ -1,5 +1,6 @@
 #include "platform/posix/FolderWalk.h"
 
+#include "model/Utf8.h"
 #include "platform/system/Descriptor.h"
 #include "platform/system/SystemCall.h"
 
@@ -35,7 +36,8 @@ bool mayBeFolder(const dirent& entry) {
 std::vector<Entry> readEntries(DIR& folder) {
     std::vector<Entry> entries;
     while (const dirent* entry = ::readdir(&folder))
-        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
+        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0 &&
+            isUtf8(entry->d_name))
             entries.push_back({entry->d_name, mayBeFolder(*entry)});
     return entries;
 }

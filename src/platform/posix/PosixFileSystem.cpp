@@ -18,6 +18,9 @@
 namespace lumivert {
 namespace {
 
+// Far beyond any profile or PPD.
+constexpr off_t largestFile = off_t{64} << 20;
+
 bool holdsNul(const std::string& path) {
     return path.find('\0') != std::string::npos;
 }
@@ -50,7 +53,8 @@ std::optional<std::string> PosixFileSystem::readFile(const std::string& path) {
     const Descriptor fd(retryingInterrupts(
         [&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK); }));
     struct stat status = {};
-    if (!fd || ::fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode))
+    if (!fd || ::fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        status.st_size > largestFile)
         return std::nullopt;
     try {
         std::string bytes;

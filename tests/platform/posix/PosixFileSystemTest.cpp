@@ -44,6 +44,15 @@ TEST(ReadingAFile, readsFilesWhoseSizeTheSystemDoesNotKnow) {
     EXPECT_TRUE(status->starts_with("Name:"));
 }
 
+TEST(ReadingAFile, givesNothingForAFileThatOutgrowsAnyProfile) {
+    const TemporaryFolder folder;
+    const auto file = folder.write("vast.icc");
+    fs::resize_file(file, std::uintmax_t{64} << 20);
+    EXPECT_TRUE(readFile(file));
+    fs::resize_file(file, (std::uintmax_t{64} << 20) + 1);
+    EXPECT_FALSE(readFile(file));
+}
+
 TEST(ReadingAFile, followsALink) {
     const TemporaryFolder folder;
     folder.write("file", "text");
@@ -173,12 +182,14 @@ TEST(EnumeratingAFolder, listsButSkipsAnUnreadableFolder) {
     fs::permissions(folder / "closed", fs::perms::owner_all);
 }
 
-TEST(EnumeratingAFolder, keepsNamesThatAreNoText) {
+TEST(EnumeratingAFolder, leavesOutOnlyWhatHasNoTextForAName) {
     const TemporaryFolder folder;
     folder.write("caf\351.icc");
+    folder.write("Gr\374n/below.icc");
     folder.write("line\nbreak/x.icm");
+    folder.write("café.icc");
     EXPECT_THAT(enumerate(folder.path()),
-                Optional(UnorderedElementsAre("caf\351.icc", "line\nbreak", "line\nbreak/x.icm")));
+                Optional(UnorderedElementsAre("café.icc", "line\nbreak", "line\nbreak/x.icm")));
 }
 
 TEST(EnumeratingAFolder, comesBackFromAVeryDeepTree) {
