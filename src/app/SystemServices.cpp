@@ -16,6 +16,7 @@
 #include "platform/qt/QtUpdateClock.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QGuiApplication>
 #include <QScreen>
@@ -27,10 +28,12 @@ namespace lumivert {
 
 namespace {
 
+// Beside the program, or where an installed one has it.
 std::string decoderPath() {
-    const QString beside =
-        QCoreApplication::applicationDirPath() + QStringLiteral("/lumivert-decoder");
-    return QFile::encodeName(beside).toStdString();
+    const QDir folder(QCoreApplication::applicationDirPath());
+    const QString beside = folder.filePath(QStringLiteral("lumivert-decoder"));
+    const QString installed = folder.filePath(QStringLiteral("../libexec/lumivert-decoder"));
+    return QFile::encodeName(QFile::exists(beside) ? beside : installed).toStdString();
 }
 
 /// In device pixels; a window can be moved to any screen.

@@ -1,8 +1,10 @@
 #include "app/Language.h"
 #include "app/LumivertApp.h"
 #include "app/SystemServices.h"
+#include "platform/posix/Termination.h"
 
 #include <QApplication>
+#include <QSocketNotifier>
 #include <QThreadPool>
 
 #include <csignal>
@@ -30,6 +32,9 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 
+    // Waited for below: pages that are to be deleted go with the services.
+    const int endSignal = lumivert::endInOrderOnSignals();
+
     const lumivert::Language language;
     QApplication application(argc, argv);
     language.keepForTexts();
@@ -40,6 +45,9 @@ int main(int argc, char** argv) {
     lumivert::SystemServices services;
     lumivert::LumivertApp app(services.appServices());
     app.openWindow();
+    QSocketNotifier endNotifier(endSignal, QSocketNotifier::Read);
+    QObject::connect(&endNotifier, &QSocketNotifier::activated, &application,
+                     [] { QCoreApplication::exit(); });
     const int status = QApplication::exec();
     // A drop that is still being read hands its file to the dispatcher, which goes with `services`.
     QThreadPool::globalInstance()->waitForDone();

@@ -1,0 +1,57 @@
+#include "platform/posix/Termination.h"
+
+#include "platform/posix/PosixProcessRunner.h"
+#include "platform/system/SystemCall.h"
+#include "support/InChild.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <unistd.h>
+
+namespace lumivert {
+namespace {
+
+using namespace std::chrono_literals;
+
+bool isReadable(int fd) {
+    return waitReadable(fd, std::chrono::steady_clock::now());
+}
+
+TEST(Termination, endsTheToolThatIsWaitedForAndLetsNoOtherStart) {
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+        EXPECT_EQ(inChild([&] {
+                      ::alarm(30);
+                      const int ended = endInOrderOnSignals();
+                      if (ended < 0 || isReadable(ended))
+                          return 1;
+                      PosixProcessRunner runner;
+                      const std::string line = "sleep 0.3; kill -" + std::to_string(signal) + " " +
+                                               std::to_string(::getpid()) + "; sleep 600; true";
+                      const auto result = runner.run("/bin/sh", {"-c", line});
+                      const auto* outcome = std::get_if<ProcessOutcome>(&result);
+                      if (!outcome || outcome->exitStatus != 128 + SIGKILL)
+                          return 2;
+                      if (!isReadable(ended))
+                          return 3;
+                      const auto next = runner.run("/bin/true", {});
+                      return std::holds_alternative<LaunchFailure>(next) ? 0 : 4;
+                  }),
+                  0)
+            << signal;
+}
+
+TEST(Termination, leavesTheSecondSignalItsWay) {
+    EXPECT_EQ(inChild([] {
+                  if (endInOrderOnSignals() < 0)
+                      return 1;
+                  ::raise(SIGTERM);
+                  ::raise(SIGTERM);
+                  return 2;
+              }),
+              128 + SIGTERM);
+}
+
+} // namespace
+} // namespace lumivert
