@@ -5,6 +5,7 @@
 
 #include <QEvent>
 #include <QMenu>
+#include <QMimeData>
 #include <QTimer>
 
 #include <utility>
@@ -54,6 +55,19 @@ void LumivertApp::openWindow() {
     if (m_services.firstWindowPainted)
         new FirstPaint(m_window.get(), m_services.firstWindowPainted);
     m_window->show();
+}
+
+void LumivertApp::bringForward() {
+    m_window->setWindowState(m_window->windowState() & ~Qt::WindowMinimized);
+    m_window->show();
+    m_window->raise();
+    m_window->activateWindow();
+}
+
+void LumivertApp::open(const QList<QUrl>& files) {
+    QMimeData mime;
+    mime.setUrls(files);
+    m_window->handleDrop(m_services.providersOf(mime));
 }
 
 void LumivertApp::addUpdateItem() {

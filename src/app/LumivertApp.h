@@ -4,6 +4,9 @@
 #include "platform/updates/SPUStandardUpdaterController.h"
 #include "views/ContentView.h"
 
+#include <QList>
+#include <QUrl>
+
 #include <functional>
 #include <memory>
 
@@ -30,6 +33,11 @@ public:
     /// Builds the window, and the state behind it, and shows it. Blocks while the print system's
     /// tools run. Called once.
     void openWindow();
+
+    /// Shows the window in front of others, as far as the desktop lets it.
+    void bringForward();
+    /// As if the files were dropped on the window.
+    void open(const QList<QUrl>& files);
 
     /// Null before openWindow.
     [[nodiscard]] PrintManager* printManager() const { return m_printManager.get(); }

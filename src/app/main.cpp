@@ -1,3 +1,4 @@
+#include "app/DesktopApplication.h"
 #include "app/Language.h"
 #include "app/LumivertApp.h"
 #include "app/SystemServices.h"
@@ -40,11 +41,16 @@ int main(int argc, char** argv) {
     language.keepForTexts();
     QApplication::setApplicationDisplayName(QStringLiteral("Lumivert"));
     QApplication::setApplicationVersion(QStringLiteral(LUMIVERT_VERSION));
-    QApplication::setDesktopFileName(QStringLiteral("lumivert"));
+    QApplication::setDesktopFileName(QLatin1String(lumivert::DesktopApplication::id));
+
+    lumivert::DesktopApplication desktop(QDBusConnection::sessionBus());
+    if (!desktop.isFirst())
+        return 0;
 
     lumivert::SystemServices services;
     lumivert::LumivertApp app(services.appServices());
     app.openWindow();
+    desktop.serve(app);
     QSocketNotifier endNotifier(endSignal, QSocketNotifier::Read);
     QObject::connect(&endNotifier, &QSocketNotifier::activated, &application,
                      [] { QCoreApplication::exit(); });
