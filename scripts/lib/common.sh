@@ -19,6 +19,8 @@ packages_run=(
 packages_test=(
   ghostscript poppler-utils qpdf xvfb xauth locales dbus icc-profiles-free colord-data)
 packages_bench=(argyll colord-data icc-profiles-free img2pdf libraw-bin libvips-tools)
+packages_package=(
+  debhelper dpkg-dev librsvg2-bin lintian desktop-file-utils appstream apt-utils gnupg)
 
 # Runs a command with root's rights; fails where there is no way to them.
 as_root() {
@@ -49,9 +51,13 @@ install_missing() {
   done
   [ ${#missing[@]} = 0 ] && return
   say "Installing: ${missing[*]}"
-  if ! { as_root apt-get update &&
+  # Another process of apt's (a desktop's updater, say) has the lock for a while.
+  if ! as_root flock --nonblock /var/lib/dpkg/lock-frontend true 2>/dev/null; then
+    say "Waiting up to two minutes for another process that installs packages."
+  fi
+  if ! { as_root apt-get -o DPkg::Lock::Timeout=120 update &&
          as_root env DEBIAN_FRONTEND=noninteractive \
-           apt-get install -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
+           apt-get -o DPkg::Lock::Timeout=120 install -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
     tail -n 20 "$log" >&2
     fail "The packages could not be installed."
   fi
