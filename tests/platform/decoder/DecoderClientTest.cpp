@@ -10,9 +10,14 @@
 
 #include <chrono>
 #include <cmath>
+#include <csignal>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <future>
+#include <random>
 #include <sys/stat.h>
+#include <thread>
 
 namespace lumivert {
 namespace {
@@ -303,6 +308,48 @@ TEST_F(Decoding, letsGoOfRowsThatNobodyReads) {
     ASSERT_TRUE(rows);
     rows.reset();
     EXPECT_LT(std::chrono::steady_clock::now() - start, 20s);
+}
+
+std::vector<pid_t> childrenOfThisProcess() {
+    std::vector<pid_t> children;
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream file(task.path() / "children");
+        for (pid_t child = 0; file >> child;)
+            children.push_back(child);
+    }
+    return children;
+}
+
+// Two hundred moments from before the request to behind the last row.
+TEST_F(Decoding, givesEveryRowOrBreaksOffWheneverADecoderIsKilledOrStopped) {
+    const std::string file = m_folder.write("photo", saved(places({400, 300}), ".png"));
+    DecoderClient client({.path = LUMIVERT_DECODER,
+                          .screenEdge = [] { return 100; },
+                          .answerTimeout = 500ms,
+                          .rowTimeout = 500ms});
+    std::shared_ptr<const Image> image;
+    for (int i = 0; i < 20 && !image; ++i) // a loaded machine may need longer
+        image = client.decode(FileUrl::fromPath(file));
+    ASSERT_TRUE(image);
+    const Bytes expected =
+        allRows(*m_client.decode(FileUrl::fromPath(file))->bitmap(), std::nullopt, 50);
+    ASSERT_EQ(expected.size(), std::size_t{400 * 300 * 3});
+    std::mt19937 generator(7);
+    int broken = 0;
+    for (int i = 0; i < 200; ++i) {
+        const auto moment = std::chrono::microseconds(generator() % 30'000);
+        std::thread killer([&, signal = i % 20 == 0 ? SIGSTOP : SIGKILL] {
+            std::this_thread::sleep_for(moment);
+            for (const pid_t child : childrenOfThisProcess())
+                ::kill(child, signal);
+        });
+        const Bytes rows = allRows(*image->bitmap(), std::nullopt, 3);
+        killer.join();
+        broken += rows.empty() ? 1 : 0;
+        ASSERT_TRUE(rows.empty() || rows == expected) << i;
+    }
+    EXPECT_GT(broken, 0) << "no moment was hit";
+    EXPECT_EQ(allRows(*m_client.decode(FileUrl::fromPath(file))->bitmap()), expected);
 }
 
 TEST(Samples, loadUprightAndHandOverAllTheirRows) {

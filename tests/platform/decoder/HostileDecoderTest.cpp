@@ -2,6 +2,7 @@
 #include "model/Models.h"
 #include "platform/decoder/DecoderClient.h"
 #include "support/TemporaryFolder.h"
+#include "support/WithoutFurtherThreads.h"
 
 #include <gtest/gtest.h>
 
@@ -11,6 +12,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <future>
 #include <sys/wait.h>
 #include <thread>
@@ -127,6 +129,35 @@ TEST_F(HangingDecoder, cannotStretchARowByDrippingItsBytes) {
     EXPECT_FALSE(rows->readRows(row));
 }
 
+TEST(DecoderRows, breakOffWhereThePageTakesTooLongThoughNoRowDoes) {
+    const TemporaryFolder folder;
+    DecoderOptions slow = options();
+    slow.pageTimeout = impatience;
+    DecoderClient client(slow);
+    const auto image = client.decode(FileUrl::fromPath(folder.write("photo", "rowsdrip")));
+    ASSERT_TRUE(image);
+    const auto rows = image->bitmap()->rows(std::nullopt);
+    ASSERT_TRUE(rows);
+    Bytes both(12);
+    EXPECT_FALSE(rows->readRows(both));
+}
+
+TEST(SoftProof, isNoneWhereNoThreadCanBeStarted) {
+    const TemporaryFolder folder;
+    DecoderClient client(options());
+    const auto image = client.decode(FileUrl::fromPath(folder.write("photo", "good")));
+    ASSERT_TRUE(image);
+    auto space = std::make_shared<ColorSpace>();
+    space->profile = sharedBytes(Bytes(128));
+    const WithoutFurtherThreads none;
+    bool completed = false;
+    image->softProof({space, RenderingIntent::relative}, [&](auto proof) {
+        EXPECT_FALSE(proof);
+        completed = true;
+    });
+    EXPECT_TRUE(completed);
+}
+
 TEST(SoftProof, doesNotHoldUpAProgramThatQuits) {
     const TemporaryFolder folder;
     auto client = std::make_unique<DecoderClient>(options());
@@ -166,6 +197,20 @@ TEST(DecoderPool, replacesASpareThatHasDied) {
     std::this_thread::sleep_for(300ms);
     ::unsetenv("FAKE_DECODER_ENDS_AT_ONCE");
     EXPECT_TRUE(client.decode(FileUrl::fromPath(folder.write("photo", "good"))));
+}
+
+TEST(DecoderPool, keepsTheProgramItBeganWith) {
+    const TemporaryFolder folder;
+    DecoderOptions copied = options();
+    copied.path = folder / "decoder";
+    std::filesystem::copy_file(LUMIVERT_FAKE_DECODER, copied.path);
+    DecoderClient client(copied);
+    const FileUrl photo = FileUrl::fromPath(folder.write("photo", "good"));
+    std::filesystem::remove(copied.path);
+    const auto image = client.decode(photo);
+    ASSERT_TRUE(image);
+    std::filesystem::copy_file("/bin/false", copied.path);
+    EXPECT_TRUE(image->bitmap()->rows(std::nullopt));
 }
 
 TEST(DecoderPool, decodesNothingWithoutItsProgram) {
