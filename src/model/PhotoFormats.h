@@ -5,7 +5,7 @@
 
 namespace lumivert {
 
-enum class PhotoKind { jpeg, png, tiff, heic, cameraRaw, avif, webp, gif };
+enum class PhotoKind { jpeg, png, tiff, heic, cameraRaw, avif, webp, gif, jpegXl, jpeg2000 };
 
 /// Who knows which way up the stored pixels are: Exif or the file's own tag as libvips tells it, or
 /// the library that reads them and turns them itself.

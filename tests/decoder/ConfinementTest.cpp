@@ -285,6 +285,8 @@ TEST_F(Confinement, leavesEveryFormatReadable) {
         {"interlaced PNG", saved(photo, ".png", set("interlace", 1))},
         {"PNG of 16 bits", saved(photo.cast(VIPS_FORMAT_USHORT) * 256, ".png")},
         {"WebP", saved(photo, ".webp")},
+        {"JPEG XL", saved(photo, ".jxl")},
+        {"JPEG 2000", saved(photo, ".jp2")},
         {"GIF", saved(photo, ".gif")},
         {"TIFF", saved(photo, ".tif")},
         {"TIFF, deflated",

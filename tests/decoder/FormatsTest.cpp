@@ -275,6 +275,10 @@ std::optional<std::string> sampleOf(PhotoKind kind) {
         return saved(image, ".webp");
     case PhotoKind::gif:
         return saved(image, ".gif");
+    case PhotoKind::jpegXl:
+        return saved(image, ".jxl");
+    case PhotoKind::jpeg2000:
+        return saved(image, ".jp2");
     }
     return std::nullopt;
 }
