@@ -6,6 +6,7 @@
 #include "decoder/PhotoFacts.h"
 #include "decoder/Profiles.h"
 #include "decoder/RawReader.h"
+#include "decoder/StatedColors.h"
 #include "decoder/TiffFile.h"
 #include "platform/decoder/DecoderProtocol.h"
 
@@ -67,6 +68,14 @@ std::size_t heldBytesAPixel(const VImage& image, PhotoKind kind) {
     return mayComeInRows && !isInterlaced ? 0 : VIPS_IMAGE_SIZEOF_PEL(image.get_image());
 }
 
+std::optional<StatedColors> statedColors(PhotoKind kind, std::span<const std::byte> bytes,
+                                         bool hasProfile) {
+    if (kind == PhotoKind::png)
+        return pngColors(bytes, hasProfile);
+    const bool isHeif = kind == PhotoKind::heic || kind == PhotoKind::avif;
+    return isHeif && !hasProfile ? heifColors(bytes) : std::nullopt;
+}
+
 // Data that ends early is an error when the pixels are asked for; a JPEG without any end of image
 // is no photo, and one whose scan is damaged an error as well.
 std::optional<Photo> openWithVips(const PhotoFormat& format, std::span<const std::byte> bytes,
@@ -97,6 +106,9 @@ std::optional<Photo> openWithVips(const PhotoFormat& format, std::span<const std
     OwnNumbers own = ownNumbers(image, profile, isIccLab);
     photo.pixels = own.pixels;
     photo.profile = std::move(own.profile);
+    if (const auto stated = statedColors(format.kind, bytes, !photo.profile.empty()))
+        if (Bytes meant = profileOf(*stated, photo.channels()); !meant.empty() && !photo.isLab())
+            photo.profile = std::move(meant);
     if (photo.profile.empty() && facts.isAdobeRgb && photo.channels() == 3)
         photo.profile = adobeRgbBytes();
     if (jpeg && jpeg->embeddable && jpeg->components == photo.channels())

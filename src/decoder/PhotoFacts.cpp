@@ -94,8 +94,10 @@ PhotoFacts readFacts(const PhotoFormat& format, std::span<const std::byte> bytes
         facts.orientation = image.get_int("orientation");
     if (facts.orientation < 1 || facts.orientation > 8)
         facts.orientation = 1;
-    facts.isAdobeRgb = textOf(image, "exif-ifd4-InteroperabilityIndex").starts_with("R03") &&
-                       numberOf(textOf(image, "exif-ifd2-ColorSpace")) == 65535;
+    const double colorSpace = numberOf(textOf(image, "exif-ifd2-ColorSpace"));
+    facts.isAdobeRgb =
+        colorSpace == 2 || (colorSpace == 65535 &&
+                            textOf(image, "exif-ifd4-InteroperabilityIndex").starts_with("R03"));
 
     std::optional<Density> density;
     switch (format.density) {

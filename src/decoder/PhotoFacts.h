@@ -20,7 +20,8 @@ struct PhotoFacts {
     /// EXIF orientation of the stored pixels; 1 where their reader turns them itself.
     int orientation = 1;
     Density density;
-    /// Exif's interoperability index R03: the photo is in Adobe RGB (1998).
+    /// Exif's interoperability index R03, or ColorSpace 2 as some cameras and programs write it:
+    /// the photo is in Adobe RGB (1998).
     bool isAdobeRgb = false;
 };
 

@@ -1,5 +1,7 @@
 #include "decoder/Profiles.h"
 
+#include "platform/decoder/DecoderProtocol.h"
+
 #include <vips/vips8>
 
 #include <algorithm>
@@ -10,17 +12,10 @@
 namespace lumivert::decoder {
 namespace {
 
-using ToneCurve = std::unique_ptr<cmsToneCurve, decltype(&cmsFreeToneCurve)>;
 using Texts = std::unique_ptr<cmsMLU, decltype(&cmsMLUfree)>;
 
 ToneCurve gammaCurve(double gamma) {
     return {cmsBuildGamma(nullptr, gamma), &cmsFreeToneCurve};
-}
-
-ToneCurve srgbCurve() {
-    // IEC 61966-2-1 in Little CMS's form: Y = (aX + b)^gamma for X >= d, else cX.
-    const std::array parameters{2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045};
-    return {cmsBuildParametricToneCurve(nullptr, 4, parameters.data()), &cmsFreeToneCurve};
 }
 
 void name(void* profile, const char* description) {
@@ -43,15 +38,6 @@ Bytes savedBytes(const Profile& profile) {
     constexpr std::array<unsigned char, 12> date{0x07, 0xce, 0, 1, 0, 1, 0, 0, 0, 0, 0, 0};
     std::memcpy(bytes.data() + 24, date.data(), date.size());
     return bytes;
-}
-
-Bytes madeBytes(const Profile& profile, const char* description) {
-    if (!profile)
-        throw std::runtime_error("no profile");
-    // Version 2: what a reader of PDF 1.4 knows.
-    cmsSetProfileVersion(profile.get(), 2.1);
-    name(profile.get(), description);
-    return savedBytes(profile);
 }
 
 Bytes rgbBytes(cmsCIExyY white, cmsCIExyYTRIPLE primaries, double gamma, const char* description) {
@@ -90,7 +76,24 @@ bool leadsToLab(const Profile& profile, int channels) {
 
 } // namespace
 
+ToneCurve srgbCurve() {
+    // IEC 61966-2-1 in Little CMS's form: Y = (aX + b)^gamma for X >= d, else cX.
+    const std::array parameters{2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045};
+    return {cmsBuildParametricToneCurve(nullptr, 4, parameters.data()), &cmsFreeToneCurve};
+}
+
+Bytes madeBytes(const Profile& profile, const char* description) {
+    if (!profile)
+        throw std::runtime_error("no profile");
+    // Version 2: what a reader of PDF 1.4 knows.
+    cmsSetProfileVersion(profile.get(), 2.1);
+    name(profile.get(), description);
+    return savedBytes(profile);
+}
+
 Profile openProfile(std::span<const std::byte> bytes) {
+    if (bytes.size() > protocol::maximumProfileBytes)
+        return nullptr;
     return Profile(cmsOpenProfileFromMem(bytes.data(), static_cast<cmsUInt32Number>(bytes.size())));
 }
 

@@ -16,7 +16,14 @@ struct CloseProfile {
 /// Null for none.
 using Profile = std::unique_ptr<void, CloseProfile>;
 
-/// Null where the bytes are no profile.
+using ToneCurve = std::unique_ptr<cmsToneCurve, decltype(&cmsFreeToneCurve)>;
+/// That of sRGB.
+[[nodiscard]] ToneCurve srgbCurve();
+
+/// A profile's bytes, in version 2 (what a reader of PDF 1.4 knows) and the same every time.
+[[nodiscard]] Bytes madeBytes(const Profile& profile, const char* description);
+
+/// Null where the bytes are no profile, or more than 64 MiB.
 [[nodiscard]] Profile openProfile(std::span<const std::byte> bytes);
 
 /// 1 for a grey, 3 for an RGB, 4 for a CMYK profile; 0 for any other.

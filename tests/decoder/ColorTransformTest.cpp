@@ -194,6 +194,14 @@ TEST(Profiles, haveTheSameBytesEveryTimeAndTheRightWhite) {
     }
 }
 
+TEST(Profiles, ofMoreThan64MebibytesAreNone) {
+    Bytes bytes = adobeRgbBytes();
+    bytes.resize(std::size_t{64} << 20);
+    EXPECT_TRUE(openProfile(bytes));
+    bytes.push_back(std::byte{0});
+    EXPECT_FALSE(openProfile(bytes));
+}
+
 TEST(Profiles, agreeWithTheInstalledAdobeRgb) {
     const Profile theirs = installed("/usr/share/color/icc/colord/AdobeRGB1998.icc");
     if (!theirs)

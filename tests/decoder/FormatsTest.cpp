@@ -1,9 +1,11 @@
 #include "decoder/Photo.h"
 #include "decoder/PhotoFacts.h"
 #include "decoder/Profiles.h"
+#include "decoder/StatedColors.h"
 #include "decoder/TestPhotos.h"
 #include "decoder/TestProfiles.h"
 #include "files/SensorPhoto.h"
+#include "files/TiffWriter.h"
 
 #include <gtest/gtest.h>
 
@@ -297,6 +299,105 @@ TEST(Formats, areKnownByTheirFirstBytesAndOpened) {
     }
 }
 
+VImage tagged(VImage image, const Bytes& profile) {
+    image = image.copy();
+    image.set("icc-profile-data", nullptr, const_cast<std::byte*>(profile.data()), profile.size());
+    return image;
+}
+
+/// The check of a PNG's chunk (PNG, annex D).
+std::string pngCheck(const std::string& bytes) {
+    std::uint32_t crc = 0xffffffff;
+    for (const char byte : bytes) {
+        crc ^= static_cast<unsigned char>(byte);
+        for (int i = 0; i < 8; ++i)
+            crc = crc & 1 ? 0xedb88320 ^ crc >> 1 : crc >> 1;
+    }
+    return lumivert::test::TiffWriter(false).number(crc ^ 0xffffffff, 4);
+}
+
+/// A PNG with chunks before its first IDAT.
+std::string pngWith(const std::string& png,
+                    const std::vector<std::pair<std::string, std::string>>& chunks) {
+    const lumivert::test::TiffWriter writer(false);
+    std::string more;
+    for (const auto& [type, data] : chunks)
+        more += writer.number(data.size(), 4) + type + data + pngCheck(type + data);
+    return png.substr(0, 33) + more + png.substr(33);
+}
+
+std::string fractions(const std::vector<int>& hundredThousandths) {
+    const lumivert::test::TiffWriter writer(false);
+    std::string text;
+    for (const int value : hundredThousandths)
+        text += writer.number(static_cast<std::uint64_t>(value), 4);
+    return text;
+}
+
+/// The light of a grey value by the profile, 1 for white.
+double lightOf(const Bytes& profile, double value) {
+    const Profile from = openProfile(profile);
+    const Profile to(cmsCreateXYZProfile());
+    const std::unique_ptr<void, void (*)(cmsHTRANSFORM)> way(
+        cmsCreateTransform(from.get(), TYPE_RGB_DBL, to.get(), TYPE_XYZ_DBL,
+                           INTENT_RELATIVE_COLORIMETRIC, cmsFLAGS_NOOPTIMIZE),
+        &cmsDeleteTransform);
+    const std::array<double, 3> pixel{value, value, value};
+    cmsCIEXYZ xyz{};
+    cmsDoTransform(way.get(), pixel.data(), &xyz, 1);
+    return xyz.Y;
+}
+
+TEST(Formats, understandWhatAPngStatesOfItsColours) {
+    const std::string plain = saved(plain8(small, {200, 60, 40}), ".png");
+    const auto profileWith = [&](const std::vector<std::pair<std::string, std::string>>& chunks,
+                                 const std::string& png) {
+        const auto rows = readRows(pngWith(png, chunks));
+        return rows ? rows->profile : Bytes(1);
+    };
+    const std::string gamma = fractions({100000 / 2});
+    const std::string rec2020 = fractions({31270, 32900, 70800, 29200, 17000, 79700, 13100, 4600});
+    const std::string p3(std::string("\x0c\x0d\0\x01", 4));
+    EXPECT_TRUE(profileWith({}, plain).empty());
+    EXPECT_EQ(profileWith({{"cICP", p3}}, plain), profileOf({12, 13}, 3));
+    EXPECT_EQ(profileWith({{"sRGB", std::string(1, '\0')}}, plain), profileOf({1, 13}, 3));
+    EXPECT_NEAR(lightOf(profileWith({{"gAMA", gamma}}, plain), 0.5), 0.25, 0.001);
+    EXPECT_NE(profileWith({{"gAMA", gamma}, {"cHRM", rec2020}}, plain),
+              profileWith({{"gAMA", gamma}}, plain));
+    // cICP before the profile, the profile before all others.
+    const std::string embedded =
+        saved(tagged(plain8(small, {200, 60, 40}), adobeRgbBytes()), ".png");
+    EXPECT_EQ(profileWith({{"cICP", p3}}, embedded), profileOf({12, 13}, 3));
+    EXPECT_EQ(profileWith({{"gAMA", gamma}}, embedded), adobeRgbBytes());
+    // sRGB before gAMA, and what nobody knows is not there.
+    EXPECT_EQ(profileWith({{"gAMA", gamma}, {"sRGB", std::string(1, '\0')}}, plain),
+              profileOf({1, 13}, 3));
+    EXPECT_TRUE(profileWith({{"cICP", std::string("\x63\x63\0\x01", 4)}}, plain).empty());
+}
+
+TEST(StatedColors, bringLightBrighterThanPaperDownToIt) {
+    for (const int transfer : {16, 18}) {
+        SCOPED_TRACE(transfer);
+        const Bytes profile = profileOf({9, transfer}, 3);
+        ASSERT_FALSE(profile.empty());
+        double last = -1;
+        for (int i = 0; i <= 40; ++i) {
+            const double light = lightOf(profile, i / 40.0);
+            EXPECT_GE(light, last - 1e-6) << i;
+            last = light;
+        }
+        EXPECT_NEAR(lightOf(profile, 0), 0, 1e-4);
+        EXPECT_NEAR(lightOf(profile, 1), 1, 1e-3);
+    }
+    // Dark tones keep their light: 20 cd/m² by SMPTE ST 2084 is 0.3570.
+    EXPECT_NEAR(lightOf(profileOf({9, 16}, 3), 0.3570), 20.0 / 203, 0.002);
+    // 203 cd/m² keep some distance from the paper's white, for what is brighter.
+    EXPECT_NEAR(lightOf(profileOf({9, 16}, 3), 0.5807), 0.78, 0.03);
+    EXPECT_TRUE(profileOf({9, 99}, 3).empty());
+    EXPECT_TRUE(profileOf({99, 13}, 3).empty());
+    EXPECT_TRUE(profileOf({1, 13}, 4).empty());
+}
+
 TEST(Formats, takeTheFirstPageOfSeveral) {
     const VImage pages = image8({16, 32}, 1, [](int, int y, int) { return y < 16 ? 40 : 90; });
     const std::string tiff = saved(pages.copy(), ".tif", options()->set("page_height", 16));
@@ -304,12 +405,6 @@ TEST(Formats, takeTheFirstPageOfSeveral) {
     ASSERT_TRUE(rows);
     EXPECT_EQ(rows->size, (PixelSize{16, 16}));
     EXPECT_EQ(rows->at(3, 3, 0), 40);
-}
-
-VImage tagged(VImage image, const Bytes& profile) {
-    image = image.copy();
-    image.set("icc-profile-data", nullptr, const_cast<std::byte*>(profile.data()), profile.size());
-    return image;
 }
 
 TEST(Formats, keepTheEmbeddedProfile) {
