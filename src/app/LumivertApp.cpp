@@ -50,7 +50,7 @@ LumivertApp::~LumivertApp() = default;
 void LumivertApp::openWindow() {
     m_printManager = std::make_unique<PrintManager>(m_services.platform);
     m_window = std::make_unique<ContentView>(*m_printManager, m_services.platform.dispatcher,
-                                             m_services.providersOf);
+                                             m_services.providersOf, m_services.screens);
     addUpdateItem();
     if (m_services.firstWindowPainted)
         new FirstPaint(m_window.get(), m_services.firstWindowPainted);

@@ -21,6 +21,8 @@ struct AppServices {
     ContentView::ProvidersOf providersOf;
     /// Called once, when the first window has been painted.
     std::function<void()> firstWindowPainted;
+    /// The colours of the screens; null where all take sRGB.
+    ScreenColors* screens = nullptr;
 };
 
 /// The application: the update controller, started at once; one PrintManager, made when the first

@@ -4,6 +4,7 @@
 #include "platform/cups/PrintSystemFiles.h"
 #include "platform/decoder/DecoderClient.h"
 #include "platform/lcms/LcmsColorSpaceFactory.h"
+#include "platform/lcms/LcmsScreenConversion.h"
 #include "platform/packagekit/PackageKitEngine.h"
 #include "platform/pdf/PdfFileContextFactory.h"
 #include "platform/posix/PosixProcessRunner.h"
@@ -14,6 +15,7 @@
 #include "platform/qt/QtDispatcher.h"
 #include "platform/qt/QtPreferencesStore.h"
 #include "platform/qt/QtUpdateClock.h"
+#include "platform/screen/DesktopScreenColors.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -55,6 +57,7 @@ struct SystemServices::Owned {
     QtPreferencesStore preferences;
     LcmsColorSpaceFactory colorSpaces;
     PdfFileContextFactory pdf;
+    DesktopScreenColors screens{desktopProfiles(), lcmsScreenConversion};
     UpdateDialog updateDialog;
     QtUpdateClock updateClock;
     PackageKitEngine updateEngine{"lumivert"};
@@ -83,7 +86,8 @@ AppServices SystemServices::appServices() {
                      .writeLine = writeLine},
         .updates = {owned.updateEngine, owned.updateDialog, owned.updateClock, owned.preferences},
         .providersOf = itemProviders,
-        .firstWindowPainted = [&owned] { owned.decoder.prepareSpare(); }};
+        .firstWindowPainted = [&owned] { owned.decoder.prepareSpare(); },
+        .screens = &owned.screens};
 }
 
 } // namespace lumivert

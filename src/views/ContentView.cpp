@@ -39,14 +39,15 @@ QString startFolder(const PrintManager& pm) {
 
 } // namespace
 
-ContentView::ContentView(PrintManager& pm, Dispatcher& dispatcher, ProvidersOf providersOf)
+ContentView::ContentView(PrintManager& pm, Dispatcher& dispatcher, ProvidersOf providersOf,
+                         ScreenColors* screens)
     : m_pm(pm)
     , m_dispatcher(dispatcher)
     , m_providersOf(std::move(providersOf)) {
     setAcceptDrops(true);
     auto* split = new QSplitter(Qt::Horizontal, this);
     split->setChildrenCollapsible(false);
-    split->addWidget(new PreviewPanel(pm, split));
+    split->addWidget(new PreviewPanel(pm, screens, split));
     split->addWidget(new SettingsPanel(pm, split));
     split->setStretchFactor(0, 1);
     split->setStretchFactor(1, 0);

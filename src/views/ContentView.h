@@ -14,6 +14,7 @@ namespace lumivert {
 
 class Dispatcher;
 class PrintManager;
+class ScreenColors;
 
 /// The window: preview and settings side by side, the menus, the file dialog, the drop target and
 /// the question before a print. `pm` and `dispatcher` outlive it. It carries no title of its own:
@@ -24,7 +25,8 @@ public:
     /// The dropped files among what a drag carries.
     using ProvidersOf = std::function<ItemProviders(const QMimeData&)>;
 
-    ContentView(PrintManager& pm, Dispatcher& dispatcher, ProvidersOf providersOf);
+    ContentView(PrintManager& pm, Dispatcher& dispatcher, ProvidersOf providersOf,
+                ScreenColors* screens = nullptr);
 
     /// The menu that bears the application's name; more items go behind the first.
     [[nodiscard]] QMenu* applicationMenu() const { return m_applicationMenu; }

@@ -12,7 +12,7 @@
 
 namespace lumivert {
 
-PreviewPanel::PreviewPanel(PrintManager& pm, QWidget* parent)
+PreviewPanel::PreviewPanel(PrintManager& pm, ScreenColors* screens, QWidget* parent)
     : QWidget(parent) {
     setMinimumWidth(leastWidth);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
@@ -20,7 +20,7 @@ PreviewPanel::PreviewPanel(PrintManager& pm, QWidget* parent)
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(visibleWhen(hasImage, new PaperPreview(pm, this)));
+    layout->addWidget(visibleWhen(hasImage, new PaperPreview(pm, screens, this)));
     layout->addWidget(visibleWhen([&pm] { return !pm.image.get(); }, new DropZoneView(pm, this)));
     keepFresh(this, pm);
 }

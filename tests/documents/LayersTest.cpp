@@ -24,9 +24,9 @@ bool isIn(const std::string& room, const std::string& outer) {
 }
 
 /// Whether what stands in `from` may know what stands in `to`: models know nothing, interfaces the
-/// models, an implementation its interface and the kit for system calls, the manager interfaces,
-/// the preview and the views above it the manager, controls no view, and the application everything
-/// but the decoder.
+/// models, an implementation its interface and the kits for system calls and buses, the manager
+/// interfaces, the preview and the views above it the manager, controls no view, and the
+/// application everything but the decoder.
 bool mayKnow(const std::string& from, const std::string& to) {
     if (to == from || to == "model")
         return true;
@@ -37,7 +37,8 @@ bool mayKnow(const std::string& from, const std::string& to) {
     if (from == "platform/cups" && to == "platform/posix")
         return true; // what the scheduler gives stands beside this machine's files
     if (isIn(from, "platform"))
-        return from != "platform" && from != "platform/system" && to == "platform/system";
+        return from != "platform" && from != "platform/system" &&
+               (to == "platform/system" || to == "platform/bus");
     if (isIn(from, "decoder"))
         return to == "platform/system" || to == "platform/decoder"; // the protocol
     if (isIn(from, "app"))

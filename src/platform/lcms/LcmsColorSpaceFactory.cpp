@@ -1,8 +1,8 @@
 #include "platform/lcms/LcmsColorSpaceFactory.h"
 
-#include <lcms2.h>
+#include "platform/lcms/LcmsHandles.h"
 
-#include <type_traits>
+#include <cstddef>
 
 namespace lumivert {
 namespace {
@@ -12,23 +12,10 @@ constexpr std::size_t headerSize = 128;
 
 constexpr std::size_t largestProfile = std::size_t{64} << 20;
 
-template <class Handle, auto close>
-struct Closer {
-    void operator()(Handle handle) const { close(handle); }
-};
-using Context =
-    std::unique_ptr<std::remove_pointer_t<cmsContext>, Closer<cmsContext, &cmsDeleteContext>>;
-using Profile = std::unique_ptr<void, Closer<cmsHPROFILE, &cmsCloseProfile>>;
-using Transform = std::unique_ptr<void, Closer<cmsHTRANSFORM, &cmsDeleteTransform>>;
-
-// A context of one's own: the errors that hostile bytes make stay out of every other use of the
-// library, and go nowhere.
-Context silentContext() {
-    Context context(cmsCreateContext(nullptr, nullptr));
-    if (context)
-        cmsSetLogErrorHandlerTHR(context.get(), [](cmsContext, cmsUInt32Number, const char*) {});
-    return context;
-}
+using lcms::Context;
+using lcms::Profile;
+using lcms::silentContext;
+using lcms::Transform;
 
 // The size that the header states, in its first four bytes.
 std::size_t statedSize(std::span<const std::byte> bytes) {

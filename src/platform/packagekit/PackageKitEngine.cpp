@@ -1,6 +1,6 @@
 #include "platform/packagekit/PackageKitEngine.h"
 
-#include "platform/packagekit/BusConnection.h"
+#include "platform/bus/BusConnection.h"
 #include "platform/packagekit/NetworkCost.h"
 #include "platform/packagekit/PackageKitNames.h"
 #include "platform/packagekit/PackageKitTransaction.h"

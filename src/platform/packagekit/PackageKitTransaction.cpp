@@ -1,6 +1,6 @@
 #include "platform/packagekit/PackageKitTransaction.h"
 
-#include "platform/packagekit/BusConnection.h"
+#include "platform/bus/BusConnection.h"
 #include "platform/packagekit/PackageKitFailures.h"
 #include "platform/packagekit/PackageKitNames.h"
 

@@ -1,6 +1,7 @@
 #include "views/preview/PaperPreview.h"
 
 #include "manager/PrintManager.h"
+#include "platform/ScreenColors.h"
 #include "views/controls/Appearance.h"
 #include "views/controls/Labels.h"
 #include "views/controls/Refresh.h"
@@ -11,6 +12,8 @@
 #include <QEvent>
 #include <QPaintEvent>
 #include <QPainter>
+#include <QScreen>
+#include <QWindow>
 
 #include <cmath>
 #include <utility>
@@ -43,9 +46,12 @@ QRect onPixels(RectPoints rect, QPointF origin, double pixelRatio) {
 
 } // namespace
 
-PaperPreview::PaperPreview(PrintManager& pm, QWidget* parent)
+PaperPreview::PaperPreview(PrintManager& pm, ScreenColors* screens, QWidget* parent)
     : QWidget(parent)
-    , m_pm(pm) {
+    , m_pm(pm)
+    , m_screens(screens) {
+    if (screens)
+        m_screenSubscription = screens->subscribe([this] { refresh(); });
     setAttribute(Qt::WA_OpaquePaintEvent);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     [[maybe_unused]] static const bool installed =
@@ -57,7 +63,9 @@ PaperPreview::PaperPreview(PrintManager& pm, QWidget* parent)
 
 void PaperPreview::refresh() {
     const Picture before = std::exchange(m_picture, pictureNow());
-    if (m_photo.setRendition(m_pm.previewRendition()))
+    if (m_photo.setRendition(m_pm.previewRendition(),
+                             m_screens ? m_screens->conversionFor(screen()->name().toStdString())
+                                       : nullptr))
         update();
     updateFrom(before);
     setAccessibleDescription(QString::fromStdString(previewSentence(m_pm)));
@@ -104,6 +112,13 @@ void PaperPreview::updateFrom(const Picture& before) {
 void PaperPreview::updateSheet() {
     const RectPoints& sheet = m_picture.layout.sheet;
     update(QRectF(sheet.x, sheet.y, sheet.width, sheet.height).toAlignedRect());
+}
+
+void PaperPreview::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    connect(window()->windowHandle(), &QWindow::screenChanged, this, &PaperPreview::refresh,
+            Qt::UniqueConnection);
+    refresh();
 }
 
 void PaperPreview::resizeEvent(QResizeEvent*) {

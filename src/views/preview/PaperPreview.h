@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Observable.h"
 #include "views/preview/PaperPreviewLayout.h"
 #include "views/preview/PhotoLayer.h"
 
@@ -12,19 +13,23 @@
 namespace lumivert {
 
 class PrintManager;
+class ScreenColors;
 
 /// The sheet of paper with the photo on it as it will print. Draws what `pm` says whenever that
-/// changes, but only what has changed.
+/// changes, but only what has changed. The photo is shown in the colours of the screen that the
+/// window is on; `screens` may be null, for sRGB.
 class PaperPreview : public QWidget {
     Q_OBJECT
 public:
-    explicit PaperPreview(PrintManager& pm, QWidget* parent = nullptr);
+    explicit PaperPreview(PrintManager& pm, ScreenColors* screens = nullptr,
+                          QWidget* parent = nullptr);
 
     [[nodiscard]] const PaperPreviewLayout& currentLayout() const { return m_picture.layout; }
     /// Whether the photo was last painted as well as it can be.
     [[nodiscard]] bool isSettled() const { return m_photo.isSettled(); }
 
 protected:
+    void showEvent(QShowEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void changeEvent(QEvent* event) override;
@@ -59,6 +64,8 @@ private:
     void paintOutline(QPainter& painter) const;
 
     PrintManager& m_pm;
+    ScreenColors* m_screens;
+    Subscription m_screenSubscription;
     Picture m_picture;
     PhotoLayer m_photo{this};
 };

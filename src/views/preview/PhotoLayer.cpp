@@ -29,10 +29,12 @@ PhotoLayer::~PhotoLayer() {
         m_worker->wait();
 }
 
-bool PhotoLayer::setRendition(std::shared_ptr<const ScreenRendition> rendition) {
-    if (rendition == (m_pyramid ? m_pyramid->rendition() : nullptr))
+bool PhotoLayer::setRendition(std::shared_ptr<const ScreenRendition> rendition,
+                              std::shared_ptr<const ScreenConversion> screen) {
+    if (m_pyramid ? m_pyramid->isOf(rendition, screen) : !rendition)
         return false;
-    m_pyramid = rendition ? std::make_unique<PhotoPyramid>(std::move(rendition)) : nullptr;
+    m_pyramid = rendition ? std::make_unique<PhotoPyramid>(std::move(rendition), std::move(screen))
+                          : nullptr;
     m_still.stop();
     m_part = {};
     m_settled = {};

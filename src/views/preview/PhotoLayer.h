@@ -24,8 +24,9 @@ public:
     explicit PhotoLayer(QObject* parent);
     ~PhotoLayer() override;
 
-    /// Whether that is another photo than before. Null for none.
-    bool setRendition(std::shared_ptr<const ScreenRendition> rendition);
+    /// Whether that is another picture than before. Null for none, and for a screen of sRGB.
+    bool setRendition(std::shared_ptr<const ScreenRendition> rendition,
+                      std::shared_ptr<const ScreenConversion> screen = nullptr);
     [[nodiscard]] bool hasPhoto() const { return m_pyramid != nullptr; }
 
     /// Paints what shows in `box` of the whole photo in `photo`, both in pixels of `painter`.

@@ -40,6 +40,45 @@ Bytes rgbProfile() {
     return saved(cmsCreate_sRGBProfile());
 }
 
+Bytes wideGamutProfile() {
+    constexpr cmsCIExyYTRIPLE primaries{{0.708, 0.292, 1}, {0.17, 0.797, 1}, {0.131, 0.046, 1}};
+    constexpr cmsCIExyY white{0.3127, 0.329, 1};
+    std::array<cmsToneCurve*, 3> curves{};
+    curves.fill(cmsBuildGamma(nullptr, 2.4));
+    const cmsHPROFILE profile = cmsCreateRGBProfile(&white, &primaries, curves.data());
+    cmsFreeToneCurve(curves[0]);
+    return saved(profile);
+}
+
+Bytes rgbTableProfile() {
+    const cmsHPROFILE profile = cmsCreateProfilePlaceholder(nullptr);
+    cmsSetProfileVersion(profile, 2.4);
+    cmsSetDeviceClass(profile, cmsSigDisplayClass);
+    cmsSetColorSpace(profile, cmsSigRgbData);
+    cmsSetPCS(profile, cmsSigLabData);
+    cmsWriteTag(profile, cmsSigMediaWhitePointTag, cmsD50_XYZ());
+    // Lightness is the green, and the two others lie around it by what the colour is.
+    writeTable(profile, cmsSigAToB0Tag, 3, 3,
+               [](const cmsUInt16Number* in, cmsUInt16Number* out, void*) -> cmsInt32Number {
+                   out[0] = static_cast<cmsUInt16Number>(in[1] / 257 * 256);
+                   out[1] = static_cast<cmsUInt16Number>(0x8000 + (in[0] - in[1]) / 2);
+                   out[2] = static_cast<cmsUInt16Number>(0x8000 + (in[1] - in[2]) / 2);
+                   return 1;
+               });
+    writeTable(profile, cmsSigBToA0Tag, 3, 3,
+               [](const cmsUInt16Number* in, cmsUInt16Number* out, void*) -> cmsInt32Number {
+                   const auto clamped = [](int value) {
+                       return static_cast<cmsUInt16Number>(std::clamp(value, 0, 0xffff));
+                   };
+                   const int green = std::min(in[0] / 256 * 257, 0xffff);
+                   out[0] = clamped(green + (in[1] - 0x8000) * 2);
+                   out[1] = clamped(green);
+                   out[2] = clamped(green - (in[2] - 0x8000) * 2);
+                   return 1;
+               });
+    return saved(profile);
+}
+
 Bytes greyProfile() {
     cmsToneCurve* curve = cmsBuildGamma(nullptr, 2.2);
     const cmsHPROFILE profile = cmsCreateGrayProfile(cmsD50_xyY(), curve);

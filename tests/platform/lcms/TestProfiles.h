@@ -10,6 +10,12 @@ namespace lumivert {
 /// A display profile of three primaries and a curve.
 [[nodiscard]] Bytes rgbProfile();
 
+/// A display profile of primaries far beyond those of sRGB.
+[[nodiscard]] Bytes wideGamutProfile();
+
+/// A display profile of tables, without primaries.
+[[nodiscard]] Bytes rgbTableProfile();
+
 /// A display profile of one curve.
 [[nodiscard]] Bytes greyProfile();
 

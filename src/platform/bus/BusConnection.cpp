@@ -1,4 +1,4 @@
-#include "platform/packagekit/BusConnection.h"
+#include "platform/bus/BusConnection.h"
 
 #include <QDBusPendingCallWatcher>
 #include <QMetaObject>
@@ -13,7 +13,7 @@ namespace {
 
 QString freshName() {
     static std::atomic<int> count = 0;
-    return QStringLiteral("lumivert-updates-%1").arg(++count);
+    return QStringLiteral("lumivert-%1").arg(++count);
 }
 
 } // namespace

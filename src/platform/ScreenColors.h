@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/Observable.h"
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+namespace lumivert {
+
+/// The way from sRGB to the colours of one screen. Immutable. Any thread.
+class ScreenConversion {
+public:
+    virtual ~ScreenConversion() = default;
+
+    /// Converts pixels in place: words 0xffRRGGBB, as in a ScreenRendition.
+    virtual void convert(std::span<std::uint32_t> pixels) const = 0;
+};
+
+/// What the desktop says of the colours of its screens. Announces a change of what it says. Main
+/// thread.
+class ScreenColors : public ObservableObject {
+public:
+    virtual ~ScreenColors() = default;
+
+    /// The way to the colours of the screen of that name; the same object for as long as they stay.
+    /// Null for a screen that takes sRGB: one without a profile, or with one that cannot be used.
+    [[nodiscard]] virtual std::shared_ptr<const ScreenConversion>
+    conversionFor(const std::string& screen) = 0;
+};
+
+} // namespace lumivert
