@@ -1,5 +1,8 @@
 #include "platform/qt/QtDispatcher.h"
 
+#include <new>
+#include <system_error>
+
 namespace lumivert {
 
 QtDispatcher::~QtDispatcher() {
@@ -10,6 +13,8 @@ QtDispatcher::~QtDispatcher() {
     m_changed.notify_one();
     if (m_thread.joinable())
         m_thread.join();
+    else
+        runBackgroundTasks(); // of no thread of their own
 }
 
 void QtDispatcher::asyncOnMain(std::function<void()> task) {
@@ -19,8 +24,12 @@ void QtDispatcher::asyncOnMain(std::function<void()> task) {
 void QtDispatcher::asyncInBackground(std::chrono::milliseconds delay, std::function<void()> task) {
     const std::lock_guard lock(m_mutex);
     m_waiting.emplace(Due(Clock::now() + delay, m_count++), std::move(task));
-    if (!m_thread.joinable())
-        m_thread = std::thread([this] { runBackgroundTasks(); });
+    try {
+        if (!m_thread.joinable())
+            m_thread = std::thread([this] { runBackgroundTasks(); });
+    } catch (const std::system_error&) {
+        // It waits for the thread that a later task may get, or for the end.
+    }
     m_changed.notify_one();
 }
 
@@ -40,7 +49,11 @@ void QtDispatcher::runBackgroundTasks() {
         }
         auto next = m_waiting.extract(m_waiting.begin());
         lock.unlock();
-        next.mapped()();
+        try {
+            next.mapped()();
+        } catch (const std::bad_alloc&) {
+            // One task that found no memory is not done; the program goes on.
+        }
         // What the task captured goes before the lock is taken again: its destructor may call back.
         next.mapped() = nullptr;
         lock.lock();

@@ -16,7 +16,8 @@ namespace lumivert {
 
 /// Tasks for the event loop of the thread that made it (the main thread), and for one background
 /// thread, which is started by the first task for it and runs one task at a time, in the order in
-/// which they fall due.
+/// which they fall due. Where the system gives no thread, a task waits for the next one that finds
+/// a thread, or for the end; one that runs out of memory is given up.
 ///
 /// Destroyed on the main thread, after the event loop and after every other thread's last call:
 /// background tasks that still wait, and those they add, run at once, one after the other; then

@@ -1,5 +1,7 @@
 #include "platform/qt/QtDispatcher.h"
 
+#include "support/WithoutFurtherThreads.h"
+
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QThread>
@@ -179,6 +181,26 @@ TEST(AsyncInBackground, letsATasksCapturesAddTasksWhenTheyDie) {
         dispatcher.asyncInBackground(0ms, [capture = std::move(capture)] {});
     }
     EXPECT_THAT(journal.lines(), ElementsAre("from a destructor"));
+}
+
+TEST(AsyncInBackground, runsAtTheEndWhatFoundNoThread) {
+    Journal journal;
+    {
+        QtDispatcher dispatcher;
+        const WithoutFurtherThreads none;
+        dispatcher.asyncInBackground(10s, journal.note("deleted"));
+    }
+    EXPECT_THAT(journal.lines(), ElementsAre("deleted"));
+}
+
+TEST(AsyncInBackground, outlivesATaskThatFindsNoMemory) {
+    Journal journal;
+    {
+        QtDispatcher dispatcher;
+        dispatcher.asyncInBackground(0ms, [] { throw std::bad_alloc(); });
+        dispatcher.asyncInBackground(0ms, journal.note("the next"));
+    }
+    EXPECT_THAT(journal.lines(), ElementsAre("the next"));
 }
 
 TEST(AsyncInBackground, canHopToTheMainThread) {
