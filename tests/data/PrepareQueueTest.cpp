@@ -223,7 +223,10 @@ TEST_F(PrepareQueue, keepsTheNamesThatADriversOwnProgramReads) {
 
 TEST_F(PrepareQueue, saysWhyItCannotHelp) {
     scheduler.addQueue("Q");
-    ASSERT_EQ(shell("lpadmin -p Raw -E -v file:///dev/null; lpadmin -p Q -c Class").exitStatus, 0);
+    ASSERT_EQ(
+        shell("/usr/sbin/lpadmin -p Raw -E -v file:///dev/null; /usr/sbin/lpadmin -p Q -c Class")
+            .exitStatus,
+        0);
     for (const auto& [words, status, said] : std::vector<std::tuple<std::string, int, std::string>>{
              {"", 2, "usage:"},
              {"--other Q", 2, "usage:"},
@@ -277,8 +280,8 @@ TEST_P(PrepareQueueOfFamily, givesSizesTheirMeasuresAndPrintsAsBefore) {
     const Family& family = GetParam();
     if (!fs::exists(family.driver))
         GTEST_SKIP() << family.driver << " is not installed";
-    const auto added = shell("lpadmin -p Q -E -v file://" + scheduler.folder() + "/output/Q -m '" +
-                             family.model + "'");
+    const auto added = shell("/usr/sbin/lpadmin -p Q -E -v file://" + scheduler.folder() +
+                             "/output/Q -m '" + family.model + "'");
     if (added.exitStatus != 0)
         GTEST_SKIP() << family.model << ": " << added.output;
     ASSERT_THAT(ppd("Q"), HasSubstr("\n*PaperDimension A4/"));
