@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <future>
 #include <sys/wait.h>
 #include <thread>
@@ -256,6 +257,41 @@ TEST(DecoderPool, leavesNoDescriptorOpenAndNoneThatAProgramInherits) {
             }
     }
     EXPECT_EQ(openOnes(), before);
+}
+
+TEST(DecoderPool, growsByNothingOverFiveHundredPhotos) {
+    const TemporaryFolder folder;
+    const FileUrl photo = FileUrl::fromPath(folder.write("photo", "good"));
+    DecoderClient client(options());
+    const auto entries = [](const char* path) {
+        return std::distance(std::filesystem::directory_iterator(path), {});
+    };
+    const auto residentPages = [] {
+        long total = 0;
+        long resident = 0;
+        std::ifstream("/proc/self/statm") >> total >> resident;
+        return resident;
+    };
+    const auto printOnce = [&] {
+        const auto image = client.decode(photo);
+        ASSERT_TRUE(image);
+        const auto rows = image->bitmap()->rows(std::nullopt);
+        ASSERT_TRUE(rows);
+        Bytes both(12);
+        ASSERT_EQ(rows->readRows(both), 2u);
+    };
+    for (int i = 0; i < 50; ++i)
+        printOnce();
+    const auto descriptors = entries("/proc/self/fd");
+    const auto threads = entries("/proc/self/task");
+    [[maybe_unused]] const long pages = residentPages();
+    for (int i = 0; i < 500; ++i)
+        printOnce();
+    EXPECT_EQ(entries("/proc/self/fd"), descriptors);
+    EXPECT_EQ(entries("/proc/self/task"), threads);
+#if !defined(LUMIVERT_SANITIZED) // a sanitizer keeps what was freed for a while
+    EXPECT_LT(residentPages(), pages + 256) << "more than 1 MiB";
+#endif
 }
 
 TEST(DecoderProcess, endsWithTheProgramThatStartedIt) {
