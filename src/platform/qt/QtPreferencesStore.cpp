@@ -18,6 +18,8 @@ namespace lumivert {
 namespace {
 
 constexpr int lockPatience = 2000; // milliseconds
+// How the name goes on of a file that is being written, so that one left behind is known for it.
+constexpr auto unfinished = ".saving-";
 
 std::string userFile() {
     const QSettings settings(QSettings::NativeFormat, QSettings::UserScope, "Lumivert", "Lumivert");
@@ -49,6 +51,15 @@ bool copyInto(QTemporaryFile& copy, const QString& path) {
            copy.setPermissions(file.permissions());
 }
 
+/// Removes what a program that was killed while saving left beside `path`. Under the lock.
+void removeLeftovers(const QString& path) {
+    const QFileInfo file(path);
+    QDir folder = file.dir();
+    for (const QString& name : folder.entryList(QDir::Files | QDir::Hidden))
+        if (name.startsWith(file.fileName() + QLatin1String(unfinished)))
+            folder.remove(name);
+}
+
 } // namespace
 
 QtPreferencesStore::QtPreferencesStore()
@@ -74,7 +85,8 @@ void QtPreferencesStore::setData(const std::string& key, const std::string& byte
         return;
 
     const QString target = file.exists() ? file.canonicalFilePath() : file.absoluteFilePath();
-    QTemporaryFile next(target + ".XXXXXX");
+    removeLeftovers(target);
+    QTemporaryFile next(target + QLatin1String(unfinished) + "XXXXXX");
     if (!next.open() || !copyInto(next, target))
         return;
     next.close();

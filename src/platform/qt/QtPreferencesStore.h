@@ -7,7 +7,8 @@ namespace lumivert {
 /// Preferences in QSettings' native form (an INI file). Opened anew by each call, so that what
 /// other processes wrote is seen. A change is written to a file beside it, read back, and only then
 /// put in the place of the former by a rename, under the lock that QSettings takes: on a full disk
-/// QSettings' own way (6.4) leaves a file that was cut off, and reports no error.
+/// QSettings' own way (6.4) leaves a file that was cut off, and reports no error. What a kill
+/// leaves beside it goes at the next change.
 class QtPreferencesStore : public PreferencesStore {
 public:
     /// The user's: Lumivert/Lumivert.conf in $XDG_CONFIG_HOME, else in ~/.config.
