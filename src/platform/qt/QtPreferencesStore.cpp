@@ -80,6 +80,9 @@ void QtPreferencesStore::setData(const std::string& key, const std::string& byte
     const QFileInfo file(fileName(m_path));
     QDir().mkpath(file.absolutePath());
     QLockFile lock(file.absoluteFilePath() + ".lock");
+    // A kill can leave a lock that does not say whose it was. One whose owner lives is never taken
+    // away, however old: it is locked for the kernel too.
+    lock.setStaleLockTime(lockPatience / 2);
     // lock() tries for ever where a file left behind cannot be removed.
     if (!lock.tryLock(lockPatience))
         return;
