@@ -1,0 +1,50 @@
+#include "faults/PrintWorld.h"
+
+#include <QCoreApplication>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace lumivert {
+namespace {
+
+std::ptrdiff_t entriesIn(const char* folder) {
+    return std::distance(std::filesystem::directory_iterator(folder), {});
+}
+
+/// The resident memory of this process, in MiB.
+double residentMiB() {
+    std::ifstream file("/proc/self/statm");
+    double total = 0;
+    double resident = 0;
+    file >> total >> resident;
+    return resident * 4096 / (1U << 20U);
+}
+
+/// lp stands in: the print system has its own limits.
+TEST(EndurancePrint, fiveHundredPrintsLeaveNothingBehind) {
+    PrivateScheduler scheduler;
+    const SchedulerEnvironment environment(scheduler);
+    PrintWorld world(scheduler);
+    world.replaceTool("lp", "exit 0");
+    const auto printSome = [&](int count) {
+        for (int i = 0; i < count; ++i) {
+            ASSERT_EQ(world.print(), "") << i;
+            QCoreApplication::processEvents();
+        }
+    };
+    printSome(50);
+    const auto descriptors = entriesIn("/proc/self/fd");
+    const auto threads = entriesIn("/proc/self/task");
+    const double memory = residentMiB();
+    printSome(450);
+    EXPECT_LE(entriesIn("/proc/self/fd"), descriptors + 2) << "a spare decoder may come and go";
+    EXPECT_LE(entriesIn("/proc/self/task"), threads + 1);
+    EXPECT_LT(residentMiB(), memory + 10);
+    world.quit();
+    EXPECT_EQ(world.pages(), 0U);
+}
+
+} // namespace
+} // namespace lumivert
