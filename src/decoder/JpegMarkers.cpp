@@ -62,6 +62,8 @@ std::optional<JpegMarkers> readJpegMarkers(std::span<const std::byte> bytes) {
     std::array<std::size_t, 4> ids{};
     bool hasJfif = false;
     bool hasAdobe = false;
+    std::optional<std::size_t> transform; // of Adobe's marker: 0 none, 1 YCbCr, 2 YCCK
+    bool isContradictory = false;
     for (std::size_t at = 2; at + 4 <= bytes.size();) {
         if (byteAt(bytes, at) != 0xff)
             return std::nullopt;
@@ -84,6 +86,8 @@ std::optional<JpegMarkers> readJpegMarkers(std::span<const std::byte> bytes) {
                 found.jfifDensity = jfifDensity(segment);
         } else if (marker == 0xee && segment.size() >= 12 && startsWith(segment, "Adobe", 5)) {
             hasAdobe = true;
+            isContradictory = isContradictory || (transform && *transform != byteAt(segment, 11));
+            transform = byteAt(segment, 11);
         } else if (isFrame(marker) && segment.size() >= 6 && !frame) {
             frame = marker;
             precision = byteAt(segment, 0);
@@ -101,10 +105,17 @@ std::optional<JpegMarkers> readJpegMarkers(std::span<const std::byte> bytes) {
     // Without a marker, component names 'R', 'G', 'B' mean RGB to some readers and YCbCr to others.
     const bool ambiguous = found.components == 3 && !hasJfif && !hasAdobe && ids[0] == 'R' &&
                            ids[1] == 'G' && ids[2] == 'B';
+    // JFIF means YCbCr; some readers believe it and some Adobe's marker. A transform that the
+    // number of components has not is taken for one thing here and for another there.
+    const std::size_t meant = transform.value_or(found.components == 3 ? 1 : 0);
+    const bool hasOneReading =
+        !ambiguous && !isContradictory &&
+        (found.components == 3 ? meant == 1 || (meant == 0 && !hasJfif)
+                               : found.components == 1 || meant == 0 || meant == 2);
     const bool usualComponents =
         found.components == 1 || found.components == 3 || found.components == 4;
     found.embeddable =
-        usualCoding && usualComponents && !ambiguous && found.width > 0 && found.height > 0;
+        usualCoding && usualComponents && hasOneReading && found.width > 0 && found.height > 0;
     found.inverted = found.components == 4 && hasAdobe;
     return found;
 }

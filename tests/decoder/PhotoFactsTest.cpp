@@ -242,6 +242,31 @@ TEST(JpegMarkers, tellsWhatAReaderOfPdfCanShow) {
     EXPECT_FALSE(of(named).embeddable);
 }
 
+TEST(JpegMarkers, tellsWhereReadersWouldDisagreeAboutColours) {
+    const std::string bare =
+        test::withoutSegments(saved(plain8({24, 16}, {1, 2, 3}), ".jpg"), 0xe0);
+    const std::string jfif = bare.substr(0, 2) +
+                             std::string("\xff\xe0\0\x10JFIF\0\1\1\0\0\1\0\1\0\0", 18) +
+                             bare.substr(2);
+    const auto embeds = [](const std::string& jpeg, const std::vector<int>& transforms) {
+        std::string segments;
+        for (const int transform : transforms)
+            segments += std::string("\xff\xee\0\x0e", 4) + "Adobe" +
+                        std::string("\0\x64\0\0\0\0", 6) + static_cast<char>(transform);
+        return readJpegMarkers(asBytes(jpeg.substr(0, 2) + segments + jpeg.substr(2)))->embeddable;
+    };
+    EXPECT_TRUE(embeds(jfif, {}));
+    EXPECT_TRUE(embeds(jfif, {1}));
+    EXPECT_FALSE(embeds(jfif, {0})) << "YCbCr by JFIF, RGB by Adobe";
+    EXPECT_TRUE(embeds(bare, {}));
+    EXPECT_TRUE(embeds(bare, {0})) << "RGB";
+    EXPECT_TRUE(embeds(bare, {1}));
+    EXPECT_FALSE(embeds(bare, {2})) << "four components' transform";
+    EXPECT_FALSE(embeds(bare, {7})) << "nobody's";
+    EXPECT_FALSE(embeds(bare, {0, 1})) << "one after the other";
+    EXPECT_FALSE(embeds(bare, {0, 1, 1}));
+}
+
 TEST(JpegMarkers, survivesEveryTruncation) {
     const std::string jpeg = saved(plain8({8, 8}, {1, 2, 3}), ".jpg");
     int readable = 0;
