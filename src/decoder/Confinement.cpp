@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -189,6 +190,8 @@ void leaveSurroundings() {
     }
     dropCapabilities();
     ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    // A parent that was gone before this call has left the socket closed: see endWithPeer().
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
 }
 
 void shutDoor(int socket) {

@@ -5,8 +5,10 @@
 namespace lumivert::decoder {
 
 /// To be called first, on the only thread. Empties the environment, leaves the working directory
-/// for `/`, gives up every right and every way to new ones, and moves into a network without a
-/// device where the system lets it; there the number of threads is bounded as well.
+/// for
+/// `/`, gives up every right and every way to new ones, and moves into a network without a device
+/// where the system lets it; there the number of threads is bounded as well. From here on the
+/// process is killed when the thread that started it ends, which must outlive it.
 void leaveSurroundings();
 
 /// To be called when libraries and files are open, on the only thread. From here on nothing can be
@@ -16,9 +18,9 @@ void leaveSurroundings();
 /// standard error is told so; then it leads nowhere.
 void shutDoor(int socket);
 
-/// Ends the process as soon as the other end of `socket` closes, whatever it is doing. A thread of
-/// its own watches, since the signal of PR_SET_PDEATHSIG follows the thread that started the
-/// process, not the program.
+/// Ends the process as soon as the other end of `socket` closes, whatever it is doing: a request
+/// that nobody waits for any more, or a program that was gone before its end could be told. A
+/// thread of its own watches.
 void endWithPeer(int socket);
 
 } // namespace lumivert::decoder

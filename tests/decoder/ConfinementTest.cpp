@@ -264,6 +264,48 @@ TEST_F(Confinement, isDoneWithoutWhereTheKernelKnowsNoneAndSaysSo) {
     EXPECT_THAT(said, testing::HasSubstr("lumivert-decoder: no seccomp here"));
 }
 
+bool isGone(pid_t pid) {
+    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    const std::string text{std::istreambuf_iterator<char>(stat), {}};
+    const auto state = text.rfind(") ");
+    return state == text.npos || text[state + 2] == 'Z';
+}
+
+TEST_F(Confinement, diesWithItsParentThoughItsSocketStaysOpen) {
+    std::array<int, 2> ends{};
+    std::array<int, 2> pipe{};
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()), 0);
+    ASSERT_EQ(::pipe2(pipe.data(), O_CLOEXEC), 0);
+    const pid_t parent = ::fork();
+    if (parent == 0) {
+        const pid_t decoder = ::fork();
+        if (decoder == 0) {
+            ::dup2(ends[1], protocol::controlDescriptor);
+            ::execl(LUMIVERT_DECODER, LUMIVERT_DECODER, nullptr);
+            ::_exit(127);
+        }
+        (void)!::write(pipe[1], &decoder, sizeof decoder);
+        ::pause();
+    }
+    pid_t decoder = 0;
+    ASSERT_EQ(::read(pipe[0], &decoder, sizeof decoder), ssize_t{sizeof decoder});
+    // It is in place when the thread that watches the socket is there.
+    const auto threads = [&] {
+        const auto tasks = fs::directory_iterator("/proc/" + std::to_string(decoder) + "/task");
+        return std::distance(begin(tasks), end(tasks));
+    };
+    for (int i = 0; i < 500 && threads() < 2; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_FALSE(isGone(decoder));
+    ::kill(parent, SIGKILL);
+    ::waitpid(parent, nullptr, 0);
+    for (int i = 0; i < 250 && !isGone(decoder); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_TRUE(isGone(decoder));
+    for (const int fd : {ends[0], ends[1], pipe[0], pipe[1]})
+        ::close(fd);
+}
+
 TEST_F(Confinement, saysNothingWhereAllWallsStand) {
     Started decoder(LUMIVERT_DECODER);
     decoder.socket.reset();
