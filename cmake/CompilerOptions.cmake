@@ -21,6 +21,20 @@ if(LUMIVERT_SANITIZE)
   target_link_options(lumivert_options INTERFACE -fsanitize=${LUMIVERT_SANITIZE})
 endif()
 
+# What makes an error of memory harder to use. Not in debug builds: FORTIFY needs optimisation.
+set(LUMIVERT_HARDENED $<CONFIG:Release>)
+set(LUMIVERT_HARDENING -fPIE -fstack-protector-strong -fstack-clash-protection -U_FORTIFY_SOURCE
+  -D_FORTIFY_SOURCE=3)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|i.86")
+  list(APPEND LUMIVERT_HARDENING -fcf-protection=full)
+elseif(CMAKE_SYSTEM_PROCESSOR STREQUAL "aarch64")
+  list(APPEND LUMIVERT_HARDENING -mbranch-protection=standard)
+endif()
+target_compile_options(lumivert_options INTERFACE
+  "$<${LUMIVERT_HARDENED}:${LUMIVERT_HARDENING}>")
+target_link_options(lumivert_options INTERFACE
+  "$<${LUMIVERT_HARDENED}:-pie;LINKER:-z,relro,-z,now,-z,noexecstack>")
+
 # lumivert_library(NAME sources...): one static library a folder; its link line is its place in the
 # layers.
 function(lumivert_library name)

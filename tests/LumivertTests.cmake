@@ -6,6 +6,7 @@ set(LUMIVERT_TEST_ENVIRONMENT
   "GTEST_COLOR=no"
   "ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1"
   "LSAN_OPTIONS=suppressions=${CMAKE_CURRENT_LIST_DIR}/lsan.supp:print_suppressions=0"
+  "TSAN_OPTIONS=suppressions=${CMAKE_CURRENT_LIST_DIR}/tsan.supp"
   "UBSAN_OPTIONS=print_stacktrace=1")
 
 # lumivert_test(NAME sources...): a GoogleTest program `NAME`. Link what it tests with
