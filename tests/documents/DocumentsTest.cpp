@@ -29,8 +29,9 @@ std::set<std::string> pathsNamedIn(const std::string& text) {
 }
 
 TEST(Documents, nameOnlyPathsThatAreThere) {
-    for (const char* document : {"README.md", "CONTRIBUTING.md", "docs/architecture.md",
-                                 "docs/colour.md", "docs/formats.md", "docs/performance.md"}) {
+    for (const char* document :
+         {"README.md", "SECURITY.md", "CONTRIBUTING.md", "docs/reliability.md",
+          "docs/architecture.md", "docs/colour.md", "docs/formats.md", "docs/performance.md"}) {
         const std::string text = contents(tree / document);
         ASSERT_FALSE(text.empty()) << document;
         for (const std::string& path : pathsNamedIn(text))
