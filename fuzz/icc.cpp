@@ -1,0 +1,14 @@
+#include "platform/lcms/LcmsColorSpaceFactory.h"
+
+#include <cstddef>
+#include <cstdint>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    using namespace lumivert;
+    const auto* bytes = reinterpret_cast<const std::byte*>(data);
+    const auto space =
+        LcmsColorSpaceFactory().fromIccProfile(sharedBytes(Bytes(bytes, bytes + size)));
+    if (space && space->channels != 1 && space->channels != 3 && space->channels != 4)
+        __builtin_trap();
+    return 0;
+}

@@ -1,0 +1,13 @@
+// The inspection that lets a JPEG's own stream go into the page.
+#include "decoder/JpegMarkers.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const auto markers = lumivert::decoder::readJpegMarkers(std::as_bytes(std::span(data, size)));
+    if (markers && markers->embeddable && (markers->width <= 0 || markers->height <= 0))
+        __builtin_trap();
+    return 0;
+}
