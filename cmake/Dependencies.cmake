@@ -1,7 +1,7 @@
 # Where the libraries come from. Only the folder that links one sees its headers.
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
-find_package(Qt6 6.4 REQUIRED COMPONENTS Widgets DBus)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Widgets DBus Svg)
 find_package(nlohmann_json 3.11 REQUIRED)
 pkg_check_modules(vips_cpp REQUIRED IMPORTED_TARGET vips-cpp>=8.14)
 pkg_check_modules(libheif REQUIRED IMPORTED_TARGET libheif)

@@ -12,13 +12,13 @@ top=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 cd "$top" || exit 1
 
 packages_build=(
-  g++ cmake ninja-build pkg-config qt6-base-dev libvips-dev libheif-dev libjpeg-dev libraw-dev
+  g++ cmake ninja-build pkg-config qt6-base-dev qt6-svg-dev libvips-dev libheif-dev libjpeg-dev libraw-dev
   libtiff-dev liblcms2-dev libisal-dev libcups2-dev libseccomp-dev nlohmann-json3-dev
   libxcb1-dev libgtest-dev libgmock-dev)
 packages_run=(
   zsh cups cups-client cups-filters printer-driver-cups-pdf fonts-dejavu-core qt6-wayland xdg-utils)
 packages_test=(
-  ghostscript poppler-utils qpdf xvfb xauth locales dbus icc-profiles-free colord-data)
+  adwaita-qt6 ghostscript poppler-utils qpdf xvfb xauth locales dbus icc-profiles-free colord-data)
 packages_bench=(argyll colord-data icc-profiles-free img2pdf libraw-bin libvips-tools)
 packages_package=(
   debhelper dpkg-dev librsvg2-bin lintian desktop-file-utils appstream apt-utils gnupg)

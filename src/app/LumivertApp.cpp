@@ -2,6 +2,7 @@
 
 #include "app/updates/CheckForUpdatesView.h"
 #include "manager/PrintManager.h"
+#include "platform/PreferencesStore.h"
 
 #include <QEvent>
 #include <QMenu>
@@ -13,6 +14,8 @@
 namespace lumivert {
 
 namespace {
+
+constexpr auto geometryKey = "Window/Geometry";
 
 /// Runs `task` on the turn after the watched widget's first painting, and is done.
 class FirstPaint : public QObject {
@@ -45,12 +48,23 @@ LumivertApp::LumivertApp(AppServices services)
     : m_services(std::move(services))
     , m_updaterController(/*startingUpdater=*/true, m_services.updates) {}
 
-LumivertApp::~LumivertApp() = default;
+LumivertApp::~LumivertApp() {
+    if (!m_window)
+        return;
+    const std::string geometry = m_window->saveGeometry().toStdString();
+    PreferencesStore& preferences = m_services.platform.preferences;
+    if (preferences.data(geometryKey) != geometry)
+        preferences.setData(geometryKey, geometry);
+}
 
 void LumivertApp::openWindow() {
     m_printManager = std::make_unique<PrintManager>(m_services.platform);
     m_window = std::make_unique<ContentView>(*m_printManager, m_services.platform.dispatcher,
-                                             m_services.providersOf, m_services.screens);
+                                             m_services.providersOf, m_services.screens,
+                                             m_services.printSystem);
+    // Qt keeps what it restores on a screen.
+    if (const auto geometry = m_services.platform.preferences.data(geometryKey))
+        m_window->restoreGeometry(QByteArray::fromStdString(*geometry));
     addUpdateItem();
     if (m_services.firstWindowPainted)
         new FirstPaint(m_window.get(), m_services.firstWindowPainted);

@@ -9,6 +9,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace lumivert {
 
@@ -19,6 +20,8 @@ struct AppServices {
     Platform platform;
     UpdateServices updates;
     ContentView::ProvidersOf providersOf;
+    /// The print system and its version, for people.
+    std::string printSystem = {};
     /// Called once, when the first window has been painted.
     std::function<void()> firstWindowPainted;
     /// The colours of the screens; null where all take sRGB.
@@ -26,7 +29,8 @@ struct AppServices {
 };
 
 /// The application: the update controller, started at once; one PrintManager, made when the first
-/// window is; and the window. Needs the QApplication; main thread.
+/// window is; and the window, as large as it was left and where it was. Needs the QApplication;
+/// main thread.
 class LumivertApp {
 public:
     explicit LumivertApp(AppServices services);

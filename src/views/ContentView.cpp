@@ -8,8 +8,11 @@
 #include "views/SettingsTexts.h"
 #include "views/controls/Alert.h"
 #include "views/controls/BusyPointer.h"
+#include "views/controls/FocusRing.h"
+#include "views/controls/Icons.h"
 #include "views/controls/Presentation.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QDir>
 #include <QDragEnterEvent>
@@ -17,9 +20,11 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QKeyEvent>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QShortcut>
 #include <QSplitter>
 #include <QStandardPaths>
 
@@ -40,11 +45,13 @@ QString startFolder(const PrintManager& pm) {
 } // namespace
 
 ContentView::ContentView(PrintManager& pm, Dispatcher& dispatcher, ProvidersOf providersOf,
-                         ScreenColors* screens)
+                         ScreenColors* screens, const std::string& printSystem)
     : m_pm(pm)
     , m_dispatcher(dispatcher)
-    , m_providersOf(std::move(providersOf)) {
+    , m_providersOf(std::move(providersOf))
+    , m_printSystem(QString::fromStdString(printSystem)) {
     setAcceptDrops(true);
+    setAccessibleName(QStringLiteral("Lumivert"));
     auto* split = new QSplitter(Qt::Horizontal, this);
     split->setChildrenCollapsible(false);
     split->addWidget(new PreviewPanel(pm, screens, split));
@@ -55,20 +62,24 @@ ContentView::ContentView(PrintManager& pm, Dispatcher& dispatcher, ProvidersOf p
     setCentralWidget(split);
     addMenus();
     addDialogs();
+    ringFocusIn(this);
     resize(firstSize);
 }
 
 void ContentView::addMenus() {
-    m_applicationMenu = menuBar()->addMenu(QStringLiteral("Lumivert"));
+    m_applicationMenu = menuBar()->addMenu(QStringLiteral("&Lumivert"));
     m_applicationMenu->addAction(tr("About Lumivert"), this, &ContentView::showAbout);
     m_applicationMenu->addSeparator();
     QAction* quit = m_applicationMenu->addAction(tr("Quit"), qApp, &QApplication::quit);
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
 
-    QMenu* file = menuBar()->addMenu(tr("File"));
+    QMenu* file = menuBar()->addMenu(tr("&File"));
     QAction* open =
         file->addAction(tr("Open Image..."), this, [this] { m_pm.showFileImporter = true; });
     open->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_O));
+
+    connect(new QShortcut(Qt::Key_F10, this), &QShortcut::activated, this,
+            [this] { menuBar()->setActiveAction(m_applicationMenu->menuAction()); });
 }
 
 void ContentView::addDialogs() {
@@ -76,9 +87,9 @@ void ContentView::addDialogs() {
         this, m_pm.showFileImporter,
         [this](QWidget* window) { return makeOpenImageDialog(window, startFolder(m_pm)); },
         [this](QDialog& dialog, int result) {
-            const QStringList files = static_cast<QFileDialog&>(dialog).selectedFiles();
-            if (result == QDialog::Accepted && !files.isEmpty())
-                load(FileUrl::fromPath(QFile::encodeName(files.constFirst()).toStdString()));
+            const QUrl file = static_cast<QFileDialog&>(dialog).selectedUrls().value(0);
+            if (result == QDialog::Accepted && file.isLocalFile())
+                load(FileUrl::fromPath(QFile::encodeName(file.toLocalFile()).toStdString()));
         });
     new Presentation(
         this, m_pm.showConfirmPrint,
@@ -99,10 +110,24 @@ void ContentView::showAbout() {
     auto* about = new QMessageBox(this);
     about->setAttribute(Qt::WA_DeleteOnClose);
     about->setWindowTitle(tr("About Lumivert"));
-    about->setText(QStringLiteral("Lumivert ") + QCoreApplication::applicationVersion());
-    about->setInformativeText(tr("Prints one photograph at a time, exactly."));
+    const QIcon icon = QIcon::fromTheme(QStringLiteral("lumivert"), lineIcon(Icon::printer));
+    about->setIconPixmap(icon.pixmap(QSize(64, 64), devicePixelRatio()));
+    about->setTextFormat(Qt::PlainText);
+    // In one text: a message box wraps its second one at a few words.
+    about->setText(QStringLiteral("Lumivert %1\n").arg(QCoreApplication::applicationVersion()) +
+                   tr("Prints one photograph at a time, exactly.") + QLatin1Char('\n') +
+                   tr("Prints through %1.").arg(m_printSystem) + QLatin1Char('\n') +
+                   tr("Licence: %1").arg(QStringLiteral("MIT")));
     about->setStandardButtons(QMessageBox::Ok);
     about->open();
+}
+
+void ContentView::keyPressEvent(QKeyEvent* event) {
+    auto* button = qobject_cast<QAbstractButton*>(focusWidget());
+    if (button && (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter))
+        button->animateClick();
+    else
+        QMainWindow::keyPressEvent(event);
 }
 
 void ContentView::load(const FileUrl& url) {

@@ -19,10 +19,9 @@ public:
 
 protected:
     void paintEvent(QPaintEvent*) override {
-        constexpr double thinPen = 0.75;
         QPainter painter(this);
         paintIcon(painter, Icon::photos, QRectF(0, (height - side) / 2.0, side, side),
-                  colorFor(Tone::secondary, palette()), thinPen);
+                  colorFor(Tone::secondary, palette()));
     }
 
 private:

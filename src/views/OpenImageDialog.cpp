@@ -11,10 +11,19 @@ namespace lumivert {
 
 namespace {
 
-QString filter(const QString& name, const QStringList& endings) {
+// "*.[jJ][pP][gG]": a native dialog tells letter cases apart.
+QString pattern(const QString& extension) {
+    QString letters = QStringLiteral("*.");
+    for (const QChar c : extension)
+        letters +=
+            c.isLetter() ? QStringLiteral("[%1%2]").arg(c.toLower(), c.toUpper()) : QString(c);
+    return letters;
+}
+
+QString filter(const QString& name, const QStringList& extensions) {
     QStringList patterns;
-    for (const QString& ending : endings)
-        patterns << QStringLiteral("*.") + ending << QStringLiteral("*.") + ending.toUpper();
+    for (const QString& extension : extensions)
+        patterns << pattern(extension);
     return name + QStringLiteral(" (") + patterns.join(QLatin1Char(' ')) + QLatin1Char(')');
 }
 
@@ -46,6 +55,7 @@ QFileDialog* makeOpenImageDialog(QWidget* window, const QString& folder) {
     auto* dialog = new QFileDialog(window, translated("Open Image"), folder);
     dialog->setFileMode(QFileDialog::ExistingFile);
     dialog->setAcceptMode(QFileDialog::AcceptOpen);
+    dialog->setSupportedSchemes({QStringLiteral("file")});
     dialog->setOption(QFileDialog::HideNameFilterDetails);
     dialog->setNameFilters(imageNameFilters());
     return dialog;

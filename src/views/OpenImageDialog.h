@@ -8,10 +8,10 @@ class QWidget;
 namespace lumivert {
 
 /// The kinds of files to choose from, in the order offered: any image, camera RAW, TIFF, PNG, JPEG,
-/// HEIC. Patterns stand in both letter cases, for dialogs that tell them apart.
+/// HEIC; by their endings, in any mixture of letter cases.
 [[nodiscard]] QStringList imageNameFilters();
 
-/// The desktop's dialog for one existing file, starting in `folder`.
+/// The desktop's dialog for one existing file of this machine, starting in `folder`.
 [[nodiscard]] QFileDialog* makeOpenImageDialog(QWidget* window, const QString& folder);
 
 } // namespace lumivert

@@ -6,7 +6,6 @@
 #include <QAbstractButton>
 #include <QPainter>
 #include <QStyle>
-#include <QStyleOption>
 #include <QToolButton>
 
 #include <algorithm>
@@ -54,11 +53,6 @@ protected:
         drawLine(painter, titleFont(), Tone::primary, text(), 0);
         drawLine(painter, detailFont(), Tone::secondary, m_detail,
                  titleMetrics().height() + lineGap);
-        if (hasFocus()) {
-            QStyleOptionFocusRect option;
-            option.initFrom(this);
-            style()->drawPrimitive(QStyle::PE_FrameFocusRect, &option, &painter, this);
-        }
     }
 
 private:
@@ -75,7 +69,9 @@ private:
         painter.setFont(font);
         painter.setPen(colorFor(tone, palette()));
         const QRect box(presetRowOverhang, top, width() - 2 * presetRowOverhang, metrics.height());
-        painter.drawText(box, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
+        const auto alignment =
+            QStyle::visualAlignment(layoutDirection(), Qt::AlignLeft | Qt::AlignVCenter);
+        painter.drawText(box, static_cast<int>(alignment) | Qt::TextSingleLine,
                          metrics.elidedText(line, Qt::ElideRight, box.width()));
     }
 

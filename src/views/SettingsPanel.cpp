@@ -8,15 +8,18 @@
 #include "views/MarginSlider.h"
 #include "views/PresetRow.h"
 #include "views/SettingsTexts.h"
+#include "views/controls/Accessibility.h"
 #include "views/controls/Alert.h"
 #include "views/controls/Builders.h"
 #include "views/controls/BusyPointer.h"
 #include "views/controls/Presentation.h"
 #include "views/controls/Rows.h"
 
+#include <QApplication>
 #include <QLineEdit>
 #include <QScrollBar>
 #include <QStyle>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -51,50 +54,66 @@ SettingsPanel::SettingsPanel(PrintManager& pm, QWidget* parent)
     setFocusPolicy(Qt::NoFocus);
 
     QWidget* content = column(
-        20,
-        {
-            visibleWhen([&pm] { return pm.imageURL.get().has_value(); }, imageGroup()),
-            presetsGroup(),
-            printerGroup(),
-            paperGroup(),
-            marginsGroup(),
-            scalingGroup(),
-            colorGroup(),
-            button(tr("Print"), [&pm] { pm.showConfirmPrint = true; },
-                   {.size = ButtonSize::large,
-                    .icon = Icon::printer,
-                    .fullWidth = true,
-                    .prominent = true,
-                    .shortcut = QKeySequence(Qt::CTRL | Qt::Key_P),
-                    .enabledWhen = [&pm] { return hasImage(pm); }}),
-            button(tr("Show CUPS Command"),
-                   [&pm] {
-                       const BusyPointer busy;
-                       pm.sendToCUPS(true);
-                   },
-                   {.icon = Icon::terminal,
-                    .fullWidth = true,
-                    .enabledWhen = [&pm] { return hasImage(pm); }}),
-            visibleWhen([&pm] { return pm.lastCUPSCommand.get().has_value(); }, commandGroup()),
-            visibleWhen([&pm] { return pm.lastPrintError.get().has_value(); },
-                        selectableText([&pm] { return fromUtf8(pm.lastPrintError->value_or("")); },
-                                       TextSize::caption, Tone::error)),
-            flexibleSpace(),
-        });
+        20, {
+                visibleWhen([&pm] { return pm.imageURL.get().has_value(); }, imageGroup()),
+                presetsGroup(),
+                printerGroup(),
+                paperGroup(),
+                marginsGroup(),
+                scalingGroup(),
+                colorGroup(),
+                button(tr("Print"), [&pm] { pm.showConfirmPrint = true; },
+                       {.size = ButtonSize::large,
+                        .icon = Icon::printer,
+                        .fullWidth = true,
+                        .prominent = true,
+                        .shortcut = QKeySequence(Qt::CTRL | Qt::Key_P),
+                        .enabledWhen = [&pm] { return hasImage(pm); }}),
+                button(tr("Show CUPS Command"),
+                       [&pm] {
+                           const BusyPointer busy;
+                           pm.sendToCUPS(true);
+                       },
+                       {.icon = Icon::terminal,
+                        .fullWidth = true,
+                        .enabledWhen = [&pm] { return hasImage(pm); }}),
+                visibleWhen([&pm] { return pm.lastCUPSCommand.get().has_value(); }, commandGroup()),
+                visibleWhen([&pm] { return pm.lastPrintError.get().has_value(); }, errorNotice()),
+                flexibleSpace(),
+            });
 
-    // The scroll bar comes and goes within the right padding: nothing moves.
-    constexpr int padding = 16;
-    const int scrollBar = style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, this);
-    content->setFixedWidth(columnWidth - padding - std::max(padding, scrollBar + 2));
     auto* page = new QWidget;
     auto* layout = new QVBoxLayout(page);
-    layout->setContentsMargins(padding, padding, 0, padding);
     layout->addWidget(content, 1, Qt::AlignLeft);
+    whenAppearanceChanges(page, [this, content, layout] {
+        // The scroll bar comes and goes within the padding behind the content: nothing moves.
+        constexpr int padding = 16;
+        const int scrollBar = style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, this);
+        content->setFixedWidth(columnWidth - padding - std::max(padding, scrollBar + 2));
+        layout->setContentsMargins(mirrored({padding, padding, 0, padding}));
+    });
     alignPickerLabels(page);
     // What is hidden is so before it is first laid out: that costs as much as what is shown.
     keepFresh(page, pm);
     setWidget(page);
     presentSavePreset();
+}
+
+void SettingsPanel::tellOf(const Published<std::optional<std::string>>& outcome, QWidget* notice) {
+    m_outcomes.push_back(outcome.subscribe([this, &outcome, notice] {
+        if (!outcome.get())
+            return;
+        // Once what is shown has been refreshed and laid out.
+        QTimer::singleShot(0, notice, [this, &outcome, notice] {
+            if (!outcome.get())
+                return;
+            const bool isError = &outcome == &m_pm.lastPrintError;
+            announce(notice, fromUtf8(*outcome.get()), isError);
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+            if (QApplication::mouseButtons() == Qt::NoButton)
+                ensureWidgetVisible(notice, 0, 16);
+        });
+    }));
 }
 
 void SettingsPanel::reactToPrinter() {
@@ -216,41 +235,40 @@ QWidget* SettingsPanel::sizingControls() {
 }
 
 QWidget* SettingsPanel::marginControls() {
-    constexpr double mostMM = 50;
-    const auto most = [] { return mostMM; };
-    return column(10,
-                  {
-                      new MarginSlider(tr("Top"), binding(m_pm.margins, &Margins::top), most),
-                      new MarginSlider(tr("Bottom"), binding(m_pm.margins, &Margins::bottom), most),
-                      new MarginSlider(tr("Left"), binding(m_pm.margins, &Margins::left), most),
-                      new MarginSlider(tr("Right"), binding(m_pm.margins, &Margins::right), most),
-                  });
+    const auto margin = [this](const QString& label, double Margins::*side) {
+        constexpr double mostMM = 50;
+        auto* row = new MarginSlider(label, binding(m_pm.margins, side), [] { return mostMM; });
+        return row->describedAs(tr("margin in millimetres"));
+    };
+    return column(10, {margin(tr("Top"), &Margins::top), margin(tr("Bottom"), &Margins::bottom),
+                       margin(tr("Left"), &Margins::left), margin(tr("Right"), &Margins::right)});
 }
 
 QWidget* SettingsPanel::imageSizeControls() {
     PrintManager& pm = m_pm;
-    const auto placed = [&pm] { return !pm.imageSizeCentered; };
+    const auto side = [this](const QString& label, Published<double>& value,
+                             double OrientedPaper::*most) {
+        auto* row = new ImageSizeInput(label, binding(value),
+                                       [this, most] { return paperAsItLies(m_pm).*most; });
+        return row->describedAs(tr("of the image in millimetres"));
+    };
+    const auto place = [this](const QString& label, Published<double>& value,
+                              const Published<double>& size, double OrientedPaper::*sheet) {
+        auto* row = new MarginSlider(label, binding(value), [this, &size, sheet] {
+            return std::max(0.0, paperAsItLies(m_pm).*sheet - size);
+        });
+        row->describedAs(tr("place of the image in millimetres"));
+        return visibleWhen([this] { return !m_pm.imageSizeCentered; }, row);
+    };
     return column(
         10,
         {
-            new ImageSizeInput(tr("Width"), binding(pm.imageWidthMM),
-                               [&pm] { return paperAsItLies(pm).widthMM; }),
-            new ImageSizeInput(tr("Height"), binding(pm.imageHeightMM),
-                               [&pm] { return paperAsItLies(pm).heightMM; }),
+            side(tr("Width"), pm.imageWidthMM, &OrientedPaper::widthMM),
+            side(tr("Height"), pm.imageHeightMM, &OrientedPaper::heightMM),
             divider(),
             toggle(tr("Centered"), binding(pm.imageSizeCentered)),
-            visibleWhen(placed, new MarginSlider(tr("Top"), binding(pm.imageSizeMarginTop),
-                                                 [&pm] {
-                                                     return std::max(0.0,
-                                                                     paperAsItLies(pm).heightMM -
-                                                                         pm.imageHeightMM);
-                                                 })),
-            visibleWhen(placed, new MarginSlider(tr("Left"), binding(pm.imageSizeMarginLeft),
-                                                 [&pm] {
-                                                     return std::max(0.0,
-                                                                     paperAsItLies(pm).widthMM -
-                                                                         pm.imageWidthMM);
-                                                 })),
+            place(tr("Top"), pm.imageSizeMarginTop, pm.imageHeightMM, &OrientedPaper::heightMM),
+            place(tr("Left"), pm.imageSizeMarginLeft, pm.imageWidthMM, &OrientedPaper::widthMM),
             row(6,
                 {
                     text(tr("Margins:"), TextSize::caption, Tone::secondary),
@@ -278,10 +296,20 @@ QWidget* SettingsPanel::colorGroup() {
 
 QWidget* SettingsPanel::commandGroup() {
     PrintManager& pm = m_pm;
-    return group(
-        tr("Command"), 0,
-        {padded(4, selectableText([&pm] { return fromUtf8(pm.lastCUPSCommand->value_or("")); },
-                                  TextSize::monospacedCaption, Tone::primary))});
+    QWidget* shown = notice(
+        padded(4, selectableText([&pm] { return fromUtf8(pm.lastCUPSCommand->value_or("")); },
+                                 TextSize::monospacedCaption, Tone::primary)));
+    tellOf(pm.lastCUPSCommand, shown);
+    return group(tr("Command"), 0, {shown});
+}
+
+QWidget* SettingsPanel::errorNotice() {
+    PrintManager& pm = m_pm;
+    QWidget* shown =
+        notice(selectableText([&pm] { return fromUtf8(pm.lastPrintError->value_or("")); },
+                              TextSize::caption, Tone::error));
+    tellOf(pm.lastPrintError, shown);
+    return shown;
 }
 
 void SettingsPanel::presentSavePreset() {

@@ -5,7 +5,9 @@
 #include <QScrollArea>
 #include <QString>
 
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace lumivert {
 
@@ -13,7 +15,8 @@ class PrintManager;
 
 /// The right column of the window: every setting as a control, the presets, the buttons that print,
 /// the last command and the last error. Its own reaction: whenever the value of `selectedPrinterID`
-/// changes, the paper sizes and then the media types of that printer are loaded.
+/// changes, the paper sizes and then the media types of that printer are loaded. It scrolls to a
+/// new command or error, unless a person is dragging something.
 class SettingsPanel : public QScrollArea {
     Q_OBJECT
 public:
@@ -33,14 +36,18 @@ private:
     [[nodiscard]] QWidget* scalingGroup();
     [[nodiscard]] QWidget* colorGroup();
     [[nodiscard]] QWidget* commandGroup();
+    [[nodiscard]] QWidget* errorNotice();
     void presentSavePreset();
     void reactToPrinter();
+    /// Brings what a print left behind into view, and has it said.
+    void tellOf(const Published<std::optional<std::string>>& outcome, QWidget* notice);
 
     PrintManager& m_pm;
     /// What is typed into the "Save Preset" alert.
     QString m_presetName;
     std::string m_printerID;
     Subscription m_printerSubscription;
+    std::vector<Subscription> m_outcomes;
 };
 
 } // namespace lumivert

@@ -4,6 +4,8 @@
 #include "fakes/FakeUpdates.h"
 #include "manager/PrintManager.h"
 
+#include <QGuiApplication>
+#include <QScreen>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -47,6 +49,32 @@ TEST_F(LumivertAppTest, tellsOnceThatTheFirstWindowIsPainted) {
     app.window()->update();
     QTest::qWait(20);
     EXPECT_EQ(painted, 1);
+}
+
+TEST_F(LumivertAppTest, opensItsWindowAsLargeAsItWasLeft) {
+    const auto services = [this] {
+        return AppServices{.platform = fakes.platform,
+                           .updates = {updateEngine, updateWindow, updateClock, fakes.preferences},
+                           .providersOf = [](const QMimeData&) { return ItemProviders(); },
+                           .firstWindowPainted = nullptr};
+    };
+    {
+        LumivertApp first(services());
+        first.openWindow();
+        first.window()->resize(930, 700);
+    }
+    LumivertApp second(services());
+    second.openWindow();
+    EXPECT_LT(second.window()->width(), 1100);
+    EXPECT_EQ(second.window()->height(), 700);
+    EXPECT_TRUE(QGuiApplication::primaryScreen()->availableGeometry().intersects(
+        second.window()->frameGeometry()));
+}
+
+TEST_F(LumivertAppTest, outlivesAStoredSizeThatIsNone) {
+    fakes.preferences.values["Window/Geometry"] = "rubbish";
+    app.openWindow();
+    EXPECT_EQ(app.window()->size(), QSize(1100, 750));
 }
 
 } // namespace

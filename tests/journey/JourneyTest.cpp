@@ -157,7 +157,7 @@ TEST_F(Journey, goesFromFileToPaper) {
     choose(QStringLiteral("Size"), QStringLiteral("A3 (297 × 420 mm)"));
     choose(QStringLiteral("Type"), QStringLiteral("Photo Paper Glossy"));
     EXPECT_EQ(manager().selectedPaperSizeID.get(), "A3");
-    auto* top = control<QSlider>(window(), QStringLiteral("Top:"));
+    auto* top = control<QSlider>(window(), QStringLiteral("Top"));
     top->setFocus();
     for (int i = 0; i < 10; ++i)
         QTest::keyClick(top, Qt::Key_Right);

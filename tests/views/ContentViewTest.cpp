@@ -58,10 +58,12 @@ public:
 class ContentViewTest : public ViewTest {
 protected:
     ContentViewTest() {
-        window =
-            std::make_unique<ContentView>(*pm, fakes.dispatcher, [this](const QMimeData& mime) {
+        window = std::make_unique<ContentView>(
+            *pm, fakes.dispatcher,
+            [this](const QMimeData& mime) {
                 return providers(static_cast<int>(mime.urls().size()));
-            });
+            },
+            nullptr, "CUPS 2.4.2");
         window->show();
         QApplication::processEvents();
         fakes.images.images["/photos/one.jpg"] =
@@ -130,7 +132,7 @@ TEST_F(ContentViewTest, hasTheApplicationsAndTheFileMenu) {
     QStringList menus;
     for (QAction* menu : window->menuBar()->actions())
         menus << menu->text();
-    EXPECT_EQ(menus.join(", "), "Lumivert, File");
+    EXPECT_EQ(menus.join(", "), "&Lumivert, &File");
     QStringList items;
     for (QAction* item : window->applicationMenu()->actions())
         items << item->text();
@@ -143,11 +145,33 @@ TEST_F(ContentViewTest, hasTheApplicationsAndTheFileMenu) {
     EXPECT_EQ(action("Open Image...")->shortcut(), QKeySequence("Ctrl+O"));
 }
 
+TEST_F(ContentViewTest, opensItsMenuByF10) {
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    QTest::keyClick(window.get(), Qt::Key_F10);
+    EXPECT_EQ(window->menuBar()->activeAction(), window->applicationMenu()->menuAction());
+}
+
+TEST_F(ContentViewTest, pressesTheFocusedButtonByReturn) {
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    auto* box = control<QAbstractButton>(*window, "Borderless");
+    box->setFocus();
+    QTest::keyClick(box, Qt::Key_Return);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return pm->borderless.get(); }, 1000));
+}
+
+TEST_F(ContentViewTest, hasANameOfItsOwn) {
+    EXPECT_EQ(accessibleName(window.get()), "Lumivert");
+}
+
 TEST_F(ContentViewTest, tellsAboutItself) {
     action("About Lumivert")->trigger();
     auto* about = dialog<QMessageBox>();
     ASSERT_NE(about, nullptr);
-    EXPECT_TRUE(about->text().contains("Lumivert"));
+    for (const char* part : {"Lumivert", "CUPS 2.4", "MIT"})
+        EXPECT_TRUE(about->text().contains(part)) << part;
+    EXPECT_FALSE(about->iconPixmap().isNull());
     about->close();
 }
 

@@ -67,7 +67,7 @@ TYPED_TEST(MillimetreRowTest, hasLabelSliderAndValueInTheirFrames) {
     EXPECT_TRUE(labels[1]->alignment() & Qt::AlignRight);
     EXPECT_GT(this->slider.x(), labels[0]->geometry().right());
     EXPECT_LT(this->slider.geometry().right(), labels[1]->x());
-    EXPECT_EQ(accessibleName(&this->slider), "Top:");
+    EXPECT_EQ(accessibleName(&this->slider), "Top");
 }
 
 TYPED_TEST(MillimetreRowTest, showsOneDecimal) {

@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QFileDialog>
+#include <QRegularExpression>
 
 #include <memory>
 
@@ -14,7 +15,7 @@ namespace {
 bool passes(const QString& filter, const QString& name) {
     const int open = filter.lastIndexOf('(');
     for (const QString& pattern : filter.mid(open + 1).chopped(1).split(' '))
-        if (name.endsWith(pattern.mid(1)) && pattern.startsWith("*."))
+        if (QRegularExpression::fromWildcard(pattern, Qt::CaseSensitive).match(name).hasMatch())
             return true;
     return false;
 }
@@ -26,7 +27,7 @@ TEST(ImageNameFilters, standInTheirOrder) {
     EXPECT_EQ(names.join(", "), "Images, Camera RAW, TIFF, PNG, JPEG, HEIC");
 }
 
-TEST(ImageNameFilters, letTheirFilesThroughInBothLetterCases) {
+TEST(ImageNameFilters, letTheirFilesThroughInAnyMixtureOfCases) {
     const QStringList filters = imageNameFilters();
     const std::vector<std::pair<int, const char*>> files{
         {1, "dng"},  {1, "cr2"}, {1, "cr3"}, {1, "nef"},  {1, "arw"},  {1, "raw"}, {2, "tif"},
@@ -34,7 +35,8 @@ TEST(ImageNameFilters, letTheirFilesThroughInBothLetterCases) {
         {1, "mos"},  {1, "erf"}, {1, "dcr"}, {1, "fff"},  {1, "cap"},  {4, "jfif"}};
     for (const auto& [filter, extension] : files)
         for (const QString& name :
-             {QString("a.") + extension, "A." + QString(extension).toUpper()}) {
+             {QString("a.") + extension, "A." + QString(extension).toUpper(),
+              "a." + QString(extension).replace(0, 1, QString(extension[0]).toUpper())}) {
             EXPECT_TRUE(passes(filters[filter], name)) << name.toStdString();
             EXPECT_TRUE(passes(filters[0], name)) << name.toStdString();
         }
@@ -50,6 +52,7 @@ TEST(OpenImageDialog, asksForOneExistingFile) {
     EXPECT_EQ(dialog->acceptMode(), QFileDialog::AcceptOpen);
     EXPECT_EQ(dialog->nameFilters(), imageNameFilters());
     EXPECT_EQ(dialog->directory(), QDir(QDir::tempPath()));
+    EXPECT_EQ(dialog->supportedSchemes(), QStringList{"file"});
     EXPECT_EQ(accessibleName(dialog.get()), "Open Image");
 }
 

@@ -110,14 +110,22 @@ TEST_F(LooksTest, marksButtonsWithTheirIcons) {
 TEST_F(LooksTest, fillsPrintAlone) {
     load({600, 400});
     const auto ground = [this](const char* name) {
-        return button(name)->palette().color(QPalette::Active, QPalette::Button);
+        QAbstractButton* found = button(name);
+        return found->grab().toImage().pixelColor(8, found->height() / 2);
     };
-    const QColor usual = QApplication::palette().color(QPalette::Active, QPalette::Button);
-    EXPECT_NE(ground("Print"), usual);
-    EXPECT_GE(contrastRatio(ground("Print"), QApplication::palette().color(
-                                                 QPalette::Active, QPalette::HighlightedText)),
-              leastContrast);
-    EXPECT_EQ(ground("Show CUPS Command"), usual);
+    const QColor accent = accentFill(QApplication::palette());
+    EXPECT_EQ(ground("Print"), accent);
+    EXPECT_NE(ground("Show CUPS Command"), accent);
+}
+
+TEST_F(LooksTest, hasSmallAndLargeButtonsWhereTheyAreMeant) {
+    load({600, 400});
+    const int usual = button("Show CUPS Command")->height();
+    EXPECT_GT(button("Print")->height(), usual);
+    for (const char* name : {"Change Image...", "Refresh", "Save Current Settings"})
+        EXPECT_EQ(button(name)->font(), fontFor(TextSize::callout, QApplication::font())) << name;
+    for (const char* name : {"Print", "Show CUPS Command"})
+        EXPECT_EQ(button(name)->font(), QApplication::font()) << name;
 }
 
 TEST_F(LooksTest, leavesFourBetweenTheImagesItems) {
@@ -146,15 +154,15 @@ TEST_F(LooksTest, leavesTenBetweenTheItemsOfTheOtherGroups) {
     EXPECT_EQ(gap(row(picker("Size")), row(picker("Type"))), 10);
     EXPECT_EQ(gap(row(picker("Type")), row(picker("Orientation"))), 10);
     EXPECT_EQ(gap(place(button("Borderless")), row(segments())), 10);
-    EXPECT_EQ(gap(row(segments()), row(slider("Top:"))), 10);
-    EXPECT_EQ(gap(row(slider("Top:")), row(slider("Bottom:"))), 10);
+    EXPECT_EQ(gap(row(segments()), row(slider("Top"))), 10);
+    EXPECT_EQ(gap(row(slider("Top")), row(slider("Bottom"))), 10);
     EXPECT_EQ(gap(row(picker("ICC Profile")), row(picker("Rendering"))), 10);
     showImageSize();
-    EXPECT_EQ(gap(row(slider("Width:")), row(slider("Height:"))), 10);
-    EXPECT_EQ(gap(row(slider("Height:")), place(divider("Margins"))), 10);
+    EXPECT_EQ(gap(row(slider("Width")), row(slider("Height"))), 10);
+    EXPECT_EQ(gap(row(slider("Height")), place(divider("Margins"))), 10);
     EXPECT_EQ(gap(place(divider("Margins")), place(button("Centered"))), 10);
-    EXPECT_EQ(gap(place(button("Centered")), row(slider("Top:"))), 10);
-    EXPECT_EQ(gap(row(slider("Left:")), place(textShown(*panel, "Margins:")->parentWidget())), 10);
+    EXPECT_EQ(gap(place(button("Centered")), row(slider("Top"))), 10);
+    EXPECT_EQ(gap(row(slider("Left")), place(textShown(*panel, "Margins:")->parentWidget())), 10);
 }
 
 TEST_F(LooksTest, padsTheContentOfEveryGroup) {
@@ -204,12 +212,12 @@ TEST_F(LooksTest, hasItsItemsFromTopToBottom) {
     const std::vector<std::pair<const char*, QWidget*>> items{
         {"Borderless", button("Borderless")},
         {"Mode", segments()},
-        {"Width", slider("Width:")},
-        {"Height", slider("Height:")},
+        {"Width", slider("Width")},
+        {"Height", slider("Height")},
         {"divider", divider("Margins")},
         {"Centered", button("Centered")},
-        {"Top", slider("Top:")},
-        {"Left", slider("Left:")},
+        {"Top", slider("Top")},
+        {"Left", slider("Left")},
         {"summary", textShown(*panel, "Margins:")},
         {"Scaling", box("Scaling")},
         {"Color", box("Color")},

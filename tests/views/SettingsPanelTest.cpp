@@ -263,14 +263,44 @@ TEST_F(PanelTest, isWalkedThroughInTheOrderOfItsItems) {
     ASSERT_TRUE(QTest::qWaitForWindowActive(panel.get()));
     button("Change Image...")->setFocus();
     QStringList names;
-    for (int i = 0; i < 20; ++i) {
+    for (int i = 0; i < 24; ++i) {
         names << accessibleName(QApplication::focusWidget());
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
     }
     EXPECT_EQ(names.join(", "),
               "Change Image..., One, Delete One, Save Current Settings, Printer, Refresh, Size, "
-              "Type, Orientation, Borderless, Margins, Top:, Bottom:, Left:, Right:, Mode, "
+              "Type, Orientation, Borderless, Margins, Top, 5.0 mm, Bottom, 5.0 mm, Left, 5.0 mm, "
+              "Right, 5.0 mm, Mode, "
               "ICC Profile, Print, Show CUPS Command, Change Image...");
+}
+
+TEST_F(PanelTest, scrollsToANewCommandAndANewError) {
+    panel->resize(320, 300);
+    QApplication::processEvents();
+    const auto isInView = [this](const char* words) {
+        QWidget* found = textShown(*panel, words);
+        return found && panel->viewport()->rect().intersects(
+                            {found->mapTo(panel->viewport(), QPoint()), found->size()});
+    };
+    pm->lastCUPSCommand = "lp one";
+    EXPECT_TRUE(QTest::qWaitFor([&] { return isInView("lp one"); }, 1000));
+    panel->verticalScrollBar()->setValue(0);
+    pm->lastPrintError = "Print failed";
+    EXPECT_TRUE(QTest::qWaitFor([&] { return isInView("Print failed"); }, 1000));
+    panel->verticalScrollBar()->setValue(0);
+    pm->lastPrintError = std::nullopt;
+    QTest::qWait(20);
+    EXPECT_EQ(panel->verticalScrollBar()->value(), 0) << "what goes is not looked for";
+}
+
+TEST_F(PanelTest, tellsAssistiveTechnologyOfAnErrorAsANotice) {
+    pm->lastPrintError = "Print failed: no paper";
+    QApplication::processEvents();
+    QWidget* notice = textShown(*panel, "Print failed: no paper")->parentWidget();
+    QAccessibleInterface* interface = QAccessible::queryAccessibleInterface(notice);
+    EXPECT_EQ(interface->role(), QAccessible::AlertMessage);
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return interface->text(QAccessible::Name) == "Print failed: no paper"; }, 1000));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "platform/cups/PrintSystemFiles.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cups/cups.h>
@@ -72,6 +73,14 @@ std::optional<std::string> PrintSystemFiles::readFile(const std::string& path) {
         return bytes;
     const auto resource = ppdResource(path);
     return resource ? askScheduler(*resource) : std::nullopt;
+}
+
+std::string printSystemName() {
+    // "CUPS/2.4.2 (Linux …) IPP/2.0": as the library in use names itself.
+    std::string name = cupsUserAgent();
+    name = name.substr(0, name.find(' '));
+    std::ranges::replace(name, '/', ' ');
+    return name;
 }
 
 } // namespace lumivert

@@ -15,4 +15,7 @@ public:
     [[nodiscard]] std::optional<std::string> readFile(const std::string& path) override;
 };
 
+/// What prints go through, for people: "CUPS 2.4.2".
+[[nodiscard]] std::string printSystemName();
+
 } // namespace lumivert

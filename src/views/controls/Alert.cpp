@@ -1,6 +1,7 @@
 #include "views/controls/Alert.h"
 
 #include "views/controls/Appearance.h"
+#include "views/controls/FocusRing.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -45,6 +46,7 @@ Alert::Alert(QWidget* parent, const QString& title, const QString& message,
     layout->addSpacing(8);
     layout->addLayout(buttons);
     layout->setSizeConstraint(QLayout::SetFixedSize);
+    ringFocusIn(this);
 }
 
 QLineEdit* Alert::addField(const QString& placeholder, const QString& content) {

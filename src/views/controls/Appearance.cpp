@@ -4,7 +4,6 @@
 #include <QEvent>
 #include <QFontDatabase>
 #include <QPalette>
-#include <QStyle>
 #include <QWidget>
 
 #include <algorithm>
@@ -31,6 +30,10 @@ QColor mixed(const QColor& from, const QColor& to, double share) {
     return QColor::fromRgbF(channel(from.redF(), to.redF()), channel(from.greenF(), to.greenF()),
                             channel(from.blueF(), to.blueF()));
 }
+
+// A group box may tint its ground a little: what is chosen for the window's colour keeps its
+// contrast on that as well.
+constexpr double groupTint = 1.12;
 
 class AppearanceWatcher : public QObject {
 public:
@@ -83,7 +86,8 @@ QColor readableOn(const QColor& ground, const QColor& hue, double contrast) {
         contrastRatio(ground, Qt::black) > contrastRatio(ground, Qt::white) ? Qt::black : Qt::white;
     constexpr int steps = 50;
     for (int i = 0; i < steps; ++i) {
-        const QColor candidate = mixed(hue, away, static_cast<double>(i) / steps);
+        // As it will be on the screen, with eight bits a channel.
+        const QColor candidate(mixed(hue, away, static_cast<double>(i) / steps).rgb());
         if (contrastRatio(candidate, ground) >= contrast)
             return candidate;
     }
@@ -123,8 +127,7 @@ QFont fontFor(TextSize size, const QFont& base) {
 }
 
 QColor colorFor(Tone tone, const QPalette& palette) {
-    // A group box may tint its ground a little; the texts keep their contrast on that as well.
-    constexpr double contrast = leastContrast * 1.12;
+    constexpr double contrast = leastContrast * groupTint;
     const QColor ground = palette.color(QPalette::Active, QPalette::Window);
     const QColor text = palette.color(QPalette::Active, QPalette::WindowText);
     switch (tone) {
@@ -140,9 +143,23 @@ QColor colorFor(Tone tone, const QPalette& palette) {
     return text;
 }
 
-QColor accentFill(const QPalette& palette) {
+QColor accentFill(const QPalette& palette, bool down) {
+    constexpr double downShare = 1.4;
+    constexpr double smoothing = 1.1; // which the edges of small letters cost
     return readableOn(palette.color(QPalette::Active, QPalette::HighlightedText),
-                      palette.color(QPalette::Active, QPalette::Highlight));
+                      palette.color(QPalette::Active, QPalette::Highlight),
+                      leastContrast * smoothing * (down ? downShare : 1));
+}
+
+QColor partColor(const QPalette& palette) {
+    const QColor ground = palette.color(QPalette::Active, QPalette::Window);
+    return readableOn(ground, ground, leastPartContrast * groupTint);
+}
+
+QColor focusColor(const QPalette& palette) {
+    return readableOn(palette.color(QPalette::Active, QPalette::Window),
+                      palette.color(QPalette::Active, QPalette::Highlight),
+                      leastPartContrast * groupTint);
 }
 
 QColor dividerColor(const QPalette& palette) {
@@ -159,38 +176,6 @@ QColor previewGround(const QPalette& palette) {
 
 void whenAppearanceChanges(QWidget* widget, std::function<void()> apply) {
     new AppearanceWatcher(widget, std::move(apply));
-}
-
-void outlineVisibly(QWidget* widget) {
-    whenAppearanceChanges(widget, [widget] {
-        QPalette palette = QApplication::palette(widget);
-        if (widget->style()->name() == QLatin1String("fusion")) {
-            // Fusion makes the outline by darkening the window's colour by 1.4, and then lightens a
-            // check box's by a tenth, which on a light ground costs up to a quarter of the
-            // contrast.
-            constexpr int darkening = 140;
-            const QColor ground = palette.color(QPalette::Active, QPalette::Window);
-            const QColor outline = readableOn(ground, ground, leastPartContrast * 1.25);
-            for (const auto group : {QPalette::Active, QPalette::Inactive})
-                palette.setColor(group, QPalette::Window, outline.lighter(darkening));
-        }
-        if (widget->palette() != palette)
-            widget->setPalette(palette);
-    });
-}
-
-void fillWithAccent(QWidget* button, bool filled) {
-    QPalette palette = QApplication::palette(button);
-    // Fusion lightens a button's colour by up to a quarter from its lower to its upper edge.
-    constexpr int gradient = 124;
-    if (filled)
-        for (const auto group : {QPalette::Active, QPalette::Inactive}) {
-            palette.setColor(group, QPalette::Button, accentFill(palette).darker(gradient));
-            palette.setColor(group, QPalette::ButtonText,
-                             palette.color(QPalette::Active, QPalette::HighlightedText));
-        }
-    if (button->palette() != palette)
-        button->setPalette(palette);
 }
 
 void setTextStyle(QWidget* widget, TextSize size, Tone tone) {

@@ -30,8 +30,18 @@ inline constexpr double leastContrast = 4.5;
 [[nodiscard]] QFont fontFor(TextSize size, const QFont& base);
 [[nodiscard]] QColor colorFor(Tone tone, const QPalette& palette);
 
-/// The desktop's accent colour, dark or light enough for the text on it.
-[[nodiscard]] QColor accentFill(const QPalette& palette);
+/// WCAG 2.1, 1.4.11: what the parts of a control must keep against their ground.
+inline constexpr double leastPartContrast = 3;
+
+/// What controls painted by the program have in common, in points.
+inline constexpr double controlRadius = 3;
+
+/// The desktop's accent colour, dark or light enough for HighlightedText on it; `down`: while it is
+/// pressed.
+[[nodiscard]] QColor accentFill(const QPalette& palette, bool down = false);
+/// The outline of a control's parts, and the accent colour of a thin part, as seen on Window.
+[[nodiscard]] QColor partColor(const QPalette& palette);
+[[nodiscard]] QColor focusColor(const QPalette& palette);
 [[nodiscard]] QColor dividerColor(const QPalette& palette);
 
 /// The ground of the preview: neutral grey whatever the palette's tint, light or dark with it.
@@ -39,16 +49,6 @@ inline constexpr double leastContrast = 4.5;
 
 /// Runs `apply` now and whenever the desktop's font, palette or style changes while `widget` lives.
 void whenAppearanceChanges(QWidget* widget, std::function<void()> apply);
-
-/// WCAG 2.1, 1.4.11: what the parts of a control must keep against their ground.
-inline constexpr double leastPartContrast = 3;
-
-/// Gives a check box or a slider an outline that can be seen on the window's colour, and keeps it
-/// so. Under the Fusion style, which by itself draws one that can hardly be.
-void outlineVisibly(QWidget* widget);
-
-/// Fills a button with the accent colour, or gives it its own back.
-void fillWithAccent(QWidget* button, bool filled);
 
 /// Gives `widget` the role's font and text colour, and keeps them so.
 void setTextStyle(QWidget* widget, TextSize size, Tone tone);

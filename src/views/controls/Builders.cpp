@@ -1,14 +1,14 @@
 #include "views/controls/Builders.h"
 
 #include "views/controls/Labels.h"
+#include "views/controls/SegmentedPicker.h"
 
 #include <QApplication>
-#include <QCheckBox>
+#include <QEvent>
 #include <QFrame>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QPalette>
-#include <QPushButton>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -74,26 +74,44 @@ QWidget* labelled(const QString& label, QWidget* control) {
     return holder;
 }
 
-/// With room around its label, whatever the style gives.
-class RoomyButton : public QPushButton {
+/// A label beside segments, or above them.
+class LabelledSegments : public QWidget {
 public:
-    RoomyButton(const QString& title, ButtonSize size)
-        : QPushButton(title)
-        , m_size(size) {}
-
-    QSize sizeHint() const override {
-        const QSize hint = QPushButton::sizeHint();
-        constexpr int room = 14;
-        return {hint.width() + room,
-                m_size == ButtonSize::large ? hint.height() * 5 / 4 : hint.height()};
+    LabelledSegments(QWidget* row, SegmentedPicker* segments)
+        : m_row(row)
+        , m_segments(segments) {
+        auto* layout = new QVBoxLayout(this);
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->addWidget(row);
     }
-    QSize minimumSizeHint() const override { return sizeHint(); }
+
+protected:
+    bool event(QEvent* event) override {
+        if (event->type() == QEvent::Resize || event->type() == QEvent::LayoutRequest)
+            arrange();
+        return QWidget::event(event);
+    }
 
 private:
-    ButtonSize m_size;
+    void arrange() {
+        auto* layout = static_cast<QBoxLayout*>(m_row->layout());
+        const int label = layout->itemAt(0)->sizeHint().width() + layout->spacing();
+        layout->setDirection(label + m_segments->neededWidth() <= width()
+                                 ? QBoxLayout::LeftToRight
+                                 : QBoxLayout::TopToBottom);
+    }
+
+    QWidget* m_row;
+    SegmentedPicker* m_segments;
 };
 
 } // namespace
+
+QMargins mirrored(const QMargins& margins) {
+    return QApplication::isRightToLeft()
+               ? QMargins(margins.right(), margins.top(), margins.left(), margins.bottom())
+               : margins;
+}
 
 QWidget* column(int spacing, Children children) {
     return stack<QVBoxLayout>(spacing, children);
@@ -110,15 +128,18 @@ QWidget* group(const QString& title, int spacing, Children children) {
     int overhang = 0;
     for (const QWidget* child : children)
         overhang = std::max(overhang, child->property(overhangProperty).toInt());
-    layout->setContentsMargins(10 - overhang, 6 + padding, 10, 6 + padding);
+    layout->setContentsMargins(mirrored({10 - overhang, 6 + padding, 10, 6 + padding}));
     layout->setSpacing(spacing);
     for (QWidget* child : children) {
         // A layout has no negative margins: all others are indented instead.
         auto* around = new QVBoxLayout;
         const int indent = overhang - child->property(overhangProperty).toInt();
-        around->setContentsMargins(indent, 0, 0, 0);
+        around->setContentsMargins(mirrored({indent, 0, 0, 0}));
         add(*around, child);
         layout->addLayout(around);
+        for (QWidget* control : child->findChildren<QWidget*>())
+            if (qobject_cast<Picker*>(control) || qobject_cast<SegmentedPicker*>(control))
+                control->setAccessibleDescription(title);
     }
     return box;
 }
@@ -185,6 +206,7 @@ QWidget* numberText(TextSource content, TextSize size, Tone tone) {
     auto* label = new FittedLabel(QString(), Qt::AlignRight);
     label->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     setTextStyle(label, size, tone);
+    whenRefreshed(label, [label, content] { label->setToolTip(content()); });
     return following(label, std::move(content));
 }
 
@@ -196,19 +218,15 @@ QWidget* selectableText(TextSource content, TextSize size, Tone tone) {
 }
 
 QWidget* button(const QString& title, std::function<void()> action, ButtonOptions options) {
-    auto* button = new RoomyButton(title, options.size);
+    auto* button = new ActionButton(title, options.icon, options.size, options.prominent);
     button->setAccessibleName(title);
-    if (options.icon)
-        button->setIcon(
-            lineIcon(*options.icon, options.prominent ? IconTint::onAccent : IconTint::buttonText));
-    if (options.size == ButtonSize::small)
-        setTextStyle(button, TextSize::callout, Tone::primary);
     button->setSizePolicy(options.fullWidth ? QSizePolicy::Minimum : QSizePolicy::Fixed,
                           QSizePolicy::Fixed);
     button->setAutoDefault(false);
     button->setShortcut(options.shortcut);
-    if (options.prominent)
-        whenAppearanceChanges(button, [button] { fillWithAccent(button, true); });
+    if (!options.shortcut.isEmpty())
+        button->setToolTip(QStringLiteral("%1 (%2)").arg(
+            title, options.shortcut.toString(QKeySequence::NativeText)));
     if (options.enabledWhen)
         whenRefreshed(button, [button, enabled = std::move(options.enabledWhen)] {
             button->setEnabled(enabled());
@@ -218,9 +236,8 @@ QWidget* button(const QString& title, std::function<void()> action, ButtonOption
 }
 
 QWidget* toggle(const QString& label, Binding<bool> value) {
-    auto* box = new QCheckBox(label);
+    auto* box = new CheckBox(label);
     box->setAccessibleName(label);
-    outlineVisibly(box);
     whenRefreshed(box, [box, get = value.get] {
         const QSignalBlocker blocker(box);
         box->setChecked(get());
@@ -240,7 +257,7 @@ QWidget* segmentedPicker(const QString& label, std::vector<PickerItem> items,
                          Binding<std::string> selection) {
     auto* control = new SegmentedPicker(items, std::move(selection));
     whenRefreshed(control, [control] { control->refresh(); });
-    return labelled(label, control);
+    return new LabelledSegments(labelled(label, control), control);
 }
 
 void alignPickerLabels(QWidget* root) {

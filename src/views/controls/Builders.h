@@ -1,11 +1,12 @@
 #pragma once
 
 #include "views/controls/Appearance.h"
-#include "views/controls/Icons.h"
+#include "views/controls/Buttons.h"
 #include "views/controls/Picker.h"
 #include "views/controls/Refresh.h"
 
 #include <QKeySequence>
+#include <QMargins>
 #include <QString>
 
 #include <functional>
@@ -24,12 +25,16 @@ namespace lumivert {
 using Children = std::initializer_list<QWidget*>;
 using TextSource = std::function<QString()>;
 
+/// Margins meant for a text that runs from left to right, as the application's direction has them
+/// (layouts mirror what they hold, not what is around it).
+[[nodiscard]] QMargins mirrored(const QMargins& margins);
+
 /// Children from top to bottom, `spacing` between those that are shown. One of a fixed or maximum
 /// width stands at the left, the others are stretched.
 [[nodiscard]] QWidget* column(int spacing, Children children);
 /// Children from left to right.
 [[nodiscard]] QWidget* row(int spacing, Children children);
-/// A titled box around a column.
+/// A titled box around a column; to assistive technology, the title describes the pickers in it.
 [[nodiscard]] QWidget* group(const QString& title, int spacing, Children children);
 /// Takes what room there is.
 [[nodiscard]] QWidget* flexibleSpace();
@@ -57,8 +62,6 @@ using TextSource = std::function<QString()>;
 /// Plain text that can be selected and that wraps anywhere where it has to.
 [[nodiscard]] QWidget* selectableText(TextSource content, TextSize size, Tone tone);
 
-enum class ButtonSize { small, regular, large };
-
 struct ButtonOptions {
     ButtonSize size = ButtonSize::regular;
     std::optional<Icon> icon = {};
@@ -78,7 +81,7 @@ struct ButtonOptions {
 /// A label beside a combo box; the labels of all pickers below one alignPickerLabels() line up.
 [[nodiscard]] QWidget* picker(const QString& label, std::function<std::vector<PickerItem>()> items,
                               Binding<std::string> selection);
-/// A label beside a row of buttons.
+/// A label beside a row of buttons, or above it where both do not fit.
 [[nodiscard]] QWidget* segmentedPicker(const QString& label, std::vector<PickerItem> items,
                                        Binding<std::string> selection);
 

@@ -9,8 +9,6 @@
 #include <string>
 #include <vector>
 
-class QButtonGroup;
-
 namespace lumivert {
 
 /// One entry of a picker: what is stored and what is shown (UTF-8).
@@ -20,6 +18,9 @@ struct PickerItem {
 
     bool operator==(const PickerItem&) const = default;
 };
+
+/// The first item of that `id`; -1 where there is none.
+[[nodiscard]] int indexOf(const std::vector<PickerItem>& items, const std::string& id);
 
 /// A combo box over items, bound to the `id` of one. A selection that no item has shows as an empty
 /// choice; of several items with one `id` the first shows. Only a person's choice of another item
@@ -54,25 +55,6 @@ private:
     std::function<std::vector<PickerItem>()> m_items;
     Binding<std::string> m_selection;
     std::vector<PickerItem> m_shown;
-};
-
-/// A row of buttons of which one is down, bound like a Picker; for few and fixed items. They share
-/// the width as their names need it; a name that still does not fit is cut, and whole in the
-/// tooltip.
-class SegmentedPicker : public QWidget {
-    Q_OBJECT
-public:
-    SegmentedPicker(const std::vector<PickerItem>& items, Binding<std::string> selection,
-                    QWidget* parent = nullptr);
-
-    void refresh();
-
-private:
-    void shareWidth();
-
-    std::vector<PickerItem> m_items;
-    Binding<std::string> m_selection;
-    QButtonGroup* m_buttons;
 };
 
 /// The cases of a choice in the order shown.

@@ -19,8 +19,19 @@ int StepScale::lastPosition() const {
 }
 
 int StepScale::nearestPosition(double value) const {
-    const double position = std::round((value - minimum) / step);
-    if (!(position > 0)) // also a value that is no number
+    return held(std::round((value - minimum) / step));
+}
+
+int StepScale::positionAbove(double value) const {
+    return held(std::floor((value - minimum) / step + roundingSlack) + 1);
+}
+
+int StepScale::positionBelow(double value) const {
+    return held(std::ceil((value - minimum) / step - roundingSlack) - 1);
+}
+
+int StepScale::held(double position) const {
+    if (!(position > 0)) // also one that is no number
         return 0;
     return static_cast<int>(std::min(position, static_cast<double>(lastPosition())));
 }

@@ -12,9 +12,15 @@ struct StepScale {
     [[nodiscard]] int lastPosition() const;
     /// The offered value nearest to `value`; the ends for a value beyond them.
     [[nodiscard]] int nearestPosition(double value) const;
+    /// The next offered value above or below `value`; the last one where there is no other.
+    [[nodiscard]] int positionAbove(double value) const;
+    [[nodiscard]] int positionBelow(double value) const;
     [[nodiscard]] double valueAt(int position) const { return minimum + position * step; }
 
     bool operator==(const StepScale&) const = default;
+
+private:
+    [[nodiscard]] int held(double position) const;
 };
 
 } // namespace lumivert

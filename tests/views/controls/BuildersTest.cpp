@@ -2,6 +2,7 @@
 
 #include "views/controls/ControlFixture.h"
 #include "views/controls/Labels.h"
+#include "views/controls/SegmentedPicker.h"
 #include "views/controls/StepSlider.h"
 
 #include <QCheckBox>
@@ -52,6 +53,7 @@ TEST_F(BuildersTest, toggleIsBoundBothWays) {
     EXPECT_EQ(box.text(), "Borderless");
     EXPECT_FALSE(box.isChecked());
     model.on = true;
+    refreshed();
     EXPECT_TRUE(box.isChecked());
     EXPECT_EQ(notifications.taken(), 1);
     box.click();
@@ -65,6 +67,7 @@ TEST_F(BuildersTest, pickerOfRecordsIsBoundBothWays) {
     ASSERT_NE(box, nullptr);
     EXPECT_EQ(box->currentText(), "Beta");
     model.selection = "a";
+    refreshed();
     EXPECT_EQ(box->currentText(), "Alpha");
     notifications.taken();
     QTest::keyClick(box, Qt::Key_Down);
@@ -94,6 +97,7 @@ TEST_F(BuildersTest, textFollowsItsSource) {
     auto& label = dynamic_cast<QLabel&>(build(text(words())));
     EXPECT_EQ(label.text(), "one");
     model.words = "two & <b>three</b>";
+    refreshed();
     EXPECT_EQ(label.text(), "two & <b>three</b>");
     EXPECT_EQ(label.textFormat(), Qt::PlainText);
 }
@@ -106,6 +110,7 @@ TEST_F(BuildersTest, buttonRunsItsActionAndFollowsItsCondition) {
     shownButton.click();
     EXPECT_EQ(runs, 0);
     model.on = true;
+    refreshed();
     shownButton.click();
     EXPECT_EQ(runs, 1);
     EXPECT_EQ(accessibleName(&shownButton), "Go");
@@ -129,12 +134,36 @@ TEST_F(BuildersTest, naturalButtonsStandAtTheLeftAndFullOnesAreStretched) {
 }
 
 TEST_F(BuildersTest, prominentButtonIsFilledOnlyWhileEnabled) {
-    auto& shownButton = build(button("Print", [] {}, {.prominent = true}));
-    const QPalette palette = shownButton.palette();
-    EXPECT_NE(palette.color(QPalette::Active, QPalette::Button),
-              QApplication::palette().color(QPalette::Active, QPalette::Button));
-    EXPECT_EQ(palette.color(QPalette::Disabled, QPalette::Button),
-              QApplication::palette().color(QPalette::Disabled, QPalette::Button));
+    auto& shownButton = build(button("Print", [] {}, {.fullWidth = true, .prominent = true}));
+    const auto ground = [&] {
+        return shownButton.grab().toImage().pixelColor(8, shownButton.height() / 2);
+    };
+    EXPECT_EQ(ground(), accentFill(QApplication::palette()));
+    shownButton.setEnabled(false);
+    EXPECT_NE(ground(), accentFill(QApplication::palette()));
+}
+
+TEST_F(BuildersTest, buttonNamesItsShortcutInItsToolTip) {
+    auto& shownButton = build(button("Print", [] {}, {.shortcut = QKeySequence("Ctrl+P")}));
+    EXPECT_EQ(shownButton.toolTip(), "Print (Ctrl+P)");
+}
+
+TEST_F(BuildersTest, groupsTitleDescribesItsPickers) {
+    build(group("Scaling", 10, {picker("Mode", model.scaling)}));
+    QAccessibleInterface* interface =
+        QAccessible::queryAccessibleInterface(control<Picker>(*root, "Mode"));
+    EXPECT_EQ(interface->text(QAccessible::Description), "Scaling");
+}
+
+TEST_F(BuildersTest, segmentsStandBelowTheirLabelWhereBothDoNotFit) {
+    build(segmentedPicker("Mode", model.scaling), 600);
+    QWidget* segments = shown<SegmentedPicker>(*root).front();
+    QWidget* label = textShown(*root, "Mode");
+    EXPECT_GT(segments->x(), label->geometry().right());
+    root->resize(200, 400);
+    QApplication::processEvents();
+    EXPECT_GT(segments->y(), label->geometry().bottom());
+    EXPECT_EQ(segments->x(), 0);
 }
 
 TEST_F(BuildersTest, groupIsCalledByItsTitle) {
@@ -153,6 +182,7 @@ TEST_F(BuildersTest, columnsLeaveTheirSpacingBetweenShownItemsOnly) {
     const int height = textShown(*root, "a")->height();
     EXPECT_EQ(top("c") - top("a"), height + 10);
     model.on = true;
+    refreshed();
     QApplication::processEvents();
     EXPECT_EQ(top("c") - top("a"), 2 * (height + 10));
 }
@@ -167,6 +197,7 @@ TEST_F(BuildersTest, dividerIsQuiet) {
 
 TEST_F(BuildersTest, elidedTextKeepsToItsWidthAndTellsTheWholeInItsToolTip) {
     model.words = std::string(200, 'x') + ".jpg";
+    refreshed();
     auto& label = dynamic_cast<QLabel&>(build(elidedText(words(), TextSize::headline)));
     EXPECT_EQ(root->width(), 270);
     EXPECT_EQ(label.text().toStdString(), model.words.get()) << "whole for assistive technology";
@@ -176,12 +207,14 @@ TEST_F(BuildersTest, elidedTextKeepsToItsWidthAndTellsTheWholeInItsToolTip) {
     QToolTip::hideText();
     ASSERT_TRUE(QTest::qWaitFor([] { return !QToolTip::isVisible(); }));
     model.words = "short.jpg";
+    refreshed();
     QApplication::sendEvent(&label, &help);
     EXPECT_FALSE(QToolTip::isVisible());
 }
 
 TEST_F(BuildersTest, selectableTextWrapsAWordThatIsTooLong) {
     model.words = std::string(300, 'x');
+    refreshed();
     auto& view =
         dynamic_cast<WrappedText&>(build(selectableText(words(), TextSize::caption, Tone::error)));
     EXPECT_EQ(view.width(), 270);
@@ -197,9 +230,11 @@ TEST_F(BuildersTest, selectableTextWrapsAWordThatIsTooLong) {
 
 TEST_F(BuildersTest, selectableTextGrowsWithItsText) {
     model.words = "one line";
+    refreshed();
     auto& view = build(selectableText(words(), TextSize::caption, Tone::error));
     const int before = view.height();
     model.words = "one line\nand another\nand a third";
+    refreshed();
     QApplication::processEvents();
     EXPECT_GT(view.height(), before * 2);
 }
@@ -209,8 +244,10 @@ TEST_F(BuildersTest, selectableTextKeepsASelectionWhileItsTextStays) {
         build(selectableText(words(), TextSize::caption, Tone::primary)));
     for (const char* text : {"one", "a b", "a\u00a0b", "a\nb\n", "a\u2029b"}) {
         model.words = text;
+        refreshed();
         view.selectAll();
         model.on = true;
+        refreshed();
         EXPECT_TRUE(view.textCursor().hasSelection()) << text;
     }
 }

@@ -28,9 +28,15 @@ inline QString accessibleName(QWidget* widget) {
     return interface ? interface->text(QAccessible::Name) : QString();
 }
 
+/// Lets what follows the model be brought up to date, as happens before the next turn paints.
+inline void refreshed() {
+    QCoreApplication::sendPostedEvents();
+}
+
 /// The widgets of a class below `root` that its conditions show, in the order of the tree.
 template <class Widget>
 std::vector<Widget*> shown(const QWidget& root) {
+    refreshed();
     std::vector<Widget*> found;
     for (Widget* widget : root.findChildren<Widget*>())
         if (widget->isVisibleTo(&root))

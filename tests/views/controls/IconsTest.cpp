@@ -5,42 +5,27 @@
 #include <QImage>
 #include <QPainter>
 
-#include <string>
-#include <vector>
-
 namespace lumivert {
 namespace {
 
 constexpr Icon all[] = {Icon::photos, Icon::plus, Icon::printer, Icon::terminal, Icon::trash};
 
-TEST(SvgData, readsEachCommand) {
-    const auto path = pathFromSvgData("M 1 2 L 3 4 H 5 V 6 C 1 1 2 2 3.5 -1 Z");
-    ASSERT_TRUE(path);
-    QPainterPath expected(QPointF(1, 2));
-    expected.lineTo(3, 4);
-    expected.lineTo(5, 4);
-    expected.lineTo(5, 6);
-    expected.cubicTo(1, 1, 2, 2, 3.5, -1);
-    expected.closeSubpath();
-    EXPECT_EQ(*path, expected);
-}
-
-TEST(SvgData, refusesWhatItDoesNotKnow) {
-    for (const char* data : {"M 1", "M 1 x", "m 1 2", "A 1 1 0 0 0 2 2", "C 1 2 3 4 5", "1 2"})
-        EXPECT_FALSE(pathFromSvgData(data)) << data;
-}
-
-TEST(SvgData, ofNothingIsEmpty) {
-    EXPECT_TRUE(pathFromSvgData(" ")->isEmpty());
-}
-
 TEST(Icons, lieOnTheirGrid) {
     for (const Icon icon : all) {
-        const QRectF bounds = iconPath(icon).boundingRect();
-        EXPECT_TRUE(QRectF(1, 1, 22, 22).contains(bounds)) << static_cast<int>(icon);
-        EXPECT_GT(bounds.width(), 12) << static_cast<int>(icon);
-        EXPECT_NEAR(bounds.center().x(), 12, 1) << static_cast<int>(icon);
-        EXPECT_NEAR(bounds.center().y(), 12, 1) << static_cast<int>(icon);
+        QImage image(96, 96, QImage::Format_ARGB32_Premultiplied); // four pixels a unit
+        image.fill(Qt::transparent);
+        QPainter painter(&image);
+        paintIcon(painter, icon, image.rect(), Qt::black);
+        painter.end();
+        QRect ink;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                if (image.pixelColor(x, y).alpha() > 128)
+                    ink |= QRect(x, y, 1, 1);
+        EXPECT_TRUE(QRect(2, 2, 92, 92).contains(ink)) << static_cast<int>(icon);
+        EXPECT_GT(ink.width(), 12 * 4) << static_cast<int>(icon);
+        EXPECT_NEAR(ink.center().x(), 48, 4) << static_cast<int>(icon);
+        EXPECT_NEAR(ink.center().y(), 48, 4) << static_cast<int>(icon);
     }
 }
 

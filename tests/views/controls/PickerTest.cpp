@@ -4,7 +4,6 @@
 
 #include <QAbstractItemView>
 #include <QHelpEvent>
-#include <QPushButton>
 #include <QToolTip>
 #include <QWheelEvent>
 
@@ -158,53 +157,6 @@ TEST(ChoiceBinding, takesRawValuesAndNothingElse) {
     scaling.set("actual size");
     EXPECT_EQ(model.scaling.get(), ScalingMode::actualSize);
     EXPECT_EQ(scaling.get(), "Actual Size");
-}
-
-class SegmentedPickerTest : public testing::Test {
-protected:
-    Model model;
-    SegmentedPicker picker{{{"a", "Alpha"}, {"b", "Beta"}}, binding(model.selection)};
-    NotificationCount notifications{model};
-    QList<QPushButton*> buttons = picker.findChildren<QPushButton*>();
-
-    SegmentedPickerTest() { picker.refresh(); }
-};
-
-TEST_F(SegmentedPickerTest, showsTheSelectionWithoutWriting) {
-    ASSERT_EQ(buttons.size(), 2);
-    EXPECT_EQ(buttons[0]->text(), "Alpha");
-    EXPECT_FALSE(buttons[0]->isChecked());
-    EXPECT_TRUE(buttons[1]->isChecked());
-    model.selection = "a";
-    picker.refresh();
-    EXPECT_TRUE(buttons[0]->isChecked());
-    EXPECT_FALSE(buttons[1]->isChecked());
-    EXPECT_EQ(notifications.taken(), 1);
-}
-
-TEST_F(SegmentedPickerTest, writesAPersonsChoiceOnce) {
-    buttons[0]->click();
-    EXPECT_EQ(model.selection.get(), "a");
-    EXPECT_EQ(notifications.taken(), 1);
-    buttons[0]->click();
-    EXPECT_TRUE(buttons[0]->isChecked()) << "one is always down";
-    EXPECT_EQ(notifications.taken(), 0);
-}
-
-TEST_F(SegmentedPickerTest, isARowOfRadioButtonsForAssistiveTechnology) {
-    for (QPushButton* button : buttons) {
-        QAccessibleInterface* interface = QAccessible::queryAccessibleInterface(button);
-        EXPECT_EQ(interface->role(), QAccessible::RadioButton);
-        EXPECT_EQ(interface->state().checked, button->isChecked());
-    }
-}
-
-TEST_F(SegmentedPickerTest, fillsTheChosenSegment) {
-    EXPECT_NE(buttons[1]->palette().color(QPalette::Button),
-              buttons[0]->palette().color(QPalette::Button));
-    const QColor filled = buttons[1]->palette().color(QPalette::Button);
-    buttons[0]->click();
-    EXPECT_EQ(buttons[0]->palette().color(QPalette::Button), filled);
 }
 
 } // namespace

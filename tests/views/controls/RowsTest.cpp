@@ -31,6 +31,7 @@ protected:
     }
 
     std::vector<std::string> names() {
+        refreshed();
         std::vector<std::string> found;
         for (int i = 0; i < holder->layout()->count(); ++i) {
             auto* button = dynamic_cast<QPushButton*>(holder->layout()->itemAt(i)->widget());
@@ -56,6 +57,7 @@ TEST_F(RowsTest, followTheList) {
 TEST_F(RowsTest, stayAsLongAsAnEqualRecordDoes) {
     QWidget* b = holder->layout()->itemAt(1)->widget();
     model.names = {"b", "c", "d"};
+    refreshed();
     EXPECT_EQ(holder->layout()->itemAt(0)->widget(), b);
     EXPECT_EQ(made, 4);
 }

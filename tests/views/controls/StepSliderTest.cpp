@@ -91,6 +91,25 @@ TEST_F(StepSliderTest, leavesAValueBetweenTwoStepsAlone) {
     EXPECT_EQ(notifications.taken(), 0);
 }
 
+TEST_F(StepSliderTest, goesFromBetweenTwoStepsToTheNextOnEitherSide) {
+    model.length = 7.25;
+    slider.refresh(toFifty);
+    QTest::keyClick(&slider, Qt::Key_Right);
+    EXPECT_EQ(model.length.get(), 7.5);
+    model.length = 7.25;
+    slider.refresh(toFifty);
+    QTest::keyClick(&slider, Qt::Key_Left);
+    EXPECT_EQ(model.length.get(), 7);
+    model.length = 60;
+    slider.refresh(toFifty);
+    QTest::keyClick(&slider, Qt::Key_Left);
+    EXPECT_EQ(model.length.get(), 50);
+    model.length = 0.5;
+    slider.refresh({1, 50, 0.5});
+    QTest::keyClick(&slider, Qt::Key_Left);
+    EXPECT_EQ(model.length.get(), 0.5) << "there is none below";
+}
+
 TEST_F(StepSliderTest, leavesAValueBeyondItsEndAlone) {
     model.length = 60;
     notifications.taken();

@@ -1,0 +1,65 @@
+#include "views/controls/FocusRing.h"
+
+#include "views/controls/Appearance.h"
+#include "views/controls/SegmentedPicker.h"
+
+#include <QApplication>
+#include <QFocusFrame>
+#include <QPainter>
+#include <QProxyStyle>
+#include <QStyleOption>
+
+namespace lumivert {
+
+namespace {
+
+/// QFocusFrame follows the widget; how it looks is a matter of its style.
+class RingStyle : public QProxyStyle {
+public:
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                  QStyleHintReturn* data) const override {
+        return hint == SH_FocusFrame_AboveWidget
+                   ? 1
+                   : QProxyStyle::styleHint(hint, option, widget, data);
+    }
+    int pixelMetric(PixelMetric metric, const QStyleOption* option,
+                    const QWidget* widget) const override {
+        return metric == PM_FocusFrameHMargin || metric == PM_FocusFrameVMargin
+                   ? reach
+                   : QProxyStyle::pixelMetric(metric, option, widget);
+    }
+    void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                     const QWidget* widget) const override {
+        if (element != CE_FocusFrame)
+            return QProxyStyle::drawControl(element, option, painter, widget);
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->setPen(QPen(focusColor(QApplication::palette()), penWidth));
+        constexpr double inset = penWidth / 2.0;
+        painter->drawRoundedRect(QRectF(option->rect).adjusted(inset, inset, -inset, -inset),
+                                 controlRadius + inset, controlRadius + inset);
+    }
+
+private:
+    static constexpr int penWidth = 2;
+    static constexpr int reach = penWidth + 1;
+};
+
+} // namespace
+
+void ringFocusIn(QWidget* window) {
+    auto* frame = new QFocusFrame(window);
+    auto* style = new RingStyle;
+    style->setParent(frame);
+    frame->setStyle(style);
+    QObject::connect(qApp, &QApplication::focusChanged, frame,
+                     [frame, window](QWidget*, QWidget* now) {
+                         if (now && now->window() != window)
+                             now = nullptr;
+                         // Segments are one control to the eye.
+                         if (now && qobject_cast<SegmentedPicker*>(now->parentWidget()))
+                             now = now->parentWidget();
+                         frame->setWidget(now);
+                     });
+}
+
+} // namespace lumivert
