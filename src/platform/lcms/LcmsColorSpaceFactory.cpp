@@ -3,12 +3,16 @@
 #include "platform/lcms/LcmsHandles.h"
 
 #include <cstddef>
+#include <cstdint>
 
 namespace lumivert {
 namespace {
 
 // The fields of the header that are looked at (ICC.1, 7.2).
 constexpr std::size_t headerSize = 128;
+constexpr std::size_t sizeOffset = 0;
+constexpr std::size_t classOffset = 12;
+constexpr std::size_t spaceOffset = 16;
 
 constexpr std::size_t largestProfile = std::size_t{64} << 20;
 
@@ -17,15 +21,16 @@ using lcms::Profile;
 using lcms::silentContext;
 using lcms::Transform;
 
-// The size that the header states, in its first four bytes.
-std::size_t statedSize(std::span<const std::byte> bytes) {
-    std::size_t size = 0;
-    for (const std::byte byte : bytes.first(4))
-        size = size << 8 | std::to_integer<std::size_t>(byte);
-    return size;
+// A field as the number that it is: Little CMS gives signatures as values of an enum, which has
+// room for fewer than a file can hold.
+std::uint32_t headerField(std::span<const std::byte> bytes, std::size_t offset) {
+    std::uint32_t number = 0;
+    for (const std::byte byte : bytes.subspan(offset, 4))
+        number = number << 8 | std::to_integer<std::uint32_t>(byte);
+    return number;
 }
 
-int channelsOf(cmsColorSpaceSignature space) {
+int channelsOf(std::uint32_t space) {
     switch (space) {
     case cmsSigGrayData:
         return 1;
@@ -39,7 +44,7 @@ int channelsOf(cmsColorSpaceSignature space) {
     }
 }
 
-bool isDrawableClass(cmsProfileClassSignature profileClass) {
+bool isDrawableClass(std::uint32_t profileClass) {
     return profileClass == cmsSigInputClass || profileClass == cmsSigDisplayClass ||
            profileClass == cmsSigOutputClass || profileClass == cmsSigColorSpaceClass;
 }
@@ -74,8 +79,13 @@ bool hasWayBack(cmsContext context, cmsHPROFILE lab, cmsHPROFILE profile) {
 } // namespace
 
 std::shared_ptr<const ColorSpace> LcmsColorSpaceFactory::fromIccProfile(SharedBytes bytes) {
-    if (bytes.view.size() < headerSize || statedSize(bytes.view) > bytes.view.size() ||
-        bytes.view.size() > largestProfile)
+    if (bytes.view.size() < headerSize || bytes.view.size() > largestProfile ||
+        headerField(bytes.view, sizeOffset) > bytes.view.size())
+        return nullptr;
+    const std::uint32_t profileClass = headerField(bytes.view, classOffset);
+    const std::uint32_t space = headerField(bytes.view, spaceOffset);
+    const int channels = channelsOf(space);
+    if (!isDrawableClass(profileClass) || channels == 0)
         return nullptr;
     const Context context = silentContext();
     if (!context)
@@ -83,13 +93,7 @@ std::shared_ptr<const ColorSpace> LcmsColorSpaceFactory::fromIccProfile(SharedBy
     const Profile profile(cmsOpenProfileFromMemTHR(
         context.get(), bytes.view.data(), static_cast<cmsUInt32Number>(bytes.view.size())));
     const Profile lab(cmsCreateLab4ProfileTHR(context.get(), nullptr));
-    if (!profile || !lab)
-        return nullptr;
-    const cmsProfileClassSignature profileClass = cmsGetDeviceClass(profile.get());
-    const cmsColorSpaceSignature space = cmsGetColorSpace(profile.get());
-    const int channels = channelsOf(space);
-    if (!isDrawableClass(profileClass) || channels == 0 ||
-        !connects(context.get(), profile.get(), lab.get(), INTENT_PERCEPTUAL))
+    if (!profile || !lab || !connects(context.get(), profile.get(), lab.get(), INTENT_PERCEPTUAL))
         return nullptr;
 
     const bool isDestination = profileClass != cmsSigInputClass && space != cmsSigLabData &&

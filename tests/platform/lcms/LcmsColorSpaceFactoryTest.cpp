@@ -91,7 +91,8 @@ TEST(LcmsColorSpaceFactory, whatAPageCannotDrawInIsNoColourSpace) {
     }
     EXPECT_FALSE(build(deviceLink()));
     EXPECT_FALSE(build(labAbstractProfile()));
-    for (const char* space : {"2CLR", "3CLR", "4CLR", "5CLR", "8CLR", "CMY ", "XYZ ", "HSV "}) {
+    for (const char* space :
+         {"2CLR", "3CLR", "4CLR", "5CLR", "8CLR", "CMY ", "XYZ ", "HSV ", "\xff\xff\xff\xff"}) {
         Bytes bytes = rgbProfile();
         patch(bytes, spaceOffset, space);
         EXPECT_FALSE(build(bytes)) << space;
