@@ -10,7 +10,7 @@ namespace lumivert {
 class LumivertApp;
 
 /// How the desktop starts the program, hands files to it and brings it forward: the interface
-/// org.freedesktop.Application (Desktop Entry Specification, D-Bus Activation) on the user's bus,
+/// org.freedesktop.Application (the desktop entry standard, D-Bus activation) on the user's bus,
 /// under the program's id. Where there is no bus, nothing of it happens. Main thread.
 class DesktopApplication : public QObject {
     Q_OBJECT

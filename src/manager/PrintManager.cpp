@@ -7,8 +7,6 @@
 
 #include <algorithm>
 
-#include <algorithm>
-
 namespace lumivert {
 
 PrintManager::PrintManager(const Platform& platform)

@@ -1,7 +1,7 @@
 #include "views/controls/Presentation.h"
 
-#include "views/controls/ControlFixture.h"
 #include "views/controls/Alert.h"
+#include "views/controls/ControlFixture.h"
 
 #include <QDialogButtonBox>
 #include <QLineEdit>
