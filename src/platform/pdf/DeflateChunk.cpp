@@ -13,21 +13,6 @@ unsigned char* isalBytes(std::byte* bytes) {
     return reinterpret_cast<unsigned char*>(bytes);
 }
 
-// Huffman codes from eight stretches of the bytes: within 1 % of what codes from all would save.
-isal_hufftables codesFor(std::span<std::byte> bytes) {
-    constexpr std::size_t stretch = 8192;
-    isal_huff_histogram histogram{};
-    const std::size_t step = std::max(bytes.size() / 8, stretch);
-    for (std::size_t at = 0; at < bytes.size(); at += step) {
-        const auto sample = bytes.subspan(at, std::min(stretch, bytes.size() - at));
-        isal_update_histogram(isalBytes(sample.data()), static_cast<int>(sample.size()),
-                              &histogram);
-    }
-    isal_hufftables codes{};
-    isal_create_hufftables(&codes, &histogram);
-    return codes;
-}
-
 } // namespace
 
 void predictUp(std::span<const std::byte> rows, std::size_t bytesPerRow,
@@ -64,12 +49,14 @@ DeflatedPiece deflateChunk(std::span<const std::byte> rows, std::size_t bytesPer
     predicted.resize(length);
     predictUp(rows, bytesPerRow, predicted);
 
-    const isal_hufftables codes = codesFor(predicted);
+    Bytes workspace(ISAL_DEF_LVL1_DEFAULT);
     isal_zstream stream{};
     isal_deflate_init(&stream);
-    // Level 0: grain leaves little to match, and level 1 takes a fifth longer.
-    stream.level = 0;
-    stream.hufftables = const_cast<isal_hufftables*>(&codes);
+    // Level 1 makes codes of its own for each block. With level 0 and the codes of
+    // isal_create_hufftables(), cropped smooth photos came out of Poppler as noise.
+    stream.level = 1;
+    stream.level_buf = isalBytes(workspace.data());
+    stream.level_buf_size = static_cast<std::uint32_t>(workspace.size());
     stream.gzip_flag = IGZIP_DEFLATE;
     stream.flush = FULL_FLUSH;
     stream.end_of_stream = last ? 1 : 0;

@@ -181,7 +181,7 @@ TEST(DeflateChunk, checksumsCombineAsIfTheBytesWereOne) {
     }
 }
 
-TEST(DeflateChunk, codesBytesThatTheSampleDidNotHold) {
+TEST(DeflateChunk, codesBytesThatStandInOnePlaceOnly) {
     // 255 stands only where the sample does not look.
     const RowFormat format{{1000, 300}, 3, 8, {}};
     Bytes rows = grainyRows(format, 40);
