@@ -123,7 +123,8 @@ TEST_F(LanguageTest, letsThePrintSystemsToolsSpeakEnglishInUtf8) {
                       fakes::FakePlatform fakes;
                       PrintManager manager({processes, fakes.files, fakes.preferences, fakes.images,
                                             fakes.colorSpaces, fakes.pdf, fakes.dispatcher,
-                                            fakes.desktop, fakes.uuids, fakes.console});
+                                            fakes.platform.openFile, fakes.platform.randomUuid,
+                                            fakes.platform.writeLine});
                       const std::vector<Printer> found = manager.availablePrinters;
                       EXPECT_THAT(found, testing::ElementsAre(Printer{"Photo_A3", "Photo_A3"},
                                                               Printer{"Studio_B", "Studio_B"}));

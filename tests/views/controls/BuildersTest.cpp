@@ -196,7 +196,9 @@ TEST_F(BuildersTest, dividerIsQuiet) {
 }
 
 TEST_F(BuildersTest, elidedTextKeepsToItsWidthAndTellsTheWholeInItsToolTip) {
-    model.words = std::string(200, 'x') + ".jpg";
+    std::string name(200, 'x');
+    name.append(".jpg");
+    model.words = name;
     refreshed();
     auto& label = dynamic_cast<QLabel&>(build(elidedText(words(), TextSize::headline)));
     EXPECT_EQ(root->width(), 270);
