@@ -3,10 +3,10 @@
 #include "app/updates/UpdateDialog.h"
 #include "platform/cups/PrintSystemFiles.h"
 #include "platform/decoder/DecoderClient.h"
-#include "platform/lcms/LcmsColorSpaceFactory.h"
+#include "platform/lcms/LcmsColorSpace.h"
 #include "platform/lcms/LcmsScreenConversion.h"
 #include "platform/packagekit/PackageKitEngine.h"
-#include "platform/pdf/PdfFileContextFactory.h"
+#include "platform/pdf/PdfPageContext.h"
 #include "platform/posix/PosixProcessRunner.h"
 #include "platform/posix/RandomUuid.h"
 #include "platform/posix/StandardOutput.h"
@@ -55,8 +55,6 @@ struct SystemServices::Owned {
     PosixProcessRunner processes;
     PrintSystemFiles files;
     QtPreferencesStore preferences;
-    LcmsColorSpaceFactory colorSpaces;
-    PdfFileContextFactory pdf;
     DesktopScreenColors screens{desktopProfiles(), lcmsScreenConversion};
     UpdateDialog updateDialog;
     QtUpdateClock updateClock;
@@ -77,9 +75,10 @@ AppServices SystemServices::appServices() {
         .platform = {.processes = owned.processes,
                      .files = owned.files,
                      .preferences = owned.preferences,
-                     .images = owned.decoder,
-                     .colorSpaces = owned.colorSpaces,
-                     .pdf = owned.pdf,
+                     .decodeImage =
+                         [&owned](const FileUrl& url) { return owned.decoder.decode(url); },
+                     .colorSpaceFromProfile = colorSpaceFromIccProfile,
+                     .createPdf = createPdfFile,
                      .dispatcher = owned.dispatcher,
                      .openFile = openFile,
                      .randomUuid = randomUuid,

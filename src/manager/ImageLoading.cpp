@@ -5,7 +5,7 @@ namespace lumivert {
 
 void PrintManager::loadImage(const FileUrl& from) {
     const FileUrl url = from; // the caller's may be a property that an observer replaces
-    auto decoded = m_platform.images.decode(url);
+    auto decoded = m_platform.decodeImage(url);
     if (!decoded)
         return;
     imageURL = url;

@@ -48,7 +48,7 @@ std::shared_ptr<const ColorSpace> PrintManager::chosenColorSpace() const {
     // Building one takes up to 40 ms.
     if (!m_chosenColorSpace || !std::ranges::equal(bytes, m_chosenColorSpace->profile.view))
         m_chosenColorSpace =
-            m_platform.colorSpaces.fromIccProfile(sharedBytes(Bytes(bytes.begin(), bytes.end())));
+            m_platform.colorSpaceFromProfile(sharedBytes(Bytes(bytes.begin(), bytes.end())));
     return m_chosenColorSpace;
 }
 
@@ -59,7 +59,7 @@ bool PrintManager::renderPage(const std::string& path) const {
                           pointsFromMillimetres(paper.heightMM)};
     const Margins marginPoints = pointsFromMillimetres(effectiveMargins());
 
-    const auto context = m_platform.pdf.create(path);
+    const auto context = m_platform.createPdf(path);
     if (!context)
         return false;
     context->beginPage({0, 0, page.width, page.height});

@@ -24,14 +24,4 @@ struct ColorTarget {
     RenderingIntent intent{}; ///< perceptual unless stated
 };
 
-/// Builds colour spaces. Any thread.
-class ColorSpaceFactory {
-public:
-    virtual ~ColorSpaceFactory() = default;
-
-    /// Null where the bytes are no ICC profile, or one that a page cannot draw in: a device link, a
-    /// named colour or abstract profile, or one of 2 or more than 4 channels.
-    [[nodiscard]] virtual std::shared_ptr<const ColorSpace> fromIccProfile(SharedBytes bytes) = 0;
-};
-
 } // namespace lumivert

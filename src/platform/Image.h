@@ -11,8 +11,6 @@
 
 namespace lumivert {
 
-class FileUrl;
-
 /// A photo small enough for the screen, upright, in sRGB: rows of 32-bit words 0xffRRGGBB in the
 /// machine's byte order, without padding between rows.
 struct ScreenRendition {
@@ -45,16 +43,6 @@ public:
 
     /// The photo at its natural resolution; null when none can be had.
     [[nodiscard]] virtual std::shared_ptr<const Bitmap> bitmap() const = 0;
-};
-
-/// Turns files into images. Main thread.
-class ImageDecoder {
-public:
-    virtual ~ImageDecoder() = default;
-
-    /// Reads and decodes the file, as far as the screen needs it. Null for a file that cannot be
-    /// read, is no photo, or has no pixels.
-    [[nodiscard]] virtual std::shared_ptr<const Image> decode(const FileUrl& url) = 0;
 };
 
 } // namespace lumivert

@@ -5,7 +5,6 @@
 #include "platform/Geometry.h"
 
 #include <memory>
-#include <string>
 
 namespace lumivert {
 
@@ -44,15 +43,6 @@ public:
 
     /// Finishes the file. False when anything since the creation failed: the file is gone then.
     [[nodiscard]] virtual bool close() = 0;
-};
-
-/// Creates PDF documents. Any thread.
-class PdfContextFactory {
-public:
-    virtual ~PdfContextFactory() = default;
-
-    /// Creates the file at `path`, readable by the user alone; null when it cannot be.
-    [[nodiscard]] virtual std::unique_ptr<PdfContext> create(const std::string& path) = 0;
 };
 
 } // namespace lumivert

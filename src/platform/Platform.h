@@ -1,17 +1,20 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 
 namespace lumivert {
 
-class ColorSpaceFactory;
 class Dispatcher;
 class FileSystem;
-class ImageDecoder;
-class PdfContextFactory;
+class FileUrl;
+class Image;
+class PdfContext;
 class PreferencesStore;
 class ProcessRunner;
+struct ColorSpace;
+struct SharedBytes;
 struct Uuid;
 
 /// Every way in which the program's state object reaches the world. The services are borrowed: they
@@ -20,9 +23,14 @@ struct Platform {
     ProcessRunner& processes;
     FileSystem& files;
     PreferencesStore& preferences;
-    ImageDecoder& images;
-    ColorSpaceFactory& colorSpaces;
-    PdfContextFactory& pdf;
+    /// Reads and decodes the file, as far as the screen needs it. Null for a file that cannot be
+    /// read, is no photo, or has no pixels.
+    std::function<std::shared_ptr<const Image>(const FileUrl& url)> decodeImage;
+    /// Null where the bytes are no ICC profile, or one that a page cannot draw in: a device link, a
+    /// named colour or abstract profile, or one of 2 or more than 4 channels.
+    std::function<std::shared_ptr<const ColorSpace>(SharedBytes bytes)> colorSpaceFromProfile;
+    /// Creates the file at `path`, readable by the user alone; null when it cannot be.
+    std::function<std::unique_ptr<PdfContext>(const std::string& path)> createPdf;
     Dispatcher& dispatcher;
     /// Opens the file with the desktop's default viewer for it, without waiting for the viewer.
     std::function<void(const std::string& path)> openFile;

@@ -121,10 +121,11 @@ TEST_F(LanguageTest, letsThePrintSystemsToolsSpeakEnglishInUtf8) {
                       const Language language;
                       PosixProcessRunner processes;
                       fakes::FakePlatform fakes;
-                      PrintManager manager({processes, fakes.files, fakes.preferences, fakes.images,
-                                            fakes.colorSpaces, fakes.pdf, fakes.dispatcher,
-                                            fakes.platform.openFile, fakes.platform.randomUuid,
-                                            fakes.platform.writeLine});
+                      PrintManager manager(
+                          {processes, fakes.files, fakes.preferences, fakes.platform.decodeImage,
+                           fakes.platform.colorSpaceFromProfile, fakes.platform.createPdf,
+                           fakes.dispatcher, fakes.platform.openFile, fakes.platform.randomUuid,
+                           fakes.platform.writeLine});
                       const std::vector<Printer> found = manager.availablePrinters;
                       EXPECT_THAT(found, testing::ElementsAre(Printer{"Photo_A3", "Photo_A3"},
                                                               Printer{"Studio_B", "Studio_B"}));

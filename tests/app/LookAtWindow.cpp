@@ -69,10 +69,16 @@ void lookAt(const Look& look, const QStringList& photos, const AppServices& serv
     fakes::FakePlatform fakes;
     addQueue(fakes);
     const auto& made = fakes.platform;
-    const Platform platform{
-        made.processes,   made.files,    made.preferences, services.platform.images,
-        made.colorSpaces, made.pdf,      made.dispatcher,  made.openFile,
-        made.randomUuid,  made.writeLine};
+    const Platform platform{made.processes,
+                            made.files,
+                            made.preferences,
+                            services.platform.decodeImage,
+                            made.colorSpaceFromProfile,
+                            made.createPdf,
+                            made.dispatcher,
+                            made.openFile,
+                            made.randomUuid,
+                            made.writeLine};
     LumivertApp app({.platform = platform,
                      .updates = services.updates,
                      .providersOf = services.providersOf,

@@ -1,6 +1,8 @@
 #include "colour/PaperChain.h"
 
 #include "platform/Platform.h"
+#include "platform/lcms/LcmsColorSpace.h"
+#include "platform/pdf/PdfPageContext.h"
 #include "platform/posix/RandomUuid.h"
 
 #include <stdexcept>
@@ -13,8 +15,10 @@ PaperChain::PaperChain()
     addQueue("grey", "Gray");
     addQueue("inks", "CMYK");
     m_manager = std::make_unique<PrintManager>(Platform{
-        m_processes, m_files, m_preferences, m_images, m_colorSpaces, m_pdf, m_dispatcher,
-        [this](const std::string& path) { m_page = path; }, randomUuid, [](const std::string&) {}});
+        m_processes, m_files, m_preferences,
+        [this](const FileUrl& url) { return m_images.decode(url); }, colorSpaceFromIccProfile,
+        createPdfFile, m_dispatcher, [this](const std::string& path) { m_page = path; }, randomUuid,
+        [](const std::string&) {}});
 }
 
 PaperChain& PaperChain::shared() {

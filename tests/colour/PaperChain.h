@@ -4,8 +4,6 @@
 #include "fakes/FakeServices.h"
 #include "manager/PrintManager.h"
 #include "platform/decoder/DecoderClient.h"
-#include "platform/lcms/LcmsColorSpaceFactory.h"
-#include "platform/pdf/PdfFileContextFactory.h"
 #include "platform/posix/PosixFileSystem.h"
 #include "platform/posix/PosixProcessRunner.h"
 #include "support/PrivateScheduler.h"
@@ -71,8 +69,6 @@ private:
     PosixFileSystem m_realFiles;
     RedirectedFileSystem m_files{m_realFiles, "/etc/cups/ppd/", m_scheduler.ppdFolder()};
     DecoderClient m_images;
-    LcmsColorSpaceFactory m_colorSpaces;
-    PdfFileContextFactory m_pdf;
     fakes::FakePreferencesStore m_preferences;
     fakes::FakeDispatcher m_dispatcher;
     std::string m_page; // what the viewer was given

@@ -78,9 +78,9 @@ private:
     bool m_closes;
 };
 
-class FakePdfContextFactory : public PdfContextFactory {
+class FakePdfContextFactory {
 public:
-    std::unique_ptr<PdfContext> create(const std::string& path) override {
+    std::unique_ptr<PdfContext> create(const std::string& path) {
         if (willCreate)
             willCreate();
         if (!creates)
@@ -98,19 +98,16 @@ public:
 
 /// Takes bytes that begin with "profile" for an RGB destination, "grey profile" for a grey one and
 /// "input profile" for one that is no destination.
-class FakeColorSpaceFactory : public ColorSpaceFactory {
-public:
-    std::shared_ptr<const ColorSpace> fromIccProfile(SharedBytes bytes) override {
-        const std::string_view text(reinterpret_cast<const char*>(bytes.view.data()),
-                                    bytes.view.size());
-        if (text.starts_with("profile"))
-            return std::make_shared<ColorSpace>(ColorSpace{bytes, 3, true});
-        if (text.starts_with("grey profile"))
-            return std::make_shared<ColorSpace>(ColorSpace{bytes, 1, true});
-        if (text.starts_with("input profile"))
-            return std::make_shared<ColorSpace>(ColorSpace{bytes, 3, false});
-        return nullptr;
-    }
-};
+inline std::shared_ptr<const ColorSpace> fakeColorSpace(SharedBytes bytes) {
+    const std::string_view text(reinterpret_cast<const char*>(bytes.view.data()),
+                                bytes.view.size());
+    if (text.starts_with("profile"))
+        return std::make_shared<ColorSpace>(ColorSpace{bytes, 3, true});
+    if (text.starts_with("grey profile"))
+        return std::make_shared<ColorSpace>(ColorSpace{bytes, 1, true});
+    if (text.starts_with("input profile"))
+        return std::make_shared<ColorSpace>(ColorSpace{bytes, 3, false});
+    return nullptr;
+}
 
 } // namespace lumivert::fakes

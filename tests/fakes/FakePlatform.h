@@ -18,7 +18,6 @@ struct FakePlatform {
     FakeFileSystem files;
     FakePreferencesStore preferences;
     FakeImageDecoder images;
-    FakeColorSpaceFactory colorSpaces;
     FakePdfContextFactory pdf;
     FakeDispatcher dispatcher;
     /// What the desktop's viewer was given, and what was written to standard output.
@@ -31,9 +30,9 @@ struct FakePlatform {
         .processes = processes,
         .files = files,
         .preferences = preferences,
-        .images = images,
-        .colorSpaces = colorSpaces,
-        .pdf = pdf,
+        .decodeImage = [this](const FileUrl& url) { return images.decode(url); },
+        .colorSpaceFromProfile = fakeColorSpace,
+        .createPdf = [this](const std::string& path) { return pdf.create(path); },
         .dispatcher = dispatcher,
         .openFile = [this](const std::string& path) { opened.push_back(path); },
         .randomUuid =

@@ -97,9 +97,9 @@ public:
 };
 
 /// Hands out the image registered for a path.
-class FakeImageDecoder : public ImageDecoder {
+class FakeImageDecoder {
 public:
-    std::shared_ptr<const Image> decode(const FileUrl& url) override {
+    std::shared_ptr<const Image> decode(const FileUrl& url) {
         if (willDecode)
             willDecode();
         decoded.push_back(url.path());

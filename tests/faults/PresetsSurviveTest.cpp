@@ -48,8 +48,16 @@ public:
 private:
     Platform platform() {
         const Platform& made = m_world.platform;
-        return {made.processes, made.files,      m_store,       made.images, made.colorSpaces,
-                made.pdf,       made.dispatcher, made.openFile, randomUuid,  made.writeLine};
+        return {made.processes,
+                made.files,
+                m_store,
+                made.decodeImage,
+                made.colorSpaceFromProfile,
+                made.createPdf,
+                made.dispatcher,
+                made.openFile,
+                randomUuid,
+                made.writeLine};
     }
 
     fakes::FakePlatform m_world;

@@ -31,9 +31,9 @@ PrintWorld::PrintWorld(PrivateScheduler& given)
 
     const Platform platform = m_services->platform();
     m_manager = std::make_unique<PrintManager>(
-        Platform{processes, platform.files, platform.preferences, platform.images,
-                 platform.colorSpaces, platform.pdf, platform.dispatcher, platform.openFile,
-                 platform.randomUuid, [](const std::string&) {}});
+        Platform{processes, platform.files, platform.preferences, platform.decodeImage,
+                 platform.colorSpaceFromProfile, platform.createPdf, platform.dispatcher,
+                 platform.openFile, platform.randomUuid, [](const std::string&) {}});
     m_manager->selectedICCProfileID = profile;
     m_manager->loadImage(FileUrl::fromPath(photo));
     if (!*m_manager->image || m_manager->selectedICCProfile().path != profile ||

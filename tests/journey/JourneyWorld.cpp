@@ -1,5 +1,7 @@
 #include "journey/JourneyWorld.h"
 
+#include "platform/lcms/LcmsColorSpace.h"
+#include "platform/pdf/PdfPageContext.h"
 #include "platform/posix/RandomUuid.h"
 #include "platform/posix/StandardOutput.h"
 #include "platform/qt/MimeItemProviders.h"
@@ -12,11 +14,16 @@ JourneyWorld::JourneyWorld(const TemporaryFolder& folder, const std::string& ppd
     , images({.path = LUMIVERT_DECODER, .screenEdge = [] { return 2048; }}) {}
 
 Platform JourneyWorld::platform() {
-    return {processes,   files,
-            preferences, images,
-            colorSpaces, pdf,
-            dispatcher,  [this](const std::string& path) { opened.push_back(path); },
-            randomUuid,  writeLine};
+    return {processes,
+            files,
+            preferences,
+            [this](const FileUrl& url) { return images.decode(url); },
+            colorSpaceFromIccProfile,
+            createPdfFile,
+            dispatcher,
+            [this](const std::string& path) { opened.push_back(path); },
+            randomUuid,
+            writeLine};
 }
 
 AppServices JourneyWorld::appServices() {

@@ -3,8 +3,6 @@
 #include "app/LumivertApp.h"
 #include "fakes/FakeUpdates.h"
 #include "platform/decoder/DecoderClient.h"
-#include "platform/lcms/LcmsColorSpaceFactory.h"
-#include "platform/pdf/PdfFileContextFactory.h"
 #include "platform/posix/PosixFileSystem.h"
 #include "platform/posix/PosixProcessRunner.h"
 #include "platform/qt/QtDispatcher.h"
@@ -27,8 +25,6 @@ struct JourneyWorld {
     PosixFileSystem realFiles;
     RedirectedFileSystem files;
     QtPreferencesStore preferences;
-    LcmsColorSpaceFactory colorSpaces;
-    PdfFileContextFactory pdf;
     /// What the desktop's viewer would have been given.
     std::vector<std::string> opened;
     fakes::FakeUpdateEngine updateEngine;

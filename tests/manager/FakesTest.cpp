@@ -103,10 +103,9 @@ TEST(FakePdf, writesDownWhatIsDrawnAndWhenItIsReleased) {
 }
 
 TEST(FakeColorSpaces, knowFourKindsOfBytes) {
-    fakes::FakeColorSpaceFactory factory;
     const auto spaceOf = [&](std::string_view text) {
         const auto bytes = std::as_bytes(std::span(text));
-        return factory.fromIccProfile(sharedBytes(Bytes(bytes.begin(), bytes.end())));
+        return fakes::fakeColorSpace(sharedBytes(Bytes(bytes.begin(), bytes.end())));
     };
     EXPECT_EQ(spaceOf("profile x")->channels, 3);
     EXPECT_TRUE(spaceOf("profile x")->isDestination);

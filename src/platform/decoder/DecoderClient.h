@@ -5,20 +5,24 @@
 
 namespace lumivert {
 
+class FileUrl;
+
 /// Decodes photos in processes of their own: whatever a file does to its decoder, the program sees
 /// no more than an image that did not decode. Main thread. Images may outlive the client; rows and
 /// streams are still to be had from them then, soft proofs are not.
-class DecoderClient : public ImageDecoder {
+class DecoderClient {
 public:
     explicit DecoderClient(DecoderOptions options);
     /// Waits for a soft proof that is being made, and ends the spare decoder.
-    ~DecoderClient() override;
+    ~DecoderClient();
 
     /// Starts a decoder that waits for the first photo, unless one waits. It takes the system about
     /// 1 ms here, and a second core 50 ms: best called once the first window has been painted.
     void prepareSpare();
 
-    [[nodiscard]] std::shared_ptr<const Image> decode(const FileUrl& url) override;
+    /// Reads and decodes the file, as far as the screen needs it. Null for a file that cannot be
+    /// read, is no photo, or has no pixels.
+    [[nodiscard]] std::shared_ptr<const Image> decode(const FileUrl& url);
 
 private:
     std::shared_ptr<DecoderService> m_service;

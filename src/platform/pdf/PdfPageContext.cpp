@@ -7,6 +7,7 @@
 #include <cmath>
 #include <new>
 #include <string_view>
+#include <utility>
 
 namespace lumivert {
 namespace {
@@ -155,6 +156,11 @@ bool PdfPageContext::close() {
     const int catalog = m_file->newObject();
     m_file->writeObject(catalog, "<< /Type /Catalog /Pages " + pdfReference(m_pages) + " >>");
     return m_file->finish(catalog);
+}
+
+std::unique_ptr<PdfContext> createPdfFile(const std::string& path) {
+    auto file = PdfFile::create(path);
+    return file ? std::make_unique<PdfPageContext>(std::move(file)) : nullptr;
 }
 
 } // namespace lumivert

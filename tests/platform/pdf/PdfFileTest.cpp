@@ -1,7 +1,7 @@
 #include "platform/pdf/PdfFile.h"
 
 #include "fakes/FakeBitmap.h"
-#include "platform/pdf/PdfFileContextFactory.h"
+#include "platform/pdf/PdfPageContext.h"
 #include "platform/pdf/PdfTestTools.h"
 
 #include <gmock/gmock.h>
@@ -78,7 +78,7 @@ TEST(PdfFile, isNotHandedToOtherPrograms) {
 TEST(PdfFile, cannotBeCreatedWithoutItsFolder) {
     const TemporaryFolder folder;
     EXPECT_FALSE(PdfFile::create(folder.path("missing/a.pdf")));
-    EXPECT_FALSE(PdfFileContextFactory().create(folder.path("missing/a.pdf")));
+    EXPECT_FALSE(createPdfFile(folder.path("missing/a.pdf")));
 }
 
 TEST(PdfFile, leavesAFileThatExistsAlone) {
@@ -121,7 +121,7 @@ TEST(PdfFile, isRemovedWhenItIsNotFinished) {
     EXPECT_FALSE(folder.isEmpty());
     file.reset();
     EXPECT_TRUE(folder.isEmpty());
-    auto context = PdfFileContextFactory().create(folder.path("b.pdf"));
+    auto context = createPdfFile(folder.path("b.pdf"));
     context->beginPage({0, 0, 10, 10});
     context->endPage();
     context.reset();

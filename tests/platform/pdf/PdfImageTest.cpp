@@ -1,5 +1,5 @@
 #include "fakes/FakeBitmap.h"
-#include "platform/pdf/PdfFileContextFactory.h"
+#include "platform/pdf/PdfPageContext.h"
 #include "platform/pdf/PdfTestTools.h"
 #include "platform/pdf/TestJpeg.h"
 

@@ -1,6 +1,7 @@
+#include "platform/pdf/PdfPageContext.h"
+
 #include "fakes/FakeBitmap.h"
 #include "model/Models.h"
-#include "platform/pdf/PdfFileContextFactory.h"
 #include "platform/pdf/PdfTestTools.h"
 
 #include <gmock/gmock.h>
@@ -51,7 +52,7 @@ TEST_F(PdfPageContextTest, anEmptyPageIsAFileWithoutFault) {
 
 TEST_F(PdfPageContextTest, thePageCarriesJustItsMediaBox) {
     const std::string path = folder.path("a4.pdf");
-    const auto context = PdfFileContextFactory().create(path);
+    const auto context = createPdfFile(path);
     context->beginPage({0, 0, 210 * 72.0 / 25.4, 297 * 72.0 / 25.4});
     context->endPage();
     ASSERT_TRUE(context->close());
@@ -238,7 +239,7 @@ TEST_F(PdfPageContextTest, aPhotoLargerThanThePageIsDrawnWhole) {
 
 TEST_F(PdfPageContextTest, aPageThatWasNotEndedIsNoFile) {
     const std::string path = folder.path("open.pdf");
-    auto context = PdfFileContextFactory().create(path);
+    auto context = createPdfFile(path);
     context->beginPage({0, 0, 100, 100});
     EXPECT_FALSE(context->close());
     EXPECT_FALSE(std::filesystem::exists(path));

@@ -1,6 +1,6 @@
 #include "platform/pdf/PdfTestTools.h"
 
-#include "platform/pdf/PdfFileContextFactory.h"
+#include "platform/pdf/PdfPageContext.h"
 
 #include <gtest/gtest.h>
 
@@ -46,7 +46,7 @@ std::string readFileText(const std::string& path) {
 }
 
 std::string writePage(const std::string& path, const std::function<void(PdfContext&)>& draw) {
-    const auto context = PdfFileContextFactory().create(path);
+    const auto context = createPdfFile(path);
     if (!context)
         return {};
     context->beginPage({0, 0, 100, 200});

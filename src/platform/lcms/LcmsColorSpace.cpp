@@ -1,4 +1,4 @@
-#include "platform/lcms/LcmsColorSpaceFactory.h"
+#include "platform/lcms/LcmsColorSpace.h"
 
 #include "platform/lcms/LcmsHandles.h"
 
@@ -78,7 +78,7 @@ bool hasWayBack(cmsContext context, cmsHPROFILE lab, cmsHPROFILE profile) {
 
 } // namespace
 
-std::shared_ptr<const ColorSpace> LcmsColorSpaceFactory::fromIccProfile(SharedBytes bytes) {
+std::shared_ptr<const ColorSpace> colorSpaceFromIccProfile(SharedBytes bytes) {
     if (bytes.view.size() < headerSize || bytes.view.size() > largestProfile ||
         headerField(bytes.view, sizeOffset) > bytes.view.size())
         return nullptr;

@@ -1,4 +1,4 @@
-#include "platform/lcms/LcmsColorSpaceFactory.h"
+#include "platform/lcms/LcmsColorSpace.h"
 
 #include "platform/lcms/TestProfiles.h"
 
@@ -13,7 +13,7 @@ namespace lumivert {
 namespace {
 
 std::shared_ptr<const ColorSpace> build(const Bytes& bytes) {
-    return LcmsColorSpaceFactory().fromIccProfile(sharedBytes(bytes));
+    return colorSpaceFromIccProfile(sharedBytes(bytes));
 }
 
 void patch(Bytes& bytes, std::size_t offset, const std::string& text) {
@@ -24,43 +24,43 @@ void patch(Bytes& bytes, std::size_t offset, const std::string& text) {
 constexpr std::size_t classOffset = 12; // ICC.1, 7.2
 constexpr std::size_t spaceOffset = 16;
 
-TEST(LcmsColorSpaceFactory, anRgbDisplayProfileIsADestination) {
+TEST(LcmsColorSpace, anRgbDisplayProfileIsADestination) {
     const auto space = build(rgbProfile());
     ASSERT_TRUE(space);
     EXPECT_EQ(space->channels, 3);
     EXPECT_TRUE(space->isDestination);
 }
 
-TEST(LcmsColorSpaceFactory, keepsTheBytesAsTheyAre) {
+TEST(LcmsColorSpace, keepsTheBytesAsTheyAre) {
     const SharedBytes bytes = sharedBytes(rgbProfile());
-    const auto space = LcmsColorSpaceFactory().fromIccProfile(bytes);
+    const auto space = colorSpaceFromIccProfile(bytes);
     ASSERT_TRUE(space);
     EXPECT_EQ(space->profile.view.data(), bytes.view.data());
     EXPECT_EQ(space->profile.view.size(), bytes.view.size());
 }
 
-TEST(LcmsColorSpaceFactory, aGreyProfileIsADestination) {
+TEST(LcmsColorSpace, aGreyProfileIsADestination) {
     const auto space = build(greyProfile());
     ASSERT_TRUE(space);
     EXPECT_EQ(space->channels, 1);
     EXPECT_TRUE(space->isDestination);
 }
 
-TEST(LcmsColorSpaceFactory, aCmykOutputProfileWithTablesBothWaysIsADestination) {
+TEST(LcmsColorSpace, aCmykOutputProfileWithTablesBothWaysIsADestination) {
     const auto space = build(cmykProfile(TablesOf::bothWays));
     ASSERT_TRUE(space);
     EXPECT_EQ(space->channels, 4);
     EXPECT_TRUE(space->isDestination);
 }
 
-TEST(LcmsColorSpaceFactory, withoutTheWayBackItIsNoDestination) {
+TEST(LcmsColorSpace, withoutTheWayBackItIsNoDestination) {
     const auto space = build(cmykProfile(TablesOf::thereOnly));
     ASSERT_TRUE(space);
     EXPECT_EQ(space->channels, 4);
     EXPECT_FALSE(space->isDestination);
 }
 
-TEST(LcmsColorSpaceFactory, anInputProfileIsNoDestination) {
+TEST(LcmsColorSpace, anInputProfileIsNoDestination) {
     Bytes bytes = rgbProfile();
     patch(bytes, classOffset, "scnr");
     const auto space = build(bytes);
@@ -68,7 +68,7 @@ TEST(LcmsColorSpaceFactory, anInputProfileIsNoDestination) {
     EXPECT_FALSE(space->isDestination);
 }
 
-TEST(LcmsColorSpaceFactory, aColourSpaceProfileIsADestination) {
+TEST(LcmsColorSpace, aColourSpaceProfileIsADestination) {
     Bytes bytes = rgbProfile();
     patch(bytes, classOffset, "spac");
     const auto space = build(bytes);
@@ -76,14 +76,14 @@ TEST(LcmsColorSpaceFactory, aColourSpaceProfileIsADestination) {
     EXPECT_TRUE(space->isDestination);
 }
 
-TEST(LcmsColorSpaceFactory, labHasNoDeviceNumbersToConvertInto) {
+TEST(LcmsColorSpace, labHasNoDeviceNumbersToConvertInto) {
     const auto space = build(labColorSpaceProfile());
     ASSERT_TRUE(space);
     EXPECT_EQ(space->channels, 3);
     EXPECT_FALSE(space->isDestination);
 }
 
-TEST(LcmsColorSpaceFactory, whatAPageCannotDrawInIsNoColourSpace) {
+TEST(LcmsColorSpace, whatAPageCannotDrawInIsNoColourSpace) {
     for (const char* profileClass : {"link", "abst", "nmcl", "xxxx"}) {
         Bytes bytes = rgbProfile();
         patch(bytes, classOffset, profileClass);
@@ -99,20 +99,20 @@ TEST(LcmsColorSpaceFactory, whatAPageCannotDrawInIsNoColourSpace) {
     }
 }
 
-TEST(LcmsColorSpaceFactory, aProfileWithoutItsTagsIsNoColourSpace) {
+TEST(LcmsColorSpace, aProfileWithoutItsTagsIsNoColourSpace) {
     EXPECT_TRUE(build(rgbProfile()));
     for (const std::string tag : {"rXYZ", "gTRC"})
         EXPECT_FALSE(build(withoutTag(rgbProfile(), tag))) << tag;
 }
 
-TEST(LcmsColorSpaceFactory, otherBytesAreNoColourSpace) {
+TEST(LcmsColorSpace, otherBytesAreNoColourSpace) {
     EXPECT_FALSE(build({}));
     EXPECT_FALSE(build(Bytes(1)));
     EXPECT_FALSE(build(Bytes(128)));
     EXPECT_FALSE(build(Bytes(100000, std::byte{0xff})));
 }
 
-TEST(LcmsColorSpaceFactory, aProfileThatBreaksOffIsNoColourSpace) {
+TEST(LcmsColorSpace, aProfileThatBreaksOffIsNoColourSpace) {
     const Bytes whole = rgbProfile();
     ASSERT_LT(whole.size(), 4000U);
     for (std::size_t length = 0; length < whole.size(); ++length) {
@@ -125,7 +125,7 @@ TEST(LcmsColorSpaceFactory, aProfileThatBreaksOffIsNoColourSpace) {
 }
 
 // Here the stated size is true, as when the writer itself stopped too early.
-TEST(LcmsColorSpaceFactory, aProfileCutWithItsHeaderMadeToMatchNeverCrashes) {
+TEST(LcmsColorSpace, aProfileCutWithItsHeaderMadeToMatchNeverCrashes) {
     for (const Bytes& whole : {rgbProfile(), cmykProfile(TablesOf::bothWays)}) {
         const std::size_t step = whole.size() < 4000 ? 1 : whole.size() / 500;
         for (std::size_t length = 128; length < whole.size(); length += step) {
@@ -140,7 +140,7 @@ TEST(LcmsColorSpaceFactory, aProfileCutWithItsHeaderMadeToMatchNeverCrashes) {
     }
 }
 
-TEST(LcmsColorSpaceFactory, flippedBytesNeverCrash) {
+TEST(LcmsColorSpace, flippedBytesNeverCrash) {
     std::mt19937 generator(20);
     for (const Bytes& whole : {rgbProfile(), greyProfile(), cmykProfile(TablesOf::bothWays)}) {
         // The header, the tag table and the tags' own headers are where the structure is.
@@ -157,7 +157,7 @@ TEST(LcmsColorSpaceFactory, flippedBytesNeverCrash) {
     }
 }
 
-TEST(LcmsColorSpaceFactory, sortsTheInstalledProfiles) {
+TEST(LcmsColorSpace, sortsTheInstalledProfiles) {
     const std::string folder = "/usr/share/color/icc/";
     struct Expected {
         std::string name;
