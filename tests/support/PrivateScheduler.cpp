@@ -195,6 +195,13 @@ void PrivateScheduler::addQueue(const std::string& queue, const std::string& ppd
             {"-p", queue, "-E", "-v", "file://" + outputFile(queue), "-P", ppdFile});
 }
 
+void PrivateScheduler::addDriverlessQueue(const std::string& queue, const std::string& uri) {
+    runTool("/usr/sbin/lpadmin", {"-p", queue, "-E", "-v", uri, "-m", "everywhere"});
+    // It answers before it has written the PPD.
+    if (!waitUntil(20s, [&] { return std::filesystem::exists(ppdFolder() + queue + ".ppd"); }))
+        throw std::runtime_error("the printer's abilities were not read: " + log());
+}
+
 void PrivateScheduler::removeQueue(const std::string& queue) {
     runTool("/usr/sbin/lpadmin", {"-x", queue});
 }

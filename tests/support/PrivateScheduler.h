@@ -30,6 +30,8 @@ public:
 
     /// A queue, enabled and accepting. The tools know it from the PPD at `ppdFile` on.
     void addQueue(const std::string& queue, const std::string& ppdFile = photoPpd());
+    /// A queue without a driver, for the printer at `uri`; the scheduler asks it for its abilities.
+    void addDriverlessQueue(const std::string& queue, const std::string& uri);
     void removeQueue(const std::string& queue);
     /// Sets an option of the queue itself (lpadmin(8), -o), for example a PPD keyword's default.
     void setOption(const std::string& queue, const std::string& name, const std::string& value);
