@@ -2,7 +2,7 @@
 #include "app/Language.h"
 #include "app/LumivertApp.h"
 #include "app/SystemServices.h"
-#include "platform/posix/Termination.h"
+#include "platform/system/ChildProcess.h"
 
 #include <QApplication>
 #include <QSocketNotifier>

@@ -8,7 +8,6 @@
 #include "model/PhotoFormats.h"
 #include "platform/system/Packets.h"
 #include "platform/system/SealedMemory.h"
-#include "platform/system/SystemCall.h"
 
 #include <lcms2.h>
 

@@ -3,7 +3,7 @@
 #include "platform/Platform.h"
 #include "platform/lcms/LcmsColorSpace.h"
 #include "platform/pdf/PdfPageContext.h"
-#include "platform/posix/RandomUuid.h"
+#include "platform/posix/PosixFunctions.h"
 
 #include <stdexcept>
 

@@ -1,6 +1,6 @@
 #include "fakes/FakePlatform.h"
 #include "manager/PrintManager.h"
-#include "platform/posix/RandomUuid.h"
+#include "platform/posix/PosixFunctions.h"
 #include "platform/qt/QtPreferencesStore.h"
 #include "platform/system/Descriptor.h"
 #include "support/InChild.h"

@@ -2,8 +2,7 @@
 
 #include "platform/lcms/LcmsColorSpace.h"
 #include "platform/pdf/PdfPageContext.h"
-#include "platform/posix/RandomUuid.h"
-#include "platform/posix/StandardOutput.h"
+#include "platform/posix/PosixFunctions.h"
 #include "platform/qt/MimeItemProviders.h"
 
 namespace lumivert {

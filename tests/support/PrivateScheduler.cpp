@@ -1,7 +1,6 @@
 #include "support/PrivateScheduler.h"
 
 #include "platform/posix/PosixProcessRunner.h"
-#include "platform/system/SystemCall.h"
 
 #include <array>
 #include <csignal>

@@ -2,7 +2,6 @@
 
 #include "model/Models.h"
 #include "platform/system/SealedMemory.h"
-#include "platform/system/SystemCall.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,6 @@
 #include "platform/decoder/DecoderProcess.h"
 
 #include "platform/system/Packets.h"
-#include "platform/system/SystemCall.h"
 
 #include <array>
 #include <fcntl.h>

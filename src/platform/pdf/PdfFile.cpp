@@ -1,7 +1,5 @@
 #include "platform/pdf/PdfFile.h"
 
-#include "platform/system/SystemCall.h"
-
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>

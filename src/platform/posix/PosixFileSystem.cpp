@@ -1,19 +1,19 @@
 #include "platform/posix/PosixFileSystem.h"
 
-#include "platform/posix/FolderWalk.h"
+#include "model/Utf8.h"
 #include "platform/system/Descriptor.h"
-#include "platform/system/SystemCall.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
+#include <dirent.h>
 #include <fcntl.h>
+#include <memory>
 #include <new>
 #include <pwd.h>
+#include <set>
 #include <stdexcept>
 #include <string_view>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace lumivert {
 namespace {
@@ -31,9 +31,7 @@ std::string_view environmentText(const char* name) {
 }
 
 std::string withoutSlashesAtEnd(std::string_view folder) {
-    while (folder.ends_with('/'))
-        folder.remove_suffix(1);
-    return std::string(folder);
+    return std::string(folder.substr(0, folder.find_last_not_of('/') + 1));
 }
 
 std::string passwordDatabaseHome() {
@@ -43,6 +41,52 @@ std::string passwordDatabaseHome() {
     while (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) == ERANGE)
         buffer.resize(2 * buffer.size());
     return found && found->pw_dir && *found->pw_dir ? found->pw_dir : "/";
+}
+
+using FolderIdentity = std::pair<dev_t, ino_t>;
+
+struct Entry {
+    std::string name;
+    bool mayBeFolder = false;
+};
+
+/// Nothing for what is no folder, cannot be opened, or stands in `entered` already, which it joins.
+std::optional<std::vector<Entry>> enterFolder(const std::string& path,
+                                              std::set<FolderIdentity>& entered) {
+    // With O_DIRECTORY a link to a FIFO or a device is refused before it is opened.
+    Descriptor fd(retryingInterrupts(
+        [&] { return ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+    struct stat status = {};
+    if (!fd || ::fstat(fd.get(), &status) != 0 ||
+        !entered.emplace(status.st_dev, status.st_ino).second)
+        return std::nullopt;
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(::fdopendir(fd.get()), ::closedir);
+    if (!folder)
+        return std::nullopt;
+    (void)fd.release(); // closedir closes it
+    std::vector<Entry> entries;
+    while (const dirent* entry = ::readdir(folder.get())) {
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != ".." && isUtf8(name))
+            entries.push_back({entry->d_name, entry->d_type == DT_DIR || entry->d_type == DT_LNK ||
+                                                  entry->d_type == DT_UNKNOWN});
+    }
+    return entries;
+}
+
+// Adds what lies below `root` + `prefix`, which is "" or ends in "/", to `paths`. One folder is
+// open at a time, and a path longer than PATH_MAX cannot be opened, which bounds the depth.
+bool walk(const std::string& root, const std::string& prefix, std::set<FolderIdentity>& entered,
+          std::vector<std::string>& paths) {
+    const auto entries = enterFolder(prefix.empty() ? root : root + '/' + prefix, entered);
+    if (!entries)
+        return false;
+    for (const auto& [name, mayBeFolder] : *entries) {
+        paths.push_back(prefix + name);
+        if (mayBeFolder)
+            walk(root, prefix + name + '/', entered, paths);
+    }
+    return true;
 }
 
 } // namespace
@@ -68,9 +112,11 @@ std::optional<std::string> PosixFileSystem::readFile(const std::string& path) {
 }
 
 std::optional<std::vector<std::string>> PosixFileSystem::enumerate(const std::string& folder) {
-    if (holdsNul(folder))
+    std::set<FolderIdentity> entered;
+    std::vector<std::string> paths;
+    if (holdsNul(folder) || !walk(folder, "", entered, paths))
         return std::nullopt;
-    return walkFolder(folder);
+    return paths;
 }
 
 std::string PosixFileSystem::homeDirectory() {
@@ -104,9 +150,7 @@ std::vector<std::string> PosixFileSystem::dataDirectories() {
 }
 
 bool PosixFileSystem::removeFile(const std::string& path) {
-    if (holdsNul(path))
-        return false;
-    return ::unlink(path.c_str()) == 0 || errno == ENOENT || errno == ENOTDIR;
+    return !holdsNul(path) && (::unlink(path.c_str()) == 0 || errno == ENOENT || errno == ENOTDIR);
 }
 
 } // namespace lumivert

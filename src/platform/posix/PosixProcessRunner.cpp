@@ -2,15 +2,12 @@
 
 #include "platform/system/ChildProcess.h"
 #include "platform/system/Descriptor.h"
-#include "platform/system/SystemCall.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <system_error>
-#include <unistd.h>
 
 namespace lumivert {
 namespace {

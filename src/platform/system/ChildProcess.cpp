@@ -1,7 +1,6 @@
 #include "platform/system/ChildProcess.h"
 
 #include "platform/system/Descriptor.h"
-#include "platform/system/SystemCall.h"
 
 #include <array>
 #include <atomic>
@@ -9,10 +8,9 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
-#include <string_view>
+#include <sys/eventfd.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 namespace lumivert {
 namespace {
@@ -22,6 +20,7 @@ namespace {
 std::array<std::atomic<pid_t>, 32> running{};
 std::atomic<bool> ended = false;
 static_assert(std::atomic<pid_t>::is_always_lock_free, "a signal handler reads them");
+int endEvent = -1;
 
 void replaceRunning(pid_t from, pid_t to) {
     for (auto& slot : running)
@@ -200,6 +199,23 @@ void ChildProcess::killAll() {
         if (const pid_t child = slot; child > 0)
             killTree(child);
     errno = error;
+}
+
+int endInOrderOnSignals() {
+    endEvent = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (endEvent < 0)
+        return -1;
+    struct sigaction action = {};
+    action.sa_handler = [](int) {
+        ChildProcess::killAll();
+        const int error = errno;
+        (void)::eventfd_write(endEvent, 1);
+        errno = error;
+    };
+    action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+        ::sigaction(signal, &action, nullptr);
+    return endEvent;
 }
 
 } // namespace lumivert

@@ -1,18 +1,12 @@
 #include "platform/system/Packets.h"
 
-#include "platform/system/SystemCall.h"
-
-#include <algorithm>
 #include <array>
 #include <cstring>
 #include <sys/socket.h>
 
 namespace lumivert {
-namespace {
 
 constexpr std::size_t controlBytes = CMSG_SPACE(sizeof(int) * maximumPacketDescriptors);
-
-} // namespace
 
 bool sendPacket(int socket, std::span<const std::byte> packet, std::span<const int> descriptors) {
     if (descriptors.size() > maximumPacketDescriptors)

@@ -1,14 +1,10 @@
 #include "platform/system/SealedMemory.h"
 
-#include "platform/system/SystemCall.h"
-
 #include <algorithm>
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/sendfile.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace lumivert {
 namespace {
@@ -54,42 +50,33 @@ bool copyAll(int from, int to, std::uint64_t room) {
     }
 }
 
-std::optional<Descriptor> create() {
-    Descriptor file(::memfd_create("lumivert", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    if (!file)
-        return std::nullopt;
-    return file;
-}
-
 } // namespace
 
 std::optional<Descriptor> sealedCopyOfFile(const std::string& path) {
     // Non-blocking, so that a pipe without a writer does not hold the program up.
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     struct stat status {};
-    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
-        return std::nullopt;
     const std::uint64_t room = largestCopy();
-    if (static_cast<std::uint64_t>(status.st_size) > room)
+    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        static_cast<std::uint64_t>(status.st_size) > room)
         return std::nullopt;
-    auto memory = create();
-    if (!memory || !copyAll(file.get(), memory->get(), room))
-        return std::nullopt;
-    if (::fstat(memory->get(), &status) != 0 || status.st_size == 0 || !seal(memory->get()))
+    auto memory = memoryFile(0);
+    if (!memory || !copyAll(file.get(), memory->get(), room) ||
+        ::fstat(memory->get(), &status) != 0 || status.st_size == 0 || !seal(memory->get()))
         return std::nullopt;
     return memory;
 }
 
 std::optional<Descriptor> sealedCopyOf(std::span<const std::byte> bytes) {
-    auto memory = create();
+    auto memory = memoryFile(0);
     if (!memory || !writeAll(memory->get(), bytes) || !seal(memory->get()))
         return std::nullopt;
     return memory;
 }
 
 std::optional<Descriptor> memoryFile(std::uint64_t size) {
-    auto memory = create();
-    if (!memory || ::ftruncate(memory->get(), static_cast<off_t>(size)) != 0)
+    Descriptor memory(::memfd_create("lumivert", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    if (!memory || ::ftruncate(memory.get(), static_cast<off_t>(size)) != 0)
         return std::nullopt;
     return memory;
 }

@@ -1,4 +1,4 @@
-#include "platform/posix/RandomUuid.h"
+#include "platform/posix/PosixFunctions.h"
 
 #include <gtest/gtest.h>
 

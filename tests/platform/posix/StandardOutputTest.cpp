@@ -1,5 +1,4 @@
-#include "platform/posix/StandardOutput.h"
-
+#include "platform/posix/PosixFunctions.h"
 #include "support/InChild.h"
 #include "support/TemporaryFolder.h"
 

@@ -1,7 +1,6 @@
-#include "platform/posix/Termination.h"
-
 #include "platform/posix/PosixProcessRunner.h"
-#include "platform/system/SystemCall.h"
+#include "platform/system/ChildProcess.h"
+#include "platform/system/Descriptor.h"
 #include "support/InChild.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,6 @@
 #include "platform/system/ChildProcess.h"
 
 #include "platform/system/Descriptor.h"
-#include "platform/system/SystemCall.h"
 #include "support/InChild.h"
 #include "support/TemporaryFolder.h"
 

@@ -1,11 +1,10 @@
-#include "platform/system/SystemCall.h"
+#include "platform/system/Descriptor.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <limits>
 #include <poll.h>
-#include <unistd.h>
 
 namespace lumivert {
 

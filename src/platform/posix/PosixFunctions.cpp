@@ -1,10 +1,10 @@
-#include "platform/posix/RandomUuid.h"
+#include "platform/posix/PosixFunctions.h"
 
 #include "platform/FatalError.h"
-#include "platform/system/SystemCall.h"
+#include "platform/system/Descriptor.h"
 
+#include <cstdio>
 #include <sys/random.h>
-#include <sys/types.h>
 
 namespace lumivert {
 
@@ -18,6 +18,12 @@ Uuid randomUuid() {
     uuid.bytes[6] = static_cast<std::uint8_t>((uuid.bytes[6] & 0x0f) | 0x40);
     uuid.bytes[8] = static_cast<std::uint8_t>((uuid.bytes[8] & 0x3f) | 0x80);
     return uuid;
+}
+
+void writeLine(const std::string& line) {
+    std::fflush(stdout);
+    const std::string text = line + '\n';
+    (void)writeAll(STDOUT_FILENO, std::as_bytes(std::span(text)));
 }
 
 } // namespace lumivert
