@@ -2,15 +2,14 @@
 
 #include "manager/PrintManager.h"
 #include "platform/Dispatcher.h"
-#include "views/OpenImageDialog.h"
+#include "views/ImageFiles.h"
 #include "views/PreviewPanel.h"
 #include "views/SettingsPanel.h"
 #include "views/SettingsTexts.h"
-#include "views/controls/Alert.h"
 #include "views/controls/BusyPointer.h"
-#include "views/controls/FocusRing.h"
+#include "views/controls/Dialogs.h"
+#include "views/controls/Focus.h"
 #include "views/controls/Icons.h"
-#include "views/controls/Presentation.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -83,7 +82,7 @@ void ContentView::addMenus() {
 }
 
 void ContentView::addDialogs() {
-    new Presentation(
+    present(
         this, m_pm.showFileImporter,
         [this](QWidget* window) { return makeOpenImageDialog(window, startFolder(m_pm)); },
         [this](QDialog& dialog, int result) {
@@ -91,7 +90,7 @@ void ContentView::addDialogs() {
             if (result == QDialog::Accepted && file.isLocalFile())
                 load(FileUrl::fromPath(QFile::encodeName(file.toLocalFile()).toStdString()));
         });
-    new Presentation(
+    present(
         this, m_pm.showConfirmPrint,
         [this](QWidget* window) {
             const std::string message = confirmationText(m_pm.selectedPaperSize(),

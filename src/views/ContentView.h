@@ -1,11 +1,13 @@
 #pragma once
 
-#include "views/Dropping.h"
+#include "model/FileUrl.h"
+#include "platform/ItemProvider.h"
 
 #include <QMainWindow>
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 class QMenu;
 class QMimeData;
@@ -15,6 +17,8 @@ namespace lumivert {
 class Dispatcher;
 class PrintManager;
 class ScreenColors;
+
+using ItemProviders = std::vector<std::unique_ptr<ItemProvider>>;
 
 /// The window: preview and settings side by side, the menus, the file dialog, the drop target and
 /// the question before a print. `pm` and `dispatcher` outlive it. It carries no title of its own:

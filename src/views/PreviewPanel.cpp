@@ -1,8 +1,6 @@
 #include "views/PreviewPanel.h"
 
 #include "manager/PrintManager.h"
-#include "views/DropZoneView.h"
-#include "views/controls/Appearance.h"
 #include "views/controls/Builders.h"
 #include "views/preview/PaperPreview.h"
 
@@ -12,6 +10,42 @@
 
 namespace lumivert {
 
+namespace {
+
+class Symbol : public QWidget {
+public:
+    Symbol() { setFixedSize(side, height); }
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        paintIcon(painter, Icon::photos, QRectF(0, (height - side) / 2.0, side, side),
+                  colorFor(Tone::secondary, palette()));
+    }
+
+private:
+    // The drawing leaves free the upper and the lower part of its square.
+    static constexpr int side = 80;
+    static constexpr int height = 56;
+};
+
+} // namespace
+
+DropZoneView::DropZoneView(PrintManager& pm) {
+    auto* layout = new QVBoxLayout(this);
+    layout->setSpacing(16);
+    layout->addStretch();
+    for (QWidget* item : {
+             static_cast<QWidget*>(new Symbol),
+             text(tr("Drop image here"), TextSize::title2, Tone::secondary),
+             text(tr("or"), TextSize::body, Tone::secondary),
+             button(tr("Choose File..."), [&pm] { pm.showFileImporter = true; },
+                    {.size = ButtonSize::large}),
+         })
+        layout->addWidget(item, 0, Qt::AlignHCenter);
+    layout->addStretch();
+}
+
 PreviewPanel::PreviewPanel(PrintManager& pm, ScreenColors* screens, QWidget* parent)
     : QWidget(parent) {
     setMinimumWidth(leastWidth);
@@ -20,8 +54,8 @@ PreviewPanel::PreviewPanel(PrintManager& pm, ScreenColors* screens, QWidget* par
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(visibleWhen(hasImage, new PaperPreview(pm, screens, this)));
-    layout->addWidget(visibleWhen([&pm] { return !pm.image.get(); }, new DropZoneView(pm, this)));
+    layout->addWidget(visibleWhen(hasImage, new PaperPreview(pm, screens)));
+    layout->addWidget(visibleWhen(std::not_fn(hasImage), new DropZoneView(pm)));
     keepFresh(this, pm);
 }
 

@@ -4,16 +4,13 @@
 #include "manager/PrintManager.h"
 #include "model/NumberText.h"
 #include "platform/Image.h"
-#include "views/ImageSizeInput.h"
-#include "views/MarginSlider.h"
+#include "views/MillimetreInputs.h"
 #include "views/PresetRow.h"
 #include "views/SettingsTexts.h"
 #include "views/controls/Accessibility.h"
-#include "views/controls/Alert.h"
 #include "views/controls/Builders.h"
 #include "views/controls/BusyPointer.h"
-#include "views/controls/Presentation.h"
-#include "views/controls/Rows.h"
+#include "views/controls/Dialogs.h"
 
 #include <QApplication>
 #include <QLineEdit>
@@ -45,8 +42,8 @@ bool hasImage(const PrintManager& pm) {
 SettingsPanel::SettingsPanel(PrintManager& pm, QWidget* parent)
     : QScrollArea(parent)
     , m_pm(pm)
-    , m_printerID(pm.selectedPrinterID)
-    , m_printerSubscription(pm.selectedPrinterID.subscribe([this] { reactToPrinter(); })) {
+    , m_printerID(m_pm.selectedPrinterID)
+    , m_printerSubscription(m_pm.selectedPrinterID.subscribe([this] { reactToPrinter(); })) {
     setFixedWidth(columnWidth);
     setFrameShape(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -54,33 +51,34 @@ SettingsPanel::SettingsPanel(PrintManager& pm, QWidget* parent)
     setFocusPolicy(Qt::NoFocus);
 
     QWidget* content = column(
-        20, {
-                visibleWhen([&pm] { return pm.imageURL.get().has_value(); }, imageGroup()),
-                presetsGroup(),
-                printerGroup(),
-                paperGroup(),
-                marginsGroup(),
-                scalingGroup(),
-                colorGroup(),
-                button(tr("Print"), [&pm] { pm.showConfirmPrint = true; },
-                       {.size = ButtonSize::large,
-                        .icon = Icon::printer,
-                        .fullWidth = true,
-                        .prominent = true,
-                        .shortcut = QKeySequence(Qt::CTRL | Qt::Key_P),
-                        .enabledWhen = [&pm] { return hasImage(pm); }}),
-                button(tr("Show CUPS Command"),
-                       [&pm] {
-                           const BusyPointer busy;
-                           pm.sendToCUPS(true);
-                       },
-                       {.icon = Icon::terminal,
-                        .fullWidth = true,
-                        .enabledWhen = [&pm] { return hasImage(pm); }}),
-                visibleWhen([&pm] { return pm.lastCUPSCommand.get().has_value(); }, commandGroup()),
-                visibleWhen([&pm] { return pm.lastPrintError.get().has_value(); }, errorNotice()),
-                flexibleSpace(),
-            });
+        20,
+        {
+            visibleWhen([this] { return m_pm.imageURL.get().has_value(); }, imageGroup()),
+            presetsGroup(),
+            printerGroup(),
+            paperGroup(),
+            marginsGroup(),
+            scalingGroup(),
+            colorGroup(),
+            button(tr("Print"), [this] { m_pm.showConfirmPrint = true; },
+                   {.size = ButtonSize::large,
+                    .icon = Icon::printer,
+                    .fullWidth = true,
+                    .prominent = true,
+                    .shortcut = QKeySequence(Qt::CTRL | Qt::Key_P),
+                    .enabledWhen = [this] { return hasImage(m_pm); }}),
+            button(tr("Show CUPS Command"),
+                   [this] {
+                       const BusyPointer busy;
+                       m_pm.sendToCUPS(true);
+                   },
+                   {.icon = Icon::terminal,
+                    .fullWidth = true,
+                    .enabledWhen = [this] { return hasImage(m_pm); }}),
+            visibleWhen([this] { return m_pm.lastCUPSCommand.get().has_value(); }, commandGroup()),
+            visibleWhen([this] { return m_pm.lastPrintError.get().has_value(); }, errorNotice()),
+            flexibleSpace(),
+        });
 
     auto* page = new QWidget;
     auto* layout = new QVBoxLayout(page);
@@ -128,9 +126,8 @@ void SettingsPanel::reactToPrinter() {
 }
 
 QWidget* SettingsPanel::imageGroup() {
-    PrintManager& pm = m_pm;
-    const auto pixels = [&pm]() -> const PixelSize* {
-        const std::shared_ptr<const Image>& image = pm.image;
+    const auto pixels = [this]() -> const PixelSize* {
+        const std::shared_ptr<const Image>& image = m_pm.image;
         return image && !image->representations().empty() ? &image->representations().front()
                                                           : nullptr;
     };
@@ -138,61 +135,54 @@ QWidget* SettingsPanel::imageGroup() {
         tr("Image"), 4,
         {
             elidedText(
-                [&pm] {
-                    return pm.imageURL.get() ? fromUtf8(pm.imageURL.get()->lastPathComponent())
-                                             : QString();
+                [this] {
+                    return m_pm.imageURL.get() ? fromUtf8(m_pm.imageURL.get()->lastPathComponent())
+                                               : QString();
                 },
                 TextSize::headline),
             visibleWhen([pixels] { return pixels() != nullptr; },
                         text(TextSource([pixels] { return fromUtf8(pixelSizeText(*pixels())); }),
                              TextSize::caption, Tone::secondary)),
-            button(tr("Change Image..."), [&pm] { pm.showFileImporter = true; },
+            button(tr("Change Image..."), [this] { m_pm.showFileImporter = true; },
                    {.size = ButtonSize::small}),
         });
 }
 
 QWidget* SettingsPanel::presetsGroup() {
-    PrintManager& pm = m_pm;
+    const auto makeRow = [this](const PrintPreset& preset) {
+        return presetRow(
+            preset, [this, preset] { m_pm.applyPreset(preset); },
+            [this, preset] { m_pm.deletePreset(preset); });
+    };
     return group(tr("Presets"), 8,
                  {
-                     visibleWhen([&pm] { return pm.presets->empty(); },
+                     visibleWhen([this] { return m_pm.presets->empty(); },
                                  text(tr("No saved presets"), TextSize::caption, Tone::secondary)),
-                     visibleWhen([&pm] { return !pm.presets->empty(); },
+                     visibleWhen([this] { return !m_pm.presets->empty(); },
                                  overhanging(presetRowOverhang,
-                                             rows<PrintPreset>(8, pm.presets,
-                                                               [&pm](const PrintPreset& preset) {
-                                                                   return presetRow(
-                                                                       preset,
-                                                                       [&pm, preset] {
-                                                                           pm.applyPreset(preset);
-                                                                       },
-                                                                       [&pm, preset] {
-                                                                           pm.deletePreset(preset);
-                                                                       });
-                                                               }))),
+                                             rows<PrintPreset>(8, m_pm.presets, makeRow))),
                      divider(),
-                     button(tr("Save Current Settings"), [&pm] { pm.showSavePreset = true; },
+                     button(tr("Save Current Settings"), [this] { m_pm.showSavePreset = true; },
                             {.size = ButtonSize::small, .icon = Icon::plus, .fullWidth = true}),
                  });
 }
 
 QWidget* SettingsPanel::printerGroup() {
-    PrintManager& pm = m_pm;
-    const auto printers = [&pm] {
+    const auto printers = [this] {
         std::vector<PickerItem> items;
-        for (const Printer& printer : pm.availablePrinters.get())
+        for (const Printer& printer : m_pm.availablePrinters.get())
             items.push_back({printer.id, printerTitle(printer)});
         return items;
     };
     return group(tr("Printer"), 10,
                  {
-                     picker(tr("Printer"), printers, binding(pm.selectedPrinterID)),
-                     visibleWhen([&pm] { return pm.availablePrinters->empty(); },
+                     picker(tr("Printer"), printers, binding(m_pm.selectedPrinterID)),
+                     visibleWhen([this] { return m_pm.availablePrinters->empty(); },
                                  text(tr("No printers found"), TextSize::caption, Tone::warning)),
                      button(tr("Refresh"),
-                            [&pm] {
+                            [this] {
                                 const BusyPointer busy;
-                                pm.detectPrinters();
+                                m_pm.detectPrinters();
                             },
                             {.size = ButtonSize::small}),
                  });
@@ -208,28 +198,26 @@ QWidget* SettingsPanel::paperGroup() {
 }
 
 QWidget* SettingsPanel::marginsGroup() {
-    PrintManager& pm = m_pm;
     return group(
         tr("Margins"), 10,
         {
-            toggle(tr("Borderless"), binding(pm.borderless)),
+            toggle(tr("Borderless"), binding(m_pm.borderless)),
             visibleWhen(
-                [&pm] { return pm.borderless && !pm.selectedPaperSize().cupsFullbleedName; },
+                [this] { return m_pm.borderless && !m_pm.selectedPaperSize().cupsFullbleedName; },
                 paragraph(
                     tr("This paper size may not support borderless printing on all printers."),
                     TextSize::caption, Tone::warning)),
-            visibleWhen([&pm] { return !pm.borderless; }, sizingControls()),
+            visibleWhen([this] { return !m_pm.borderless; }, sizingControls()),
         });
 }
 
 QWidget* SettingsPanel::sizingControls() {
-    PrintManager& pm = m_pm;
     return column(10,
                   {
-                      segmentedPicker(tr("Mode"), pm.sizingMode),
-                      visibleWhen([&pm] { return pm.sizingMode.get() == SizingMode::margins; },
+                      segmentedPicker(tr("Mode"), m_pm.sizingMode),
+                      visibleWhen([this] { return m_pm.sizingMode.get() == SizingMode::margins; },
                                   marginControls()),
-                      visibleWhen([&pm] { return pm.sizingMode.get() == SizingMode::imageSize; },
+                      visibleWhen([this] { return m_pm.sizingMode.get() == SizingMode::imageSize; },
                                   imageSizeControls()),
                   });
 }
@@ -245,7 +233,6 @@ QWidget* SettingsPanel::marginControls() {
 }
 
 QWidget* SettingsPanel::imageSizeControls() {
-    PrintManager& pm = m_pm;
     const auto side = [this](const QString& label, Published<double>& value,
                              double OrientedPaper::*most) {
         auto* row = new ImageSizeInput(label, binding(value),
@@ -263,17 +250,18 @@ QWidget* SettingsPanel::imageSizeControls() {
     return column(
         10,
         {
-            side(tr("Width"), pm.imageWidthMM, &OrientedPaper::widthMM),
-            side(tr("Height"), pm.imageHeightMM, &OrientedPaper::heightMM),
+            side(tr("Width"), m_pm.imageWidthMM, &OrientedPaper::widthMM),
+            side(tr("Height"), m_pm.imageHeightMM, &OrientedPaper::heightMM),
             divider(),
-            toggle(tr("Centered"), binding(pm.imageSizeCentered)),
-            place(tr("Top"), pm.imageSizeMarginTop, pm.imageHeightMM, &OrientedPaper::heightMM),
-            place(tr("Left"), pm.imageSizeMarginLeft, pm.imageWidthMM, &OrientedPaper::widthMM),
+            toggle(tr("Centered"), binding(m_pm.imageSizeCentered)),
+            place(tr("Top"), m_pm.imageSizeMarginTop, m_pm.imageHeightMM, &OrientedPaper::heightMM),
+            place(tr("Left"), m_pm.imageSizeMarginLeft, m_pm.imageWidthMM, &OrientedPaper::widthMM),
             row(6,
                 {
                     text(tr("Margins:"), TextSize::caption, Tone::secondary),
-                    numberText([&pm] { return fromUtf8(marginsText(pm.marginsFromImageSize())); },
-                               TextSize::caption, Tone::secondary),
+                    numberText(
+                        [this] { return fromUtf8(marginsText(m_pm.marginsFromImageSize())); },
+                        TextSize::caption, Tone::secondary),
                 }),
         });
 }
@@ -283,37 +271,34 @@ QWidget* SettingsPanel::scalingGroup() {
 }
 
 QWidget* SettingsPanel::colorGroup() {
-    PrintManager& pm = m_pm;
     return group(
         tr("Color"), 10,
         {
-            picker(tr("ICC Profile"), pm.availableICCProfiles, pm.selectedICCProfileID),
+            picker(tr("ICC Profile"), m_pm.availableICCProfiles, m_pm.selectedICCProfileID),
             visibleWhen(
-                [&pm] { return pm.selectedICCProfileID.get() != printerManagedProfile().id; },
-                picker(tr("Rendering"), pm.renderingIntent)),
+                [this] { return m_pm.selectedICCProfileID.get() != printerManagedProfile().id; },
+                picker(tr("Rendering"), m_pm.renderingIntent)),
         });
 }
 
 QWidget* SettingsPanel::commandGroup() {
-    PrintManager& pm = m_pm;
     QWidget* shown = notice(
-        padded(4, selectableText([&pm] { return fromUtf8(pm.lastCUPSCommand->value_or("")); },
+        padded(4, selectableText([this] { return fromUtf8(m_pm.lastCUPSCommand->value_or("")); },
                                  TextSize::monospacedCaption, Tone::primary)));
-    tellOf(pm.lastCUPSCommand, shown);
+    tellOf(m_pm.lastCUPSCommand, shown);
     return group(tr("Command"), 0, {shown});
 }
 
 QWidget* SettingsPanel::errorNotice() {
-    PrintManager& pm = m_pm;
     QWidget* shown =
-        notice(selectableText([&pm] { return fromUtf8(pm.lastPrintError->value_or("")); },
+        notice(selectableText([this] { return fromUtf8(m_pm.lastPrintError->value_or("")); },
                               TextSize::caption, Tone::error));
-    tellOf(pm.lastPrintError, shown);
+    tellOf(m_pm.lastPrintError, shown);
     return shown;
 }
 
 void SettingsPanel::presentSavePreset() {
-    new Presentation(
+    present(
         this, m_pm.showSavePreset,
         [this](QWidget* window) {
             auto* alert = new Alert(window, tr("Save Preset"), tr("Enter a name for this preset"),

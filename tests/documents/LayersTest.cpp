@@ -100,7 +100,7 @@ TEST(Layers, areCrossedByWhatPointsUpOrAcross) {
              {"platform/system/Descriptor.cpp", "platform/pdf/PdfFile.h", false},
              {"manager/PrintJob.cpp", "platform/Image.h", true},
              {"manager/PrintJob.cpp", "platform/pdf/PdfFile.h", false},
-             {"manager/PrintJob.cpp", "views/Dropping.h", false},
+             {"manager/PrintJob.cpp", "views/ImageFiles.h", false},
              {"views/controls/Picker.h", "platform/Observable.h", true},
              {"views/controls/Picker.h", "views/PresetRow.h", false},
              {"views/controls/Picker.h", "views/preview/PhotoLayer.h", false},

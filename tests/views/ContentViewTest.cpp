@@ -3,7 +3,7 @@
 #include "views/PreviewPanel.h"
 #include "views/SettingsPanel.h"
 #include "views/ViewFixture.h"
-#include "views/controls/Alert.h"
+#include "views/controls/Dialogs.h"
 
 #include <QDir>
 #include <QDropEvent>

@@ -1,6 +1,5 @@
 #include "views/PreviewPanel.h"
 
-#include "views/DropZoneView.h"
 #include "views/ViewFixture.h"
 #include "views/controls/Appearance.h"
 #include "views/preview/PaperPreview.h"

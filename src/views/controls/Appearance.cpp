@@ -135,6 +135,8 @@ QColor colorFor(Tone tone, const QPalette& palette) {
         break;
     case Tone::secondary:
         return readableOn(ground, mixed(text, ground, 0.38), contrast);
+    case Tone::divider:
+        return mixed(ground, text, 0.2);
     case Tone::warning:
         return readableOn(ground, QColor(0xe0, 0x7a, 0x00), contrast);
     case Tone::error:
@@ -160,11 +162,6 @@ QColor focusColor(const QPalette& palette) {
     return readableOn(palette.color(QPalette::Active, QPalette::Window),
                       palette.color(QPalette::Active, QPalette::Highlight),
                       leastPartContrast * groupTint);
-}
-
-QColor dividerColor(const QPalette& palette) {
-    return mixed(palette.color(QPalette::Active, QPalette::Window),
-                 palette.color(QPalette::Active, QPalette::WindowText), 0.2);
 }
 
 QColor previewGround(const QPalette& palette) {

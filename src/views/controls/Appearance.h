@@ -12,7 +12,7 @@ namespace lumivert {
 
 /// The roles of a text, relative to the desktop's font and palette.
 enum class TextSize { body, headline, title2, callout, caption, monospacedCaption };
-enum class Tone { primary, secondary, warning, error };
+enum class Tone { primary, secondary, divider, warning, error };
 
 /// WCAG 2.1, 1.4.3: what small text must keep against its ground.
 inline constexpr double leastContrast = 4.5;
@@ -42,7 +42,6 @@ inline constexpr double controlRadius = 3;
 /// The outline of a control's parts, and the accent colour of a thin part, as seen on Window.
 [[nodiscard]] QColor partColor(const QPalette& palette);
 [[nodiscard]] QColor focusColor(const QPalette& palette);
-[[nodiscard]] QColor dividerColor(const QPalette& palette);
 
 /// The ground of the preview: neutral grey whatever the palette's tint, light or dark with it.
 [[nodiscard]] QColor previewGround(const QPalette& palette);
@@ -50,7 +49,7 @@ inline constexpr double controlRadius = 3;
 /// Runs `apply` now and whenever the desktop's font, palette or style changes while `widget` lives.
 void whenAppearanceChanges(QWidget* widget, std::function<void()> apply);
 
-/// Gives `widget` the role's font and text colour, and keeps them so.
+/// Gives `widget` the role's font and the colour of its text or line, and keeps them so.
 void setTextStyle(QWidget* widget, TextSize size, Tone tone);
 
 } // namespace lumivert

@@ -1,18 +1,14 @@
 #include "views/controls/Builders.h"
 
 #include "views/controls/Labels.h"
-#include "views/controls/SegmentedPicker.h"
 
 #include <QApplication>
 #include <QEvent>
 #include <QFrame>
 #include <QGroupBox>
 #include <QHBoxLayout>
-#include <QPalette>
+#include <QSpinBox>
 #include <QVBoxLayout>
-
-#include <algorithm>
-#include <utility>
 
 namespace lumivert {
 
@@ -31,10 +27,9 @@ void add(QBoxLayout& layout, QWidget* child) {
     layout.addWidget(child, 0, natural && vertical ? Qt::AlignLeft : Qt::Alignment());
 }
 
-template <class Layout>
-QWidget* stack(int spacing, Children children) {
+QWidget* stack(QBoxLayout::Direction direction, int spacing, Children children) {
     auto* holder = new QWidget;
-    auto* layout = new Layout(holder);
+    auto* layout = new QBoxLayout(direction, holder);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(spacing);
     for (QWidget* child : children)
@@ -42,8 +37,8 @@ QWidget* stack(int spacing, Children children) {
     return holder;
 }
 
-QLabel* plainLabel(TextSize size, Tone tone) {
-    auto* label = new QLabel;
+QLabel* plainLabel(const QString& content, TextSize size, Tone tone) {
+    auto* label = new QLabel(content);
     label->setTextFormat(Qt::PlainText);
     setTextStyle(label, size, tone);
     return label;
@@ -58,14 +53,13 @@ QWidget* following(QLabel* label, TextSource content) {
     return label;
 }
 
-QWidget* labelled(const QString& label, QWidget* control) {
-    auto* name = new QLabel(label);
-    name->setTextFormat(Qt::PlainText);
+/// Lays out `holder` as a row of the label and the control.
+QWidget* labelled(const QString& label, QWidget* control, QWidget* holder = new QWidget) {
+    QLabel* name = plainLabel(label, TextSize::body, Tone::primary);
     name->setObjectName(pickerLabelName);
     name->setBuddy(control);
     control->setAccessibleName(label);
 
-    auto* holder = new QWidget;
     auto* layout = new QHBoxLayout(holder);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(8);
@@ -74,35 +68,19 @@ QWidget* labelled(const QString& label, QWidget* control) {
     return holder;
 }
 
-/// A label beside segments, or above them.
-class LabelledSegments : public QWidget {
-public:
-    LabelledSegments(QWidget* row, SegmentedPicker* segments)
-        : m_row(row)
-        , m_segments(segments) {
-        auto* layout = new QVBoxLayout(this);
-        layout->setContentsMargins(0, 0, 0, 0);
-        layout->addWidget(row);
-    }
-
+/// Has the label above the segments where both do not fit side by side.
+class SegmentsRow : public QWidget {
 protected:
     bool event(QEvent* event) override {
-        if (event->type() == QEvent::Resize || event->type() == QEvent::LayoutRequest)
-            arrange();
+        if (event->type() == QEvent::Resize || event->type() == QEvent::LayoutRequest) {
+            auto* row = static_cast<QBoxLayout*>(layout());
+            const auto* segments = static_cast<SegmentedPicker*>(row->itemAt(1)->widget());
+            const int label = row->itemAt(0)->sizeHint().width() + row->spacing();
+            row->setDirection(label + segments->neededWidth() <= width() ? QBoxLayout::LeftToRight
+                                                                         : QBoxLayout::TopToBottom);
+        }
         return QWidget::event(event);
     }
-
-private:
-    void arrange() {
-        auto* layout = static_cast<QBoxLayout*>(m_row->layout());
-        const int label = layout->itemAt(0)->sizeHint().width() + layout->spacing();
-        layout->setDirection(label + m_segments->neededWidth() <= width()
-                                 ? QBoxLayout::LeftToRight
-                                 : QBoxLayout::TopToBottom);
-    }
-
-    QWidget* m_row;
-    SegmentedPicker* m_segments;
 };
 
 } // namespace
@@ -114,11 +92,11 @@ QMargins mirrored(const QMargins& margins) {
 }
 
 QWidget* column(int spacing, Children children) {
-    return stack<QVBoxLayout>(spacing, children);
+    return stack(QBoxLayout::TopToBottom, spacing, children);
 }
 
 QWidget* row(int spacing, Children children) {
-    return stack<QHBoxLayout>(spacing, children);
+    return stack(QBoxLayout::LeftToRight, spacing, children);
 }
 
 QWidget* group(const QString& title, int spacing, Children children) {
@@ -154,12 +132,7 @@ QWidget* divider() {
     auto* line = new QFrame;
     line->setFrameShape(QFrame::HLine);
     line->setFrameShadow(QFrame::Plain);
-    whenAppearanceChanges(line, [line] {
-        QPalette palette = line->palette();
-        palette.setColor(QPalette::WindowText, dividerColor(QApplication::palette()));
-        if (line->palette() != palette)
-            line->setPalette(palette);
-    });
+    setTextStyle(line, TextSize::body, Tone::divider);
     return line;
 }
 
@@ -180,24 +153,21 @@ QWidget* visibleWhen(std::function<bool()> condition, QWidget* widget) {
 }
 
 QWidget* text(const QString& content, TextSize size, Tone tone) {
-    QLabel* label = plainLabel(size, tone);
-    label->setText(content);
-    return label;
+    return plainLabel(content, size, tone);
 }
 
 QWidget* text(TextSource content, TextSize size, Tone tone) {
-    return following(plainLabel(size, tone), std::move(content));
+    return following(plainLabel({}, size, tone), std::move(content));
 }
 
 QWidget* paragraph(const QString& content, TextSize size, Tone tone) {
-    QLabel* label = plainLabel(size, tone);
+    QLabel* label = plainLabel(content, size, tone);
     label->setWordWrap(true);
-    label->setText(content);
     return label;
 }
 
 QWidget* elidedText(TextSource content, TextSize size) {
-    auto* label = new ElidedLabel;
+    auto* label = new ElidedLabel(Qt::ElideMiddle);
     setTextStyle(label, size, Tone::primary);
     return following(label, std::move(content));
 }
@@ -246,6 +216,18 @@ QWidget* toggle(const QString& label, Binding<bool> value) {
     return box;
 }
 
+QWidget* numberField(const QString& label, Binding<int> value, int least, int most) {
+    auto* field = new QSpinBox;
+    field->setRange(least, most);
+    ignoreWheelInPassing(field);
+    whenRefreshed(field, [field, get = value.get] {
+        const QSignalBlocker blocker(field);
+        field->setValue(get());
+    });
+    QObject::connect(field, &QSpinBox::valueChanged, field, std::move(value.set));
+    return labelled(label, field);
+}
+
 QWidget* picker(const QString& label, std::function<std::vector<PickerItem>()> items,
                 Binding<std::string> selection) {
     auto* control = new Picker(std::move(items), std::move(selection));
@@ -257,7 +239,7 @@ QWidget* segmentedPicker(const QString& label, std::vector<PickerItem> items,
                          Binding<std::string> selection) {
     auto* control = new SegmentedPicker(items, std::move(selection));
     whenRefreshed(control, [control] { control->refresh(); });
-    return new LabelledSegments(labelled(label, control), control);
+    return labelled(label, control, new SegmentsRow);
 }
 
 void alignPickerLabels(QWidget* root) {

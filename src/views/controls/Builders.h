@@ -2,20 +2,22 @@
 
 #include "views/controls/Appearance.h"
 #include "views/controls/Buttons.h"
+#include "views/controls/Focus.h"
 #include "views/controls/Picker.h"
 #include "views/controls/Refresh.h"
 
 #include <QKeySequence>
+#include <QLayout>
 #include <QMargins>
 #include <QString>
 
+#include <algorithm>
 #include <functional>
 #include <initializer_list>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
-
-class QWidget;
 
 // A view reads like what it shows, nested from top to bottom. Each function makes a real widget at
 // once, without a parent; the one around it takes it over. Nothing here is stored. The widgets
@@ -41,10 +43,8 @@ using TextSource = std::function<QString()>;
 [[nodiscard]] QWidget* divider();
 /// `padding` above and below the child.
 [[nodiscard]] QWidget* padded(int padding, QWidget* child);
-
 /// The child, `overhang` further to the left than what stands above and below it in its group.
 [[nodiscard]] QWidget* overhanging(int overhang, QWidget* child);
-
 /// `widget`, shown while `condition` holds.
 [[nodiscard]] QWidget* visibleWhen(std::function<bool()> condition, QWidget* widget);
 
@@ -77,6 +77,10 @@ struct ButtonOptions {
                               ButtonOptions options = {});
 
 [[nodiscard]] QWidget* toggle(const QString& label, Binding<bool> value);
+
+/// A label beside a field for a whole number from `least` to `most`, which also bound what is
+/// shown. Only a person's change writes. The labels line up with those of pickers.
+[[nodiscard]] QWidget* numberField(const QString& label, Binding<int> value, int least, int most);
 
 /// A label beside a combo box; the labels of all pickers below one alignPickerLabels() line up.
 [[nodiscard]] QWidget* picker(const QString& label, std::function<std::vector<PickerItem>()> items,
@@ -113,5 +117,42 @@ template <class Choice>
 
 /// Gives the labels of all pickers below `root` one width, and keeps it so when the font changes.
 void alignPickerLabels(QWidget* root);
+
+/// A row for each record of a published list, in its order, `spacing` between them. A row stays as
+/// long as an equal record does; one that goes lives on, hidden, until the event loop is back: a
+/// button of its own may be in the middle of a click.
+template <class Record>
+[[nodiscard]] QWidget* rows(int spacing, const Published<std::vector<Record>>& list,
+                            std::function<QWidget*(const Record&)> makeRow) {
+    using Row = std::pair<Record, QWidget*>;
+    QWidget* holder = column(spacing, {});
+    whenRefreshed(holder, [&list, makeRow = std::move(makeRow), holder,
+                           shown = std::vector<Row>()]() mutable {
+        if (std::ranges::equal(shown, list.get(), {}, &Row::first))
+            return;
+        std::vector<Row> gone = std::move(shown);
+        shown.clear();
+        for (const Record& record : list.get()) {
+            const auto kept = std::ranges::find(gone, record, &Row::first);
+            shown.emplace_back(record, kept == gone.end() ? makeRow(record) : kept->second);
+            if (kept != gone.end())
+                gone.erase(kept);
+        }
+        for (const auto& [record, widget] : gone) {
+            holder->layout()->removeWidget(widget);
+            widget->hide();
+            widget->deleteLater();
+        }
+        for (const auto& [record, widget] : shown) {
+            holder->layout()->removeWidget(widget);
+            holder->layout()->addWidget(widget);
+            widget->raise(); // so that they lie in the tree as they are shown
+            widget->show();
+            refreshTree(widget);
+        }
+        orderFocusAround(holder);
+    });
+    return holder;
+}
 
 } // namespace lumivert

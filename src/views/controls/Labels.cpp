@@ -60,14 +60,14 @@ bool answerWithWhole(QWidget* widget, QEvent* event, const QString& shown, const
     return true;
 }
 
-ElidedLabel::ElidedLabel(QWidget* parent)
-    : QLabel(parent) {
+ElidedLabel::ElidedLabel(Qt::TextElideMode mode)
+    : m_mode(mode) {
     setTextFormat(Qt::PlainText);
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
 }
 
 QString ElidedLabel::shownText() const {
-    return fontMetrics().elidedText(text(), Qt::ElideMiddle, contentsRect().width());
+    return fontMetrics().elidedText(text(), m_mode, contentsRect().width());
 }
 
 QSize ElidedLabel::minimumSizeHint() const {
@@ -84,9 +84,8 @@ void ElidedLabel::paintEvent(QPaintEvent*) {
                           isEnabled(), shownText(), foregroundRole());
 }
 
-FittedLabel::FittedLabel(const QString& reference, Qt::Alignment alignment, QWidget* parent)
-    : QLabel(parent)
-    , m_reference(reference) {
+FittedLabel::FittedLabel(const QString& reference, Qt::Alignment alignment)
+    : m_reference(reference) {
     setTextFormat(Qt::PlainText);
     setAlignment(alignment | Qt::AlignVCenter);
 }
@@ -104,18 +103,14 @@ QFont FittedLabel::fittedFont() const {
     constexpr double least = 0.4;
     constexpr double step = 0.02;
     constexpr double edge = 1; // for what a glyph's smoothed edge takes beside its advance
-    const auto needed = [this](const QFont& font) {
-        const DigitLayout layout(font);
-        return std::max(layout.width(m_reference), layout.width(text())) + edge;
-    };
-    const double room = contentsRect().width();
+    const double room = contentsRect().width() - edge;
     QFont fitted = font();
-    double width = needed(fitted);
-    // Advances on whole pixels do not shrink evenly with the font: each step is measured anew.
-    for (double factor = std::min(1.0, room / width); width > room && factor >= least;
-         factor -= step) {
+    for (double factor = 1 - step; factor >= least; factor -= step) {
+        // Advances on whole pixels do not shrink evenly with the font: each step is measured.
+        const DigitLayout layout(fitted);
+        if (std::max(layout.width(m_reference), layout.width(text())) <= room)
+            break;
         fitted = scaledFont(font(), factor);
-        width = needed(fitted);
     }
     return fitted;
 }
@@ -137,8 +132,7 @@ void FittedLabel::paintEvent(QPaintEvent*) {
     layout.draw(painter, {x, std::round(y)}, text());
 }
 
-WrappedText::WrappedText(QWidget* parent)
-    : QTextEdit(parent) {
+WrappedText::WrappedText() {
     setReadOnly(true);
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setTabChangesFocus(true);
@@ -182,12 +176,6 @@ QSize WrappedText::sizeHint() const {
 
 QSize WrappedText::minimumSizeHint() const {
     return {fontMetrics().averageCharWidth() * 8, fontMetrics().height()};
-}
-
-void WrappedText::changeEvent(QEvent* event) {
-    QTextEdit::changeEvent(event);
-    if (event->type() == QEvent::FontChange)
-        updateGeometry();
 }
 
 void WrappedText::wheelEvent(QWheelEvent* event) {

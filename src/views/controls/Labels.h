@@ -12,12 +12,12 @@ namespace lumivert {
 /// Whether `event` was such a request.
 bool answerWithWhole(QWidget* widget, QEvent* event, const QString& shown, const QString& whole);
 
-/// One line of plain text that is cut in its middle where it does not fit; then its tooltip is the
-/// whole text.
+/// One line of plain text that is cut where it does not fit, as `mode` says; then its tooltip is
+/// the whole text.
 class ElidedLabel : public QLabel {
     Q_OBJECT
 public:
-    explicit ElidedLabel(QWidget* parent = nullptr);
+    explicit ElidedLabel(Qt::TextElideMode mode);
 
     QSize minimumSizeHint() const override;
 
@@ -27,6 +27,8 @@ protected:
 
 private:
     QString shownText() const;
+
+    Qt::TextElideMode m_mode;
 };
 
 /// One line in a frame that cannot grow: the font is made smaller, down to two fifths, until
@@ -34,7 +36,7 @@ private:
 class FittedLabel : public QLabel {
     Q_OBJECT
 public:
-    FittedLabel(const QString& reference, Qt::Alignment alignment, QWidget* parent = nullptr);
+    FittedLabel(const QString& reference, Qt::Alignment alignment);
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
@@ -53,7 +55,7 @@ private:
 class WrappedText : public QTextEdit {
     Q_OBJECT
 public:
-    explicit WrappedText(QWidget* parent = nullptr);
+    WrappedText();
 
     void setShownText(const QString& text);
 
@@ -63,7 +65,6 @@ public:
     int heightForWidth(int width) const override;
 
 protected:
-    void changeEvent(QEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
 
 private:

@@ -3,7 +3,6 @@
 #include "model/NumberText.h"
 #include "views/controls/Labels.h"
 #include "views/controls/Refresh.h"
-#include "views/controls/StepSlider.h"
 
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -35,17 +34,16 @@ bool isReturn(const QEvent& event) {
 } // namespace
 
 MillimetreRow::MillimetreRow(const QString& label, const Binding<double>& value,
-                             std::function<StepScale()> scale, QWidget* parent)
-    : QWidget(parent)
-    , m_value(value)
+                             std::function<StepScale()> scale)
+    : m_value(value)
     , m_scale(std::move(scale))
-    , m_slider(new StepSlider(value, this)) {
-    auto* name = new FittedLabel(QStringLiteral("Bottom:"), Qt::AlignLeft, this);
+    , m_slider(new StepSlider(value)) {
+    auto* name = new FittedLabel(QStringLiteral("Bottom:"), Qt::AlignLeft);
     name->setText(label + QLatin1Char(':'));
     name->setFixedWidth(frameWidth);
     name->setBuddy(m_slider);
     m_slider->setAccessibleName(label);
-    m_number = new FittedLabel(QStringLiteral("888.8 mm"), Qt::AlignRight, this);
+    m_number = new FittedLabel(QStringLiteral("888.8 mm"), Qt::AlignRight);
     m_number->setFixedWidth(frameWidth);
     m_number->setFocusPolicy(Qt::StrongFocus);
     m_number->installEventFilter(this);

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "views/controls/Binding.h"
-#include "views/controls/StepScale.h"
+#include "views/controls/StepSlider.h"
 
 #include <QWidget>
 
@@ -10,7 +9,6 @@
 namespace lumivert {
 
 class FittedLabel;
-class StepSlider;
 
 /// A row for a length in millimetres: the label with a colon in a frame 55 wide, a slider over
 /// `scale` (asked for at every refresh), the value with one decimal in a frame 55 wide. The value
@@ -21,7 +19,7 @@ class MillimetreRow : public QWidget {
     Q_OBJECT
 public:
     MillimetreRow(const QString& label, const Binding<double>& value,
-                  std::function<StepScale()> scale, QWidget* parent = nullptr);
+                  std::function<StepScale()> scale);
 
     /// Says for assistive technology which length this is, where the label alone does not.
     MillimetreRow* describedAs(const QString& description);

@@ -19,9 +19,6 @@ struct PickerItem {
     bool operator==(const PickerItem&) const = default;
 };
 
-/// The first item of that `id`; -1 where there is none.
-[[nodiscard]] int indexOf(const std::vector<PickerItem>& items, const std::string& id);
-
 /// A combo box over items, bound to the `id` of one. A selection that no item has shows as an empty
 /// choice; of several items with one `id` the first shows. Only a person's choice of another item
 /// writes. Names that do not fit are cut, and whole in the tooltip; the wheel turns it only while
@@ -45,16 +42,33 @@ public:
 protected:
     bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
-    void wheelEvent(QWheelEvent* event) override;
 
 private:
     void choose(int index);
-    [[nodiscard]] QString shownText(int width) const;
-    [[nodiscard]] int textWidth() const;
+    [[nodiscard]] QString shownText() const;
 
     std::function<std::vector<PickerItem>()> m_items;
     Binding<std::string> m_selection;
     std::vector<PickerItem> m_shown;
+};
+
+/// A row of buttons of which one is down, bound like a Picker; for few and fixed items. They share
+/// the width as their names need it; a name that still does not fit is cut, and whole in the
+/// tooltip. Painted from the palette's roles as one control.
+class SegmentedPicker : public QWidget {
+    Q_OBJECT
+public:
+    SegmentedPicker(const std::vector<PickerItem>& items, Binding<std::string> selection,
+                    QWidget* parent = nullptr);
+
+    void refresh();
+
+    /// The width at which no name is cut.
+    [[nodiscard]] int neededWidth() const;
+
+private:
+    std::vector<PickerItem> m_items;
+    Binding<std::string> m_selection;
 };
 
 /// The cases of a choice in the order shown.

@@ -2,17 +2,49 @@
 
 #include "views/controls/Accessibility.h"
 #include "views/controls/Appearance.h"
+#include "views/controls/Focus.h"
 
 #include <QPainter>
 #include <QSignalBlocker>
 #include <QStyle>
 #include <QStyleOptionSlider>
-#include <QWheelEvent>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace lumivert {
+
+namespace {
+
+// A paper's dimension comes from points; its last step is not lost to the last bit of a double.
+constexpr double roundingSlack = 1e-9;
+constexpr double mostPositions = 1e6;
+
+} // namespace
+
+int StepScale::lastPosition() const {
+    const double count = std::floor((maximum - minimum) / step + roundingSlack);
+    return static_cast<int>(std::clamp(count, 0.0, mostPositions));
+}
+
+int StepScale::nearestPosition(double value) const {
+    return held(std::round((value - minimum) / step));
+}
+
+int StepScale::positionAbove(double value) const {
+    return held(std::floor((value - minimum) / step + roundingSlack) + 1);
+}
+
+int StepScale::positionBelow(double value) const {
+    return held(std::ceil((value - minimum) / step - roundingSlack) - 1);
+}
+
+int StepScale::held(double position) const {
+    if (!(position > 0)) // also one that is no number
+        return 0;
+    return static_cast<int>(std::min(position, static_cast<double>(lastPosition())));
+}
 
 StepSlider::StepSlider(Binding<double> value, QWidget* parent)
     : QSlider(Qt::Horizontal, parent)
@@ -20,7 +52,7 @@ StepSlider::StepSlider(Binding<double> value, QWidget* parent)
     installAccessibility();
     setSingleStep(1);
     setPageStep(10);
-    setFocusPolicy(Qt::StrongFocus); // not by the wheel
+    ignoreWheelInPassing(this);
     connect(this, &QSlider::actionTriggered, this, &StepSlider::prepareStep);
     connect(this, &QSlider::valueChanged, this,
             [this](int position) { m_value.set(m_scale.valueAt(position)); });
@@ -37,16 +69,15 @@ void StepSlider::prepareStep(int action) {
     if (action == SliderNoAction || action == SliderMove)
         return;
     const double stored = m_value.get();
-    int next = sliderPosition();
-    if (action == SliderSingleStepAdd)
-        next = m_scale.positionAbove(stored);
-    else if (action == SliderSingleStepSub)
-        next = m_scale.positionBelow(stored);
+    const bool up = action == SliderSingleStepAdd;
+    const bool down = action == SliderSingleStepSub;
+    const int next = up     ? m_scale.positionAbove(stored)
+                     : down ? m_scale.positionBelow(stored)
+                            : sliderPosition();
     setSliderPosition(next);
     // Where the knob stands there already, though the value does not, nothing else would write.
     const double offered = m_scale.valueAt(next);
-    const bool beyond = (action == SliderSingleStepAdd && stored > offered) ||
-                        (action == SliderSingleStepSub && stored < offered);
+    const bool beyond = (up && stored > offered) || (down && stored < offered);
     if (next == value() && stored != offered && !beyond)
         m_value.set(offered);
 }
@@ -79,13 +110,6 @@ void StepSlider::paintEvent(QPaintEvent*) {
     painter.setPen(partColor(palette()));
     painter.setBrush(palette().color(isSliderDown() ? QPalette::Midlight : QPalette::Button));
     painter.drawRoundedRect(knob, radius, radius);
-}
-
-void StepSlider::wheelEvent(QWheelEvent* event) {
-    if (hasFocus())
-        QSlider::wheelEvent(event);
-    else
-        event->ignore();
 }
 
 } // namespace lumivert

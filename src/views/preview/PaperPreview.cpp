@@ -9,9 +9,9 @@
 #include "views/preview/SheetShadow.h"
 
 #include <QAccessibleWidget>
-#include <QEvent>
 #include <QPaintEvent>
 #include <QPainter>
+#include <QPainterPath>
 #include <QScreen>
 #include <QWindow>
 
@@ -62,12 +62,11 @@ PaperPreview::PaperPreview(PrintManager& pm, ScreenColors* screens, QWidget* par
 }
 
 void PaperPreview::refresh() {
-    const Picture before = std::exchange(m_picture, pictureNow());
     if (m_photo.setRendition(m_pm.previewRendition(),
                              m_screens ? m_screens->conversionFor(screen()->name().toStdString())
                                        : nullptr))
         update();
-    updateFrom(before);
+    takePicture();
     setAccessibleDescription(QString::fromStdString(previewSentence(m_pm)));
     setToolTip(plainToolTip(QString::fromStdString(proofTrouble(m_pm))));
 }
@@ -83,26 +82,24 @@ PaperPreview::Picture PaperPreview::pictureNow() const {
     if (!hasArea(sheet))
         return picture;
 
+    RectPoints frame = picture.layout.frame;
+    frame.x += sheet.x;
+    frame.y += sheet.y;
     const QPointF origin = mapTo(window(), QPointF(0, 0));
-    const auto inView = [&sheet](RectPoints rect) {
-        return RectPoints{sheet.x + rect.x, sheet.y + rect.y, rect.width, rect.height};
-    };
-    const RectPoints frame = inView(picture.layout.frame);
     picture.sheet = onPixels(sheet, origin, picture.pixelRatio);
     picture.frame = onPixels(frame, origin, picture.pixelRatio);
-    const std::shared_ptr<const Image>& image = m_pm.image;
-    if (!image)
-        return picture;
-
-    const RectPoints photo = scalingRule(m_pm.scalingMode).inPreview(image->size(), frame);
-    if (!hasArea(photo))
-        return picture;
-    picture.photo = onPixels(photo, origin, picture.pixelRatio);
-    picture.photoBox = picture.photo & picture.frame & picture.sheet;
+    if (const std::shared_ptr<const Image>& image = m_pm.image) {
+        const RectPoints photo = scalingRule(m_pm.scalingMode).inPreview(image->size(), frame);
+        if (hasArea(photo)) {
+            picture.photo = onPixels(photo, origin, picture.pixelRatio);
+            picture.photoBox = picture.photo & picture.frame & picture.sheet;
+        }
+    }
     return picture;
 }
 
-void PaperPreview::updateFrom(const Picture& before) {
+void PaperPreview::takePicture() {
+    const Picture before = std::exchange(m_picture, pictureNow());
     if (m_picture.sheet != before.sheet || m_picture.pixelRatio != before.pixelRatio)
         update();
     else if (m_picture != before)
@@ -122,82 +119,41 @@ void PaperPreview::showEvent(QShowEvent* event) {
 }
 
 void PaperPreview::resizeEvent(QResizeEvent*) {
-    const Picture before = std::exchange(m_picture, pictureNow());
-    updateFrom(before);
-}
-
-void PaperPreview::changeEvent(QEvent* event) {
-    QWidget::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange)
-        update();
-}
-
-int PaperPreview::Picture::cornerSide() const {
-    return static_cast<int>(std::ceil(cornerRadius * pixelRatio));
-}
-
-std::array<QRect, 3> PaperPreview::Picture::covered() const {
-    const int corner = cornerSide();
-    const QRect middle = sheet.adjusted(0, corner, 0, -corner);
-    const QRect top(sheet.left() + corner, sheet.top(), sheet.width() - 2 * corner, corner);
-    return {middle, top, top.translated(0, sheet.height() - corner)};
-}
-
-QPainterPath PaperPreview::Picture::rounded() const {
-    QPainterPath path;
-    path.addRoundedRect(QRectF(sheet), cornerRadius * pixelRatio, cornerRadius * pixelRatio);
-    return path;
+    takePicture();
 }
 
 void PaperPreview::paintEvent(QPaintEvent* event) {
     // The pixel ratio may have changed with the screen, the place with a neighbour's size.
     m_picture = pictureNow();
+    const QRect& sheet = m_picture.sheet;
+    const double ratio = m_picture.pixelRatio;
     QPainter painter(this);
-    const double pixelRatio = m_picture.pixelRatio;
-    painter.scale(1 / pixelRatio, 1 / pixelRatio);
-    const QRegion region = QTransform::fromScale(pixelRatio, pixelRatio).map(event->region());
-    if (m_picture.sheet.isEmpty()) {
-        paintGround(painter, region.boundingRect());
-        return;
-    }
+    painter.scale(1 / ratio, 1 / ratio);
     // Clipped to one rectangle at a time, for which QPainter is several times faster than for a
-    // region.
-    paintAround(painter, region);
-    for (const QRect& rect : m_picture.covered()) {
-        painter.setClipRect(rect & region.boundingRect());
-        paintSheet(painter);
+    // region or a path.
+    for (const QRect& rect : QTransform::fromScale(ratio, ratio).map(event->region()) - sheet) {
+        painter.setClipRect(rect);
+        paintGround(painter);
     }
-    paintCorners(painter);
+    if (sheet.isEmpty())
+        return;
+    painter.setClipRect(sheet);
+    paintSheet(painter);
     if (m_picture.layout.outlined)
         paintOutline(painter);
-}
-
-void PaperPreview::paintAround(QPainter& painter, const QRegion& region) const {
-    QRegion around = region;
-    for (const QRect& rect : m_picture.covered())
-        around -= rect;
-    for (const QRect& rect : around) {
-        painter.setClipRect(rect);
-        paintGround(painter, rect);
-        paintSheetShadow(painter, m_picture.sheet, m_picture.pixelRatio);
-    }
-}
-
-void PaperPreview::paintCorners(QPainter& painter) {
-    QRegion corners(m_picture.sheet);
-    for (const QRect& rect : m_picture.covered())
-        corners -= rect;
+    // The ground once more, over what the sheet's round corners leave free of it.
+    QPainterPath corners;
+    corners.addRect(sheet);
+    corners.addRoundedRect(sheet, cornerRadius * ratio, cornerRadius * ratio);
     painter.setRenderHint(QPainter::Antialiasing);
-    const QPainterPath rounded = m_picture.rounded();
-    for (const QRect& rect : corners) {
-        painter.setClipRect(rect);
-        painter.setClipPath(rounded, Qt::IntersectClip);
-        paintSheet(painter);
-    }
+    painter.setClipPath(corners);
+    paintGround(painter);
 }
 
-void PaperPreview::paintGround(QPainter& painter, const QRect& rect) const {
-    painter.fillRect(rect, previewGround(palette()));
+void PaperPreview::paintGround(QPainter& painter) const {
+    painter.fillRect(painter.clipBoundingRect(), previewGround(palette()));
+    if (!m_picture.sheet.isEmpty())
+        paintSheetShadow(painter, m_picture.sheet, m_picture.pixelRatio);
 }
 
 void PaperPreview::paintSheet(QPainter& painter) {
@@ -214,19 +170,10 @@ void PaperPreview::paintOutline(QPainter& painter) const {
     pen.setMiterLimit(10);
     const double dash = outlineDash / outlineWidth; // in widths of the pen
     pen.setDashPattern({dash, dash});
-    painter.save();
-    const int corner = m_picture.cornerSide();
-    const bool clearOfCorners =
-        m_picture.sheet.adjusted(corner, corner, -corner, -corner).contains(m_picture.frame);
-    painter.setClipRect(m_picture.sheet);
-    if (!clearOfCorners)
-        painter.setClipPath(m_picture.rounded(), Qt::IntersectClip);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(pen);
-    painter.setBrush(Qt::NoBrush);
     painter.drawRect(
         QRectF(m_picture.frame).adjusted(width / 2, width / 2, -width / 2, -width / 2));
-    painter.restore();
 }
 
 } // namespace lumivert

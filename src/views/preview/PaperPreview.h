@@ -4,11 +4,8 @@
 #include "views/preview/PaperPreviewLayout.h"
 #include "views/preview/PhotoLayer.h"
 
-#include <QPainterPath>
 #include <QRect>
 #include <QWidget>
-
-#include <array>
 
 namespace lumivert {
 
@@ -32,7 +29,6 @@ protected:
     void showEvent(QShowEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
-    void changeEvent(QEvent* event) override;
 
 private:
     /// All that the drawing depends on, on the grid of device pixels.
@@ -45,21 +41,15 @@ private:
         QRect photo;
         QRect photoBox;
 
-        /// The parts of the sheet that cover what lies below. Its corners alone are blended.
-        [[nodiscard]] std::array<QRect, 3> covered() const;
-        [[nodiscard]] int cornerSide() const;
-        [[nodiscard]] QPainterPath rounded() const;
-
         bool operator==(const Picture&) const = default;
     };
 
     void refresh();
     [[nodiscard]] Picture pictureNow() const;
-    void updateFrom(const Picture& before);
+    /// Takes the picture as it is now, and has painted what that changes.
+    void takePicture();
     void updateSheet();
-    void paintAround(QPainter& painter, const QRegion& region) const;
-    void paintCorners(QPainter& painter);
-    void paintGround(QPainter& painter, const QRect& rect) const;
+    void paintGround(QPainter& painter) const;
     void paintSheet(QPainter& painter);
     void paintOutline(QPainter& painter) const;
 

@@ -17,21 +17,13 @@ std::string shortNumber(double value) {
     return text;
 }
 
-std::string sheetText(const PrintManager& pm) {
-    const bool landscape = pm.effectiveOrientation() == PaperOrientation::landscape;
-    return pm.selectedPaperSize().name + (landscape ? " landscape" : " portrait");
-}
-
 std::string photoText(const PrintManager& pm) {
     const SizePoints size = (*pm.image)->size();
     const auto [width, height] = orientedPaper(pm.selectedPaperSize(), pm.effectiveOrientation());
     // All in millimetres: the sums are the same.
     const RectPoints printable = printableRect({width, height}, pm.effectiveMargins());
-    const RectPoints photo =
-        scalingRule(pm.scalingMode)
-            .onPage({millimetresFromPoints(size.width), millimetresFromPoints(size.height)},
-                    printable);
-    const auto seen = intersection(photo, printable);
+    const SizePoints photo{millimetresFromPoints(size.width), millimetresFromPoints(size.height)};
+    const auto seen = intersection(scalingRule(pm.scalingMode).onPage(photo, printable), printable);
     if (!seen)
         return "no room for the photo";
     return "photo " + shortNumber(seen->width) + " × " + shortNumber(seen->height) + " mm";
@@ -68,7 +60,9 @@ std::string colourText(const PrintManager& pm) {
 std::string previewSentence(const PrintManager& pm) {
     if (!*pm.image)
         return {};
-    return sheetText(pm) + ", " + photoText(pm) + ", " + marginsText(pm) + colourText(pm);
+    const bool landscape = pm.effectiveOrientation() == PaperOrientation::landscape;
+    return pm.selectedPaperSize().name + (landscape ? " landscape, " : " portrait, ") +
+           photoText(pm) + ", " + marginsText(pm) + colourText(pm);
 }
 
 std::string proofTrouble(const PrintManager& pm) {

@@ -2,7 +2,7 @@
 
 #include "views/controls/ControlFixture.h"
 #include "views/controls/Labels.h"
-#include "views/controls/SegmentedPicker.h"
+#include "views/controls/Picker.h"
 #include "views/controls/StepSlider.h"
 
 #include <QCheckBox>
@@ -11,6 +11,7 @@
 #include <QHelpEvent>
 #include <QImage>
 #include <QPushButton>
+#include <QSpinBox>
 #include <QStyleOptionButton>
 #include <QToolTip>
 
@@ -22,6 +23,7 @@ namespace {
 
 struct Model : ObservableObject {
     Published<bool> on{this, false};
+    Published<int> copies{this, 3};
     Published<std::string> words{this, "one"};
     Published<ScalingMode> scaling{this, ScalingMode::fitToPage};
     Published<std::vector<Printer>> list{this, {{"a", "Alpha"}, {"b", "Beta"}}};
@@ -72,6 +74,21 @@ TEST_F(BuildersTest, pickerOfRecordsIsBoundBothWays) {
     notifications.taken();
     QTest::keyClick(box, Qt::Key_Down);
     EXPECT_EQ(model.selection.get(), "b");
+    EXPECT_EQ(notifications.taken(), 1);
+}
+
+TEST_F(BuildersTest, numberFieldIsBoundBothWaysWithinItsBounds) {
+    build(numberField("Copies", binding(model.copies), 1, 99));
+    auto* field = control<QSpinBox>(*root, "Copies");
+    ASSERT_NE(field, nullptr);
+    EXPECT_EQ(field->value(), 3);
+    model.copies = 200;
+    refreshed();
+    EXPECT_EQ(field->value(), 99);
+    EXPECT_EQ(model.copies.get(), 200) << "only a person's change writes";
+    EXPECT_EQ(notifications.taken(), 1);
+    QTest::keyClick(field, Qt::Key_Down);
+    EXPECT_EQ(model.copies.get(), 98);
     EXPECT_EQ(notifications.taken(), 1);
 }
 
@@ -332,6 +349,23 @@ TEST(FittedLabel, keepsDigitsEquallyWide) {
     const int ones = label.sizeHint().width();
     label.setText("888.8");
     EXPECT_EQ(label.sizeHint().width(), ones);
+}
+
+TEST(FittedLabel, paintsDigitsEquallyWide) {
+    const QFont font("Goudy Bookletter 1911", 24); // whose figures differ in width
+    const QFontMetrics metrics(font);
+    if (metrics.horizontalAdvance("111111") == metrics.horizontalAdvance("000000"))
+        GTEST_SKIP() << "this machine lacks fonts-goudybookletter";
+    FittedLabel label(QString(), Qt::AlignLeft);
+    label.setFont(font);
+    label.resize(400, 60);
+    // The stroke behind them moves only as far as the digits' cells let it.
+    const auto lastStroke = [&label](const QString& digits) {
+        label.setText("|" + digits + "|");
+        return inkColumns(painted(label)).second;
+    };
+    for (const char* digits : {"000000", "222222", "777777", "987654"})
+        EXPECT_EQ(lastStroke(digits), lastStroke("111111")) << digits;
 }
 
 TEST(PlainToolTip, showsMarkupAsItIs) {

@@ -1,5 +1,4 @@
-#include "views/controls/Rows.h"
-
+#include "views/controls/Builders.h"
 #include "views/controls/ControlFixture.h"
 
 #include <QPushButton>
@@ -60,6 +59,20 @@ TEST_F(RowsTest, stayAsLongAsAnEqualRecordDoes) {
     refreshed();
     EXPECT_EQ(holder->layout()->itemAt(0)->widget(), b);
     EXPECT_EQ(made, 4);
+}
+
+TEST_F(RowsTest, areWalkedThroughAsTheyAreShown) {
+    model.names = {"c", "x", "a"};
+    EXPECT_EQ(names().size(), 3U);
+    std::string walked;
+    QWidget* widget = holder->layout()->itemAt(0)->widget();
+    for (int i = 0; i < 3; ++i) {
+        walked += qobject_cast<QPushButton*>(widget)->text().toStdString();
+        do
+            widget = widget->nextInFocusChain();
+        while (!qobject_cast<QPushButton*>(widget));
+    }
+    EXPECT_EQ(walked, "cxa");
 }
 
 TEST_F(RowsTest, areMadeOnceForEachOfTwoEqualRecords) {

@@ -1,9 +1,9 @@
 #include "views/controls/Appearance.h"
 #include "views/controls/Builders.h"
 #include "views/controls/ControlFixture.h"
-#include "views/controls/FocusRing.h"
+#include "views/controls/Focus.h"
 #include "views/controls/MillimetreRow.h"
-#include "views/controls/SegmentedPicker.h"
+#include "views/controls/Picker.h"
 #include "views/controls/StepSlider.h"
 
 #include <QImage>

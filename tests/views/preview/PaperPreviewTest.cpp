@@ -41,7 +41,10 @@ protected:
         QApplication::processEvents();
     }
 
-    QImage painted() { return preview.grab().toImage().convertToFormat(QImage::Format_RGB32); }
+    QImage painted() {
+        refreshed();
+        return preview.grab().toImage().convertToFormat(QImage::Format_RGB32);
+    }
     QRgb pixel(double xMM, double yMM) {
         return painted().pixel(40 + static_cast<int>(xMM * 2), 40 + static_cast<int>(yMM * 2));
     }
@@ -104,8 +107,10 @@ TEST_F(PaperPreviewTest, cutsAFillingPhotoAtTheFrame) {
 TEST_F(PaperPreviewTest, turnsTheSheetWithThePhoto) {
     EXPECT_LT(preview.currentLayout().sheet.width, preview.currentLayout().sheet.height);
     pm->image = std::make_shared<fakes::FakeImage>(PixelSize{300, 200});
+    refreshed();
     EXPECT_GT(preview.currentLayout().sheet.width, preview.currentLayout().sheet.height);
     pm->orientation = PaperOrientation::portrait;
+    refreshed();
     EXPECT_LT(preview.currentLayout().sheet.width, preview.currentLayout().sheet.height);
 }
 
@@ -133,6 +138,7 @@ TEST_F(PaperPreviewTest, drawsTheOutlineWithinItsFrame) {
     constexpr int ratio = 8;
     pm->image = nullptr;
     pm->margins = Margins{.top = 20, .left = 30};
+    refreshed();
     QImage image(preview.size() * ratio, QImage::Format_RGB32);
     image.setDevicePixelRatio(ratio);
     preview.render(&image);

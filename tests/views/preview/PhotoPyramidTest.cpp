@@ -1,5 +1,4 @@
-#include "views/preview/PhotoPyramid.h"
-
+#include "views/preview/PhotoLayer.h"
 #include "views/preview/Renditions.h"
 
 #include <gtest/gtest.h>

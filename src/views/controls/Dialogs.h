@@ -1,6 +1,10 @@
 #pragma once
 
+#include "platform/Observable.h"
+
 #include <QDialog>
+
+#include <functional>
 
 class QLineEdit;
 class QPushButton;
@@ -22,5 +26,13 @@ public:
 private:
     QPushButton* m_accept;
 };
+
+/// Binds a dialog to a flag, both ways, while `window` lives: the flag set opens one; the dialog
+/// closed by a person sets the flag back, once; the flag set back by code closes the dialog. `make`
+/// makes a dialog with the given parent; `finished` then hears how a person closed it
+/// (QDialog::Accepted or Rejected), after the flag was set back; it hears nothing of a dialog that
+/// code closed. `flag` outlives the window.
+void present(QWidget* window, Published<bool>& flag, std::function<QDialog*(QWidget*)> make,
+             std::function<void(QDialog&, int result)> finished);
 
 } // namespace lumivert

@@ -1,10 +1,11 @@
-#include "views/OpenImageDialog.h"
+#include "views/ImageFiles.h"
 
 #include "views/ViewFixture.h"
 
 #include <QDir>
 #include <QFileDialog>
 #include <QRegularExpression>
+#include <gtest/gtest.h>
 
 #include <memory>
 
@@ -54,6 +55,34 @@ TEST(OpenImageDialog, asksForOneExistingFile) {
     EXPECT_EQ(dialog->directory(), QDir(QDir::tempPath()));
     EXPECT_EQ(dialog->supportedSchemes(), QStringList{"file"});
     EXPECT_EQ(accessibleName(dialog.get()), "Open Image");
+}
+
+bool accepts(const std::string& name) {
+    return acceptedDrop("file:///photos/" + name).has_value();
+}
+
+TEST(AcceptedDrop, goesByTheEndingInEitherLetterCase) {
+    for (const char* ending : {"jpg", "jpeg", "png", "tiff", "tif", "heic", "raw", "cr2", "cr3",
+                               "nef", "arw", "JPG", "Jpeg", "HEIC", "NEF"})
+        EXPECT_TRUE(accepts(std::string("a.") + ending)) << ending;
+}
+
+TEST(AcceptedDrop, refusesEverythingElse) {
+    for (const char* name :
+         {"a.webp", "a.pdf", "a.dng", "a", "jpg", ".jpg", "a.jpg.txt", "a.jpgx", "a."})
+        EXPECT_FALSE(accepts(name)) << name;
+}
+
+TEST(AcceptedDrop, needsTheAddressOfAFile) {
+    EXPECT_FALSE(acceptedDrop(std::nullopt));
+    for (const char* data :
+         {"", "/photos/a.jpg", "http://example.org/a.jpg", "file:a.jpg", "file:///photos/%zz.jpg"})
+        EXPECT_FALSE(acceptedDrop(data)) << data;
+}
+
+TEST(AcceptedDrop, keepsThePathAsItIs) {
+    EXPECT_EQ(acceptedDrop("file:///photos/two%20words%2C%20%C3%A5.JPG")->path(),
+              "/photos/two words, å.JPG");
 }
 
 } // namespace

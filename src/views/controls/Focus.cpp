@@ -1,13 +1,15 @@
-#include "views/controls/FocusRing.h"
+#include "views/controls/Focus.h"
 
 #include "views/controls/Appearance.h"
-#include "views/controls/SegmentedPicker.h"
+#include "views/controls/Picker.h"
 
 #include <QApplication>
 #include <QFocusFrame>
 #include <QPainter>
 #include <QProxyStyle>
 #include <QStyleOption>
+
+#include <utility>
 
 namespace lumivert {
 
@@ -44,6 +46,19 @@ private:
     static constexpr int reach = penWidth + 1;
 };
 
+class WheelGuard : public QObject {
+public:
+    using QObject::QObject;
+
+protected:
+    bool eventFilter(QObject* control, QEvent* event) override {
+        if (event->type() != QEvent::Wheel || static_cast<QWidget*>(control)->hasFocus())
+            return false;
+        event->ignore();
+        return true;
+    }
+};
+
 } // namespace
 
 void ringFocusIn(QWidget* window) {
@@ -60,6 +75,19 @@ void ringFocusIn(QWidget* window) {
                              now = now->parentWidget();
                          frame->setWidget(now);
                      });
+}
+
+void orderFocusAround(QWidget* widget) {
+    QWidget* before = nullptr;
+    for (QWidget* next : widget->window()->findChildren<QWidget*>())
+        if ((next->focusPolicy() & Qt::TabFocus) && next->window() == widget->window())
+            if (QWidget* previous = std::exchange(before, next))
+                QWidget::setTabOrder(previous, next);
+}
+
+void ignoreWheelInPassing(QWidget* control) {
+    control->setFocusPolicy(Qt::StrongFocus); // which the wheel does not give
+    control->installEventFilter(new WheelGuard(control));
 }
 
 } // namespace lumivert

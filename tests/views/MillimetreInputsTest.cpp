@@ -1,6 +1,5 @@
-#include "views/MarginSlider.h"
+#include "views/MillimetreInputs.h"
 
-#include "views/ImageSizeInput.h"
 #include "views/ViewFixture.h"
 #include "views/controls/Labels.h"
 #include "views/controls/StepSlider.h"
@@ -86,6 +85,7 @@ TYPED_TEST(MillimetreRowTest, isBoundBothWays) {
     EXPECT_EQ(this->notifications.taken(), 1);
     EXPECT_EQ(this->value(), "7.5 mm");
     this->model.length = 20;
+    refreshed();
     EXPECT_EQ(this->slider.scale().valueAt(this->slider.value()), 20);
     EXPECT_EQ(this->notifications.taken(), 1);
 }

@@ -1,10 +1,10 @@
-#include "views/controls/Presentation.h"
+#include "views/controls/Dialogs.h"
 
-#include "views/controls/Alert.h"
 #include "views/controls/ControlFixture.h"
 
 #include <QDialogButtonBox>
 #include <QLineEdit>
+#include <QProxyStyle>
 #include <QPushButton>
 
 namespace lumivert {
@@ -18,8 +18,8 @@ class PresentationTest : public testing::Test {
 protected:
     PresentationTest() { window.show(); }
 
-    void present() {
-        new Presentation(
+    void bind() {
+        present(
             &window, model.flag,
             [this](QWidget* parent) {
                 ++made;
@@ -45,7 +45,7 @@ protected:
 };
 
 TEST_F(PresentationTest, opensWithTheFlag) {
-    present();
+    bind();
     EXPECT_EQ(made, 0);
     model.flag = true;
     ASSERT_EQ(made, 1);
@@ -57,12 +57,12 @@ TEST_F(PresentationTest, opensWithTheFlag) {
 
 TEST_F(PresentationTest, opensForAFlagThatIsSetAlready) {
     model.flag = true;
-    present();
+    bind();
     EXPECT_EQ(made, 1);
 }
 
 TEST_F(PresentationTest, setsTheFlagBackOnceAndThenTellsTheAnswer) {
-    present();
+    bind();
     for (const char* answer : {"Accept", "Cancel"}) {
         model.flag = true;
         notifications.taken();
@@ -75,7 +75,7 @@ TEST_F(PresentationTest, setsTheFlagBackOnceAndThenTellsTheAnswer) {
 }
 
 TEST_F(PresentationTest, closesWhenCodeSetsTheFlagBack) {
-    present();
+    bind();
     model.flag = true;
     notifications.taken();
     const QPointer<Alert> shownDialog = dialog;
@@ -88,7 +88,7 @@ TEST_F(PresentationTest, closesWhenCodeSetsTheFlagBack) {
 }
 
 TEST_F(PresentationTest, escapeIsCancel) {
-    present();
+    bind();
     model.flag = true;
     QTest::keyClick(dialog.data(), Qt::Key_Escape);
     EXPECT_EQ(results, std::vector<int>{QDialog::Rejected});
@@ -96,7 +96,7 @@ TEST_F(PresentationTest, escapeIsCancel) {
 }
 
 TEST_F(PresentationTest, closingItsWindowIsCancel) {
-    present();
+    bind();
     model.flag = true;
     dialog->close();
     EXPECT_EQ(results, std::vector<int>{QDialog::Rejected});
@@ -104,7 +104,7 @@ TEST_F(PresentationTest, closingItsWindowIsCancel) {
 }
 
 TEST_F(PresentationTest, canBeOpenedAgainByItsAnswer) {
-    present();
+    bind();
     onFinished = [this] {
         onFinished = nullptr;
         model.flag = true;
@@ -144,6 +144,67 @@ TEST(Alert, isAcceptedByReturnInItsField) {
     EXPECT_EQ(alert.focusWidget(), field);
     QTest::keyClick(field, Qt::Key_Return);
     EXPECT_EQ(alert.result(), QDialog::Accepted);
+}
+
+/// A desktop that has the button that accepts at the right.
+class AcceptAtTheRight : public QProxyStyle {
+public:
+    AcceptAtTheRight()
+        : QProxyStyle("Fusion") {}
+
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                  QStyleHintReturn* more) const override {
+        constexpr int gnome = 3; // QDialogButtonBox::GnomeLayout
+        return hint == SH_DialogButtonLayout ? gnome
+                                             : QProxyStyle::styleHint(hint, option, widget, more);
+    }
+};
+
+class AlertTest : public testing::Test {
+protected:
+    AlertTest() {
+        QApplication::setStyle(new AcceptAtTheRight);
+        plain.show();
+        field = asking.addField("Preset name", "");
+        asking.show();
+        QApplication::processEvents();
+    }
+    ~AlertTest() override { QApplication::setStyle("Fusion"); }
+
+    Alert plain{nullptr, "Print", "A4", "Print"};
+    Alert asking{nullptr, "Save Preset", "Enter a name for this preset", "Save"};
+    QLineEdit* field = nullptr;
+};
+
+TEST_F(AlertTest, hasItsButtonsInOneOrderOnEveryDesktop) {
+    EXPECT_LT(control<QPushButton>(plain, "Print")->x(),
+              control<QPushButton>(plain, "Cancel")->x());
+    EXPECT_LT(control<QPushButton>(asking, "Save")->x(),
+              control<QPushButton>(asking, "Cancel")->x());
+}
+
+TEST_F(AlertTest, isWalkedThroughInTheOrderShown) {
+    asking.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&asking));
+    QStringList names;
+    for (int i = 0; i < 3; ++i) {
+        names << accessibleName(QApplication::focusWidget());
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    }
+    EXPECT_EQ(names.join(", "), "Preset name, Save, Cancel");
+}
+
+TEST_F(AlertTest, acceptsByReturnAndIsCancelledByEscape) {
+    EXPECT_TRUE(control<QPushButton>(plain, "Print")->isDefault());
+    QTest::keyClick(field, Qt::Key_Return);
+    EXPECT_EQ(asking.result(), QDialog::Accepted);
+    asking.show();
+    QTest::keyClick(&asking, Qt::Key_Escape);
+    EXPECT_FALSE(asking.isVisible());
+    EXPECT_EQ(asking.result(), QDialog::Rejected);
+    plain.setResult(QDialog::Accepted);
+    control<QPushButton>(plain, "Cancel")->click();
+    EXPECT_EQ(plain.result(), QDialog::Rejected);
 }
 
 } // namespace
