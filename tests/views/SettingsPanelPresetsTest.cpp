@@ -1,7 +1,7 @@
 #include "views/PanelFixture.h"
 #include "views/PresetRow.h"
-#include "views/controls/Alert.h"
 #include "views/controls/Appearance.h"
+#include "views/controls/Dialogs.h"
 
 #include <QLineEdit>
 #include <QPainter>
@@ -123,6 +123,34 @@ TEST_F(PresetsTest, showTheirNameAndBelowItTheirSummary) {
     EXPECT_LE(longOne->geometry().right(), bin->geometry().left());
     EXPECT_EQ(bin->mapTo(panel.get(), QPoint()).x(),
               button("Delete One")->mapTo(panel.get(), QPoint()).x());
+}
+
+TEST_F(PresetsTest, refreshThePanelOnceWhenTheyAreApplied) {
+    load({600, 400});
+    const auto image = std::dynamic_pointer_cast<const fakes::FakeImage>(pm->image.get());
+    fakes.files.files["/p.icc"] = "profile P";
+    pm->availableICCProfiles =
+        std::vector<ICCProfile>{printerManagedProfile(), {"p", "P", "/p.icc", false}};
+    pm->selectedICCProfileID = "p";
+    pm->renderingIntent = RenderingIntent::saturation;
+    pm->borderless = true;
+    pm->savePreset("One");
+    pm->selectedICCProfileID = "printer_managed";
+    pm->renderingIntent = RenderingIntent::perceptual;
+    pm->borderless = false;
+    refreshed();
+    fakes.dispatcher.runMain();
+    const std::size_t proofs = image->proofs.size();
+    int refreshes = 0;
+    whenRefreshed(panel->widget(), [&] { ++refreshes; });
+    NotificationCount notifications(*pm);
+    button("One")->click();
+    fakes.dispatcher.runMain();
+    QApplication::processEvents();
+    EXPECT_GT(notifications.taken(), 10);
+    EXPECT_EQ(refreshes, 1);
+    EXPECT_EQ(image->proofs.size(), proofs + 1);
+    EXPECT_EQ(picker("Rendering")->currentText(), "Saturation");
 }
 
 TEST_F(PresetsTest, goAtOnceByTheirBin) {

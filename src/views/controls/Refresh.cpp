@@ -2,77 +2,97 @@
 
 #include "platform/Observable.h"
 
+#include <QCoreApplication>
+#include <QEvent>
+
 #include <utility>
 
 namespace lumivert {
 
 namespace {
 
-// These are children of the widget that they serve, so they end with it and are found through it.
-
-class Condition : public QObject {
+/// A child of the widget that it serves, so it ends with it and is found through it.
+class Attachment : public QObject {
     Q_OBJECT
 public:
-    Condition(QWidget* widget, std::function<bool()> shown)
-        : QObject(widget)
-        , m_widget(widget)
-        , m_shown(std::move(shown)) {}
+    enum class Kind { condition, refresh };
 
-    void apply() {
-        const bool shown = m_shown();
-        if (shown == m_widget->isHidden())
-            m_widget->setVisible(shown);
-    }
+    Attachment(QWidget* served, Kind what, std::function<void()> how)
+        : QObject(served)
+        , widget(served)
+        , kind(what)
+        , apply(std::move(how)) {}
 
-private:
-    QWidget* m_widget;
-    std::function<bool()> m_shown;
-};
-
-class Refresher : public QObject {
-    Q_OBJECT
-public:
-    Refresher(QWidget* widget, std::function<void()> refresh)
-        : QObject(widget)
-        , m_widget(widget)
-        , m_refresh(std::move(refresh)) {}
-
-    void applyIfShown(const QWidget* root) {
-        if (m_widget == root || m_widget->isVisibleTo(root))
-            m_refresh();
-    }
-
-private:
-    QWidget* m_widget;
-    std::function<void()> m_refresh;
+    QWidget* const widget;
+    const Kind kind;
+    const std::function<void()> apply;
 };
 
 class Follower : public QObject {
 public:
     Follower(QWidget* root, const ObservableObject& source)
         : QObject(root)
-        , m_subscription(source.subscribe([root] { refreshTree(root); })) {}
+        , m_root(root)
+        , m_subscription(source.subscribe([this] { schedule(); })) {}
+
+    bool event(QEvent* event) override {
+        if (event->type() != QEvent::User)
+            return QObject::event(event);
+        refresh();
+        return true;
+    }
+
+protected:
+    // A control that a person works before the posted event arrives would act on what it shows.
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->isInputEvent())
+            refresh();
+        return false;
+    }
 
 private:
+    void schedule() {
+        if (std::exchange(m_isDue, true))
+            return;
+        QCoreApplication::postEvent(this, new QEvent(QEvent::User), Qt::HighEventPriority);
+        qApp->installEventFilter(this);
+    }
+    void refresh() {
+        if (!std::exchange(m_isDue, false))
+            return;
+        qApp->removeEventFilter(this);
+        refreshTree(m_root);
+    }
+
+    QWidget* m_root;
+    bool m_isDue = false;
     Subscription m_subscription;
 };
 
 } // namespace
 
 void showWhen(QWidget* widget, std::function<bool()> condition) {
-    new Condition(widget, std::move(condition));
+    new Attachment(widget, Attachment::Kind::condition, [widget, shown = std::move(condition)] {
+        const bool isShown = shown();
+        if (isShown == widget->isHidden())
+            widget->setVisible(isShown);
+    });
 }
 
 void whenRefreshed(QWidget* widget, std::function<void()> refresh) {
-    new Refresher(widget, std::move(refresh));
+    new Attachment(widget, Attachment::Kind::refresh, std::move(refresh));
 }
 
 void refreshTree(QWidget* root) {
+    const QList<Attachment*> all = root->findChildren<Attachment*>();
     // Conditions first: a control that is about to be hidden may have nothing valid to show.
-    for (Condition* condition : root->findChildren<Condition*>())
-        condition->apply();
-    for (Refresher* refresher : root->findChildren<Refresher*>())
-        refresher->applyIfShown(root);
+    for (const Attachment* each : all)
+        if (each->kind == Attachment::Kind::condition)
+            each->apply();
+    for (const Attachment* each : all)
+        if (each->kind == Attachment::Kind::refresh &&
+            (each->widget == root || each->widget->isVisibleTo(root)))
+            each->apply();
 }
 
 void keepFresh(QWidget* root, const ObservableObject& source) {

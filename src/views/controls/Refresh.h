@@ -9,8 +9,8 @@ namespace lumivert {
 class ObservableObject;
 
 // How a tree of widgets follows the model. Builders attach to a widget what brings it up to date;
-// one subscription for the whole tree runs all of it after every notification. Nothing runs before
-// keepFresh (or refreshTree) is called.
+// one subscription for the whole tree runs all of it once a turn of the event loop, however many
+// notifications there were. Nothing runs before keepFresh (or refreshTree) is called.
 
 /// `condition` decides whether `widget` is shown.
 void showWhen(QWidget* widget, std::function<bool()> condition);
@@ -23,7 +23,8 @@ void whenRefreshed(QWidget* widget, std::function<void()> refresh);
 /// shown. Code that runs here must not write to the model.
 void refreshTree(QWidget* root);
 
-/// Refreshes the tree now and after every notification of `source`, as long as `root` lives.
+/// Refreshes the tree now; then, as long as `root` lives, after notifications of `source`: before
+/// anything is painted, and before what a person does is handled.
 void keepFresh(QWidget* root, const ObservableObject& source);
 
 } // namespace lumivert

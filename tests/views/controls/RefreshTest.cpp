@@ -1,10 +1,9 @@
 #include "views/controls/Refresh.h"
 
-#include "platform/Observable.h"
+#include "views/controls/ControlFixture.h"
 
 #include <QLabel>
 #include <QVBoxLayout>
-#include <gtest/gtest.h>
 
 #include <memory>
 
@@ -35,6 +34,7 @@ struct Tree {
 TEST(Refresh, doesNothingBeforeTheTreeIsKeptFresh) {
     Tree tree;
     tree.model.open = true;
+    refreshed();
     EXPECT_EQ(tree.refreshes, 0);
 }
 
@@ -42,6 +42,7 @@ TEST(Refresh, leavesWhatIsHiddenAlone) {
     Tree tree;
     keepFresh(&tree.root, tree.model);
     tree.model.number = 2;
+    refreshed();
     EXPECT_TRUE(tree.drawer->isHidden());
     EXPECT_EQ(tree.refreshes, 0);
 }
@@ -50,13 +51,17 @@ TEST(Refresh, bringsUpToDateWhatItShows) {
     Tree tree;
     keepFresh(&tree.root, tree.model);
     tree.model.number = 2;
+    refreshed();
     tree.model.open = true;
+    refreshed();
     EXPECT_FALSE(tree.drawer->isHidden());
     EXPECT_EQ(tree.label->text().toStdString(), "2");
     EXPECT_EQ(tree.refreshes, 1);
     tree.model.number = 3;
+    refreshed();
     EXPECT_EQ(tree.label->text().toStdString(), "3");
     tree.model.open = false;
+    refreshed();
     EXPECT_TRUE(tree.drawer->isHidden());
     EXPECT_EQ(tree.refreshes, 2);
 }
@@ -80,7 +85,32 @@ TEST(Refresh, includesTheRootItself) {
     whenRefreshed(&root, [&] { root.setText(QString::number(model.number)); });
     keepFresh(&root, model);
     model.number = 5;
+    refreshed();
     EXPECT_EQ(root.text().toStdString(), "5");
+}
+
+TEST(Refresh, comesOnceATurnHoweverOftenTheModelTells) {
+    Tree tree;
+    tree.model.open = true;
+    keepFresh(&tree.root, tree.model);
+    for (int i = 2; i < 10; ++i)
+        tree.model.number = i;
+    EXPECT_EQ(tree.refreshes, 1) << "that of keepFresh";
+    QApplication::processEvents();
+    EXPECT_EQ(tree.refreshes, 2);
+    EXPECT_EQ(tree.label->text(), "9");
+}
+
+TEST(Refresh, comesBeforeWhatAPersonDoesOnTheSameTurn) {
+    Tree tree;
+    tree.model.open = true;
+    keepFresh(&tree.root, tree.model);
+    tree.model.number = 7;
+    QTest::keyClick(&tree.root, Qt::Key_A);
+    EXPECT_EQ(tree.label->text(), "7");
+    QTest::keyClick(&tree.root, Qt::Key_A);
+    QApplication::processEvents();
+    EXPECT_EQ(tree.refreshes, 2) << "and not again";
 }
 
 TEST(Refresh, endsWithTheTree) {
@@ -91,6 +121,7 @@ TEST(Refresh, endsWithTheTree) {
     keepFresh(root.get(), model);
     root.reset();
     model.number = 2;
+    refreshed();
     EXPECT_EQ(refreshes, 1);
 }
 
