@@ -1,6 +1,6 @@
 # The environment that every test runs in: nothing of the machine's or the user's leaks in.
 set(LUMIVERT_TEST_ENVIRONMENT
-  "QT_QPA_PLATFORM=offscreen"
+  "QT_QPA_PLATFORM=offscreen:configfile=${CMAKE_CURRENT_LIST_DIR}/screen.json"
   "QT_HASH_SEED=0"
   "TZ=UTC"
   "GTEST_COLOR=no"

@@ -23,6 +23,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QScreen>
 #include <QShortcut>
 #include <QSplitter>
 #include <QStandardPaths>
@@ -62,7 +63,7 @@ ContentView::ContentView(PrintManager& pm, Dispatcher& dispatcher, ProvidersOf p
     addMenus();
     addDialogs();
     ringFocusIn(this);
-    resize(firstSize);
+    resize(firstSizeIn(screen()->availableSize()));
 }
 
 void ContentView::addMenus() {

@@ -42,7 +42,8 @@ public:
     bool handleDrop(const ItemProviders& providers);
 
     static constexpr QSize leastSize{900, 650};
-    static constexpr QSize firstSize{1100, 750};
+    /// How large the window opens the first time on a screen that has that room.
+    [[nodiscard]] static QSize firstSizeIn(QSize room) { return QSize(1100, 750).boundedTo(room); }
 
 protected:
     void dragEnterEvent(QDragEnterEvent* event) override;

@@ -14,6 +14,7 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
+#include <QScreen>
 #include <QTemporaryDir>
 
 namespace lumivert {
@@ -113,6 +114,12 @@ TEST_F(ContentViewTest, opensAtItsFirstSizeAndHasALeastOne) {
     QApplication::processEvents();
     EXPECT_EQ(window->centralWidget()->size(), QSize(900, 650));
     EXPECT_EQ(window->size(), QSize(900, 650 + window->menuBar()->height()));
+}
+
+TEST_F(ContentViewTest, opensNoLargerThanItsScreen) {
+    EXPECT_EQ(ContentView::firstSizeIn({1920, 1200}), QSize(1100, 750));
+    EXPECT_EQ(ContentView::firstSizeIn({1024, 700}), QSize(1024, 700));
+    EXPECT_LE(window->height(), window->screen()->availableSize().height());
 }
 
 TEST_F(ContentViewTest, givesAllFurtherWidthToThePreview) {
