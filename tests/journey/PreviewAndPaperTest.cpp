@@ -184,6 +184,7 @@ TEST_F(PreviewAndPaper, differForALandscapeSheetAlone) {
     m_manager.availablePrinters = {{"Q", "Q"}};
     m_manager.selectedPrinterID = "Q";
     m_manager.loadImage(FileUrl::fromPath(m_folder / "landscape.jpg"));
+    QCoreApplication::sendPostedEvents(); // the preview is brought up to date
     const RectPoints sheet = m_preview.currentLayout().sheet;
     EXPECT_GT(sheet.width, sheet.height);
     m_manager.sendToCUPS(true);
