@@ -57,7 +57,7 @@ struct SystemServices::Owned {
     DesktopScreenColors screens{desktopProfiles(), lcmsScreenConversion};
     UpdateDialog updateDialog;
     QtUpdateClock updateClock;
-    PackageKitEngine updateEngine{"lumivert"};
+    std::unique_ptr<UpdateEngine> updateEngine = packageKitEngine("lumivert");
     // Its background tasks use the others; the decoder's answers use it.
     QtDispatcher dispatcher;
     DecoderClient decoder{{.path = decoderPath(), .screenEdge = longestScreenEdge}};
@@ -82,7 +82,7 @@ AppServices SystemServices::appServices() {
                      .openFile = openFile,
                      .randomUuid = randomUuid,
                      .writeLine = writeLine},
-        .updates = {owned.updateEngine, owned.updateDialog, owned.updateClock, owned.preferences},
+        .updates = {*owned.updateEngine, owned.updateDialog, owned.updateClock, owned.preferences},
         .providersOf = itemProviders,
         .printSystem = printSystemName(),
         .firstWindowPainted = [&owned] { owned.decoder.prepareSpare(); },

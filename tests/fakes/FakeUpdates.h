@@ -1,8 +1,6 @@
 #pragma once
 
-#include "platform/UpdateClock.h"
-#include "platform/UpdateEngine.h"
-#include "platform/UpdateWindow.h"
+#include "platform/Updates.h"
 
 #include <algorithm>
 #include <chrono>
@@ -19,44 +17,41 @@ namespace lumivert::fakes {
 /// test calls `turn`, as on the event loop's next turn.
 class FakeUpdateEngine : public UpdateEngine {
 public:
-    void check(UpdateCheckKind kind, OnProgress progress,
-               std::function<void(const UpdateCheckOutcome&)> onDone) override {
+    void check(UpdateCheckKind kind, OnState onState) override {
         checks.push_back(kind);
-        onProgress = std::move(progress);
-        m_onChecked = std::move(onDone);
-    }
-    void cancelCheck() override { m_cancelled = m_onChecked != nullptr; }
-    void install(const AvailableUpdate& update, OnProgress progress,
-                 std::function<void(const UpdateInstallOutcome&)> onDone) override {
-        installs.push_back(update);
-        onProgress = std::move(progress);
-        m_onInstalled = std::move(onDone);
-    }
-
-    void endCheck(const UpdateCheckOutcome& outcome) {
-        std::exchange(m_onChecked,
-                      nullptr)(m_cancelled ? UpdateCheckOutcome(UpdateCancelled{}) : outcome);
+        m_onState = std::move(onState);
+        m_checking = true;
         m_cancelled = false;
     }
-    void endInstall(const UpdateInstallOutcome& outcome) {
-        std::exchange(m_onInstalled, nullptr)(outcome);
-    }
-    void turn() {
-        if (m_cancelled)
-            endCheck(UpdateCancelled{});
+    void cancelCheck() override { m_cancelled = m_checking; }
+    void install(const AvailableUpdate& update, OnState onState) override {
+        installs.push_back(update);
+        m_onState = std::move(onState);
     }
 
-    [[nodiscard]] bool checking() const { return m_onChecked != nullptr; }
+    /// Tells how the check or the installation stands.
+    void tell(const UpdateState& state) { m_onState(state); }
+    void endCheck(const UpdateState& outcome) {
+        m_checking = false;
+        std::exchange(m_onState, nullptr)(
+            std::exchange(m_cancelled, false) ? UpdateState(UpdateUnanswered{}) : outcome);
+    }
+    void endInstall(const UpdateState& outcome) { std::exchange(m_onState, nullptr)(outcome); }
+    void turn() {
+        if (m_cancelled)
+            endCheck(UpdateUnanswered{});
+    }
+
+    [[nodiscard]] bool checking() const { return m_checking; }
     [[nodiscard]] bool cancelled() const { return m_cancelled; }
 
     std::vector<UpdateCheckKind> checks;
     std::vector<AvailableUpdate> installs;
-    OnProgress onProgress;
 
 private:
+    bool m_checking = false;
     bool m_cancelled = false;
-    std::function<void(const UpdateCheckOutcome&)> m_onChecked;
-    std::function<void(const UpdateInstallOutcome&)> m_onInstalled;
+    OnState m_onState;
 };
 
 /// A window that remembers what it was told, and lets the test press its buttons.
@@ -71,7 +66,7 @@ public:
             ++openings;
         }
     }
-    void close() override { open = false; }
+    void closeWindow() override { open = false; }
     [[nodiscard]] bool isOpen() const override { return open; }
 
     template <class T>
@@ -92,11 +87,10 @@ class FakeUpdateClock : public UpdateClock {
 public:
     std::chrono::sys_seconds now() override { return time; }
 
-    std::unique_ptr<UpdateAlarm> after(std::chrono::milliseconds delay,
-                                       std::function<void()> task) override {
+    Alarm after(std::chrono::milliseconds delay, std::function<void()> task) override {
         const auto id = ++m_count;
         m_tasks[id] = {m_elapsed + delay, std::move(task)};
-        return std::make_unique<Alarm>(*this, id);
+        return {nullptr, [this, id](void*) { m_tasks.erase(id); }};
     }
 
     std::chrono::seconds randomBetween(std::chrono::seconds least,
@@ -134,17 +128,6 @@ private:
     struct Task {
         std::chrono::milliseconds due;
         std::function<void()> task;
-    };
-    class Alarm : public UpdateAlarm {
-    public:
-        Alarm(FakeUpdateClock& clock, int id)
-            : m_clock(clock)
-            , m_id(id) {}
-        ~Alarm() override { m_clock.m_tasks.erase(m_id); }
-
-    private:
-        FakeUpdateClock& m_clock;
-        int m_id;
     };
     void moveTo(std::chrono::milliseconds elapsed) {
         m_part += elapsed - m_elapsed;

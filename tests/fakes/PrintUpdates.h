@@ -1,13 +1,13 @@
 #pragma once
 
-#include "platform/UpdateEngine.h"
+#include "platform/Updates.h"
 
 #include <ostream>
 
 // What a failed expectation shows of update outcomes.
 namespace lumivert {
 
-inline void PrintTo(const UpdateFailure& failure, std::ostream* out) {
+inline void PrintTo(const UpdateFailed& failure, std::ostream* out) {
     *out << "failure " << static_cast<int>(failure.problem) << " \"" << failure.details << '"';
 }
 inline void PrintTo(const UpdateNotNeeded& current, std::ostream* out) {

@@ -1,10 +1,31 @@
 #pragma once
 
-#include "app/updates/CheckForUpdatesViewModel.h"
+#include "platform/Dispatcher.h"
+#include "platform/Observable.h"
+#include "platform/updates/SPUUpdater.h"
 
 #include <QAction>
 
+#include <memory>
+
 namespace lumivert {
+
+/// Tells the menu item whether a check may start. Main thread; the updater and the dispatcher are
+/// borrowed and outlive it.
+class CheckForUpdatesViewModel : public ObservableObject {
+public:
+    CheckForUpdatesViewModel(const SPUUpdater& updater, Dispatcher& dispatcher);
+
+    /// True while the updater accepts a check that a person asks for. False at first; it follows
+    /// the updater from the next turn of the main thread on.
+    Published<bool> canCheckForUpdates{this, false};
+
+private:
+    /// Held weakly by steps that wait for the main thread: gone with the model.
+    std::shared_ptr<CheckForUpdatesViewModel*> m_self =
+        std::make_shared<CheckForUpdatesViewModel*>(this);
+    Subscription m_observation;
+};
 
 /// The menu item "Check for Updates…": starts a check, and is greyed out while none may start. The
 /// updater and the dispatcher are borrowed and outlive it.

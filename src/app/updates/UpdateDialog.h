@@ -1,36 +1,48 @@
 #pragma once
 
-#include "platform/UpdateWindow.h"
+#include "platform/Updates.h"
+
+#include <QDialog>
 
 #include <cstddef>
-#include <memory>
 #include <utility>
 
-class QDialog;
+class QLabel;
+class QPlainTextEdit;
+class QProgressBar;
+class QPushButton;
 
 namespace lumivert {
 
-/// The update window in the desktop's own widgets: not modal, made when it is first shown, kept,
-/// and no reason for the program to stay when its other windows are closed.
-class UpdateDialog : public UpdateWindow {
-public:
-    UpdateDialog();
-    ~UpdateDialog() override;
+struct UpdateContent;
 
+/// The update window in the desktop's own widgets: not modal, filled with widgets when it is first
+/// shown, and no reason for the program to stay when its other windows are closed.
+class UpdateDialog : public QDialog, public UpdateWindow {
+    Q_OBJECT
+
+public:
     void setActions(Actions actions) override { m_actions = std::move(actions); }
     void present(const UpdateState& state, Attention attention) override;
-    void close() override;
-    [[nodiscard]] bool isOpen() const override;
+    void closeWindow() override { hide(); }
+    [[nodiscard]] bool isOpen() const override { return isVisible(); }
 
-    /// The widget, for tests; nothing before it is first shown.
-    [[nodiscard]] QDialog* widget() const;
+    // Escape and the window's close button, too: whoever set the actions decides what they mean.
+    void reject() override;
 
 private:
-    class Widget;
+    void build();
+    void fill(const UpdateContent& content);
 
     Actions m_actions;
-    std::unique_ptr<Widget> m_widget;
     std::size_t m_shownKind = 0; // which of the states
+    QLabel* m_headline = nullptr;
+    QLabel* m_text = nullptr;
+    QProgressBar* m_progress = nullptr;
+    QLabel* m_notesLabel = nullptr;
+    QPlainTextEdit* m_notes = nullptr;
+    QPushButton* m_install = nullptr;
+    QPushButton* m_dismiss = nullptr;
 };
 
 } // namespace lumivert

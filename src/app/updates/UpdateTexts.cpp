@@ -23,11 +23,9 @@ std::string problemText(UpdateProblem problem, bool installing) {
     case UpdateProblem::noNetwork:
         return "There is no network connection.";
     case UpdateProblem::notAuthorized:
-        return installing
-                   ? "You are not allowed to install software here, or the permission was not "
-                     "given."
-                   : "You are not allowed to look for new software here, or the permission was not "
-                     "given.";
+        return std::string("You are not allowed to ") +
+               (installing ? "install software" : "look for new software") +
+               " here, or the permission was not given.";
     case UpdateProblem::noService:
         return "This system has no PackageKit service, through which Lumivert is updated. Use the "
                "system's own tools to update it.";
@@ -52,61 +50,47 @@ std::string problemText(UpdateProblem problem, bool installing) {
     return "The package manager reported a problem.";
 }
 
-class Describe {
-public:
+struct Describe {
     UpdateContent operator()(const UpdateChecking& state) const {
-        UpdateContent content;
-        content.headline = "Checking for updates…";
-        content.text = activityText(state.progress.activity);
-        content.showsProgress = true;
-        content.percent = state.progress.percent;
-        content.dismissLabel = "Cancel";
-        return content;
+        return {.headline = "Checking for updates…",
+                .text = activityText(state.progress.activity),
+                .dismissLabel = "Cancel",
+                .progress = state.progress};
     }
     UpdateContent operator()(const UpdateNotNeeded& state) const {
-        UpdateContent content;
-        content.headline = "Lumivert is up to date";
-        content.text = "Version " + state.installedVersion +
-                       " is the newest that your package repositories offer.";
-        content.dismissLabel = "Close";
-        return content;
+        return {.headline = "Lumivert is up to date",
+                .text = "Version " + state.installedVersion +
+                        " is the newest that your package repositories offer.",
+                .dismissLabel = "Close"};
     }
     UpdateContent operator()(const AvailableUpdate& state) const {
-        UpdateContent content;
-        content.headline = "Lumivert " + state.version + " is available";
-        content.text = "You have version " + state.installedVersion + ".";
-        content.notesLabel = "What changes";
-        content.notes = state.changes;
-        content.offersInstall = true;
-        content.dismissLabel = "Later";
-        return content;
+        return {.headline = "Lumivert " + state.version + " is available",
+                .text = "You have version " + state.installedVersion + ".",
+                .dismissLabel = "Later",
+                .notesLabel = "What changes",
+                .notes = state.changes,
+                .offersInstall = true};
     }
     UpdateContent operator()(const UpdateInstalling& state) const {
-        UpdateContent content;
-        content.headline = "Installing Lumivert " + state.version + "…";
-        content.text = activityText(state.progress.activity);
-        content.showsProgress = true;
-        content.percent = state.progress.percent;
-        content.dismissLabel = "Hide"; // the installation goes on
-        return content;
+        return {.headline = "Installing Lumivert " + state.version + "…",
+                .text = activityText(state.progress.activity),
+                .dismissLabel = "Hide", // the installation goes on
+                .progress = state.progress};
     }
     UpdateContent operator()(const UpdateInstalled& state) const {
-        UpdateContent content;
-        content.headline = "Lumivert " + state.version + " is installed";
-        content.text = "Restart Lumivert to use it.";
-        content.dismissLabel = "Close";
-        return content;
+        return {.headline = "Lumivert " + state.version + " is installed",
+                .text = "Restart Lumivert to use it.",
+                .dismissLabel = "Close"};
     }
     UpdateContent operator()(const UpdateFailed& state) const {
-        UpdateContent content;
-        content.headline = state.installing ? "The update could not be installed"
-                                            : "Lumivert could not check for updates";
-        content.text = problemText(state.failure.problem, state.installing);
-        content.notesLabel = "Details";
-        content.notes = state.failure.details;
-        content.dismissLabel = "Close";
-        return content;
+        return {.headline = state.installing ? "The update could not be installed"
+                                             : "Lumivert could not check for updates",
+                .text = problemText(state.problem, state.installing),
+                .dismissLabel = "Close",
+                .notesLabel = "Details",
+                .notes = state.details};
     }
+    UpdateContent operator()(const UpdateUnanswered& /*never shown*/) const { return {}; }
 };
 
 } // namespace

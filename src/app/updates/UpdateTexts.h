@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/UpdateWindow.h"
+#include "platform/Updates.h"
 
 #include <optional>
 #include <string>
@@ -11,12 +11,12 @@ namespace lumivert {
 struct UpdateContent {
     std::string headline;
     std::string text;
-    std::string notesLabel; ///< names the notes
-    std::string notes;      ///< several lines to read at leisure; often none
-    bool showsProgress = false;
-    std::optional<int> percent; ///< 0 to 100; nothing: busy without a measure
-    bool offersInstall = false;
     std::string dismissLabel;
+    std::string notesLabel = {}; ///< names the notes
+    std::string notes = {};      ///< several lines to read at leisure; often none
+    /// Shown while something goes on; without a percentage, as busy without a measure.
+    std::optional<UpdateProgress> progress = {};
+    bool offersInstall = false;
 };
 
 [[nodiscard]] UpdateContent updateContent(const UpdateState& state);

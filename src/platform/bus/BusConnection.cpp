@@ -1,6 +1,7 @@
 #include "platform/bus/BusConnection.h"
 
 #include <QDBusPendingCallWatcher>
+#include <QDBusVariant>
 #include <QMetaObject>
 #include <QThread>
 
@@ -73,6 +74,18 @@ void callBus(const QDBusConnection& bus, const QDBusMessage& call, int timeoutMs
                          finished->deleteLater();
                          onReply(finished->reply());
                      });
+}
+
+QDBusMessage propertyCall(const QString& service, const QString& path, const QString& interface,
+                          const QString& property) {
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        service, path, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+    call << interface << property;
+    return call;
+}
+
+QVariant propertyIn(const QDBusMessage& reply) {
+    return reply.arguments().value(0).value<QDBusVariant>().variant();
 }
 
 } // namespace lumivert

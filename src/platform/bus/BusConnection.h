@@ -4,6 +4,7 @@
 #include <QDBusMessage>
 #include <QObject>
 #include <QString>
+#include <QVariant>
 
 #include <functional>
 #include <optional>
@@ -39,5 +40,11 @@ private:
 /// loop, unless `context` is destroyed before.
 void callBus(const QDBusConnection& bus, const QDBusMessage& call, int timeoutMs, QObject* context,
              std::function<void(const QDBusMessage& reply)> onReply);
+
+/// The call that reads a property of a service's object.
+[[nodiscard]] QDBusMessage propertyCall(const QString& service, const QString& path,
+                                        const QString& interface, const QString& property);
+/// The value in the answer to a propertyCall; invalid in an error.
+[[nodiscard]] QVariant propertyIn(const QDBusMessage& reply);
 
 } // namespace lumivert

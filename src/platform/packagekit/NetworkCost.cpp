@@ -1,12 +1,9 @@
 #include "platform/packagekit/NetworkCost.h"
 
 #include "platform/bus/BusConnection.h"
-#include "platform/packagekit/PackageKitNames.h"
+#include "platform/packagekit/PackageKitTransaction.h"
 
-#include <QDBusMessage>
-#include <QDBusVariant>
-
-#include <optional>
+#include <utility>
 
 namespace lumivert {
 
@@ -14,44 +11,47 @@ namespace {
 
 constexpr int timeoutMs = 25'000;
 
-QDBusMessage readProperty(const QString& service, const QString& path, const QString& property) {
-    QDBusMessage message = QDBusMessage::createMethodCall(
-        service, path, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-    message << service << property;
-    return message;
+/// 0, which neither service has a meaning for, where there is no such number.
+uint numberIn(const QDBusMessage& reply) {
+    const QVariant value = propertyIn(reply);
+    return value.typeId() == QMetaType::UInt ? value.toUInt() : 0;
 }
 
-std::optional<uint> numberIn(const QDBusMessage& reply) {
-    const QVariant value = reply.arguments().value(0).value<QDBusVariant>().variant();
-    return value.typeId() == QMetaType::UInt ? std::optional(value.toUInt()) : std::nullopt;
-}
-
-// The values of NetworkManager's NMMetered: yes, no, and the two guesses.
-NetworkCost costFromMetered(std::optional<uint> value) {
-    if (value == 1U || value == 3U)
+// NetworkManager's NMMetered.
+NetworkCost costFromMetered(uint value) {
+    switch (value) {
+    case 1: // yes
+    case 3: // a guess
         return NetworkCost::metered;
-    if (value == 2U || value == 4U)
+    case 2: // no
+    case 4: // a guess
         return NetworkCost::free;
-    return NetworkCost::unknown;
+    default:
+        return NetworkCost::unknown;
+    }
 }
 
-NetworkCost costFromNetworkState(std::optional<uint> value) {
-    if (value == packagekit::networkOffline)
+// PackageKit's PkNetworkEnum.
+NetworkCost costFromNetworkState(uint value) {
+    switch (value) {
+    case 1: // offline
         return NetworkCost::offline;
-    if (value == packagekit::networkMobile)
+    case 5: // mobile
         return NetworkCost::metered;
-    if (value == packagekit::networkWired)
+    case 3: // wired
         return NetworkCost::free;
-    return NetworkCost::unknown; // a wireless network may be a telephone's
+    default: // a wireless network may be a telephone's
+        return NetworkCost::unknown;
+    }
 }
 
 } // namespace
 
 void findNetworkCost(const QDBusConnection& bus, QObject* context,
                      std::function<void(NetworkCost)> onKnown) {
-    QDBusMessage metered =
-        readProperty(QStringLiteral("org.freedesktop.NetworkManager"),
-                     QStringLiteral("/org/freedesktop/NetworkManager"), QStringLiteral("Metered"));
+    const QString manager = QStringLiteral("org.freedesktop.NetworkManager");
+    QDBusMessage metered = propertyCall(manager, QStringLiteral("/org/freedesktop/NetworkManager"),
+                                        manager, QStringLiteral("Metered"));
     metered.setAutoStartService(false);
     callBus(bus, metered, timeoutMs, context,
             [bus, context, onKnown = std::move(onKnown)](const QDBusMessage& reply) {
@@ -61,7 +61,7 @@ void findNetworkCost(const QDBusConnection& bus, QObject* context,
                     return;
                 }
                 callBus(bus,
-                        readProperty(packagekit::serviceName(), packagekit::servicePath(),
+                        propertyCall(packageKitService, packageKitPath, packageKitService,
                                      QStringLiteral("NetworkState")),
                         timeoutMs, context, [onKnown](const QDBusMessage& state) {
                             onKnown(costFromNetworkState(numberIn(state)));

@@ -2,7 +2,6 @@
 
 #include "platform/bus/BusConnection.h"
 #include "platform/packagekit/NetworkCost.h"
-#include "platform/packagekit/PackageKitNames.h"
 #include "platform/packagekit/PackageKitTransaction.h"
 
 #include <QMetaObject>
@@ -16,12 +15,17 @@ namespace lumivert {
 
 namespace {
 
-using namespace packagekit;
 using Result = PackageKitTransaction::Result;
-using OnChecked = std::function<void(const UpdateCheckOutcome&)>;
-using OnInstalled = std::function<void(const UpdateInstallOutcome&)>;
 
-const UpdateFailure noBus{UpdateProblem::noService, "There is no system message bus."};
+// Filters and flags travel as bit fields; these are the bits set.
+constexpr qulonglong filterNone = 1ULL << 1;
+constexpr qulonglong filterInstalled = 1ULL << 2;
+constexpr qulonglong flagOnlyTrusted = 1ULL << 1;
+
+constexpr uint infoInstalled = 1;
+constexpr uint infoBlocked = 9;
+
+const UpdateFailed noBus{UpdateProblem::noService, "There is no system message bus."};
 
 // One check, from step to step. A repository that cannot be read hides no update that another one
 // offers; only when none is found is the check a failure. Where the price of the network is
@@ -29,28 +33,24 @@ const UpdateFailure noBus{UpdateProblem::noService, "There is no system message 
 // nothing itself.
 struct Check {
     bool quiet = false;
-    UpdateEngine::OnProgress onProgress;
-    OnChecked onDone;
+    UpdateEngine::OnState onState;
     bool localOnly = false;
     QString installedVersion;
     bool isLocal = false;
-    std::optional<UpdateFailure> refreshFailure;
+    std::optional<UpdateFailed> refreshFailure = {};
 };
 
-} // namespace
-
-/// What the engine is at; an object of its own so that its header needs no Qt.
-class PackageKitEngine::Work : public QObject {
+class PackageKitEngine final : public QObject, public UpdateEngine {
 public:
-    Work(const std::string& packageName, const std::string& busAddress)
+    PackageKitEngine(const std::string& packageName, const std::string& busAddress)
         : m_packageName(QString::fromStdString(packageName))
         , m_connection(QString::fromStdString(busAddress)) {}
+    ~PackageKitEngine() override { endCheck(); }
 
-    void check(UpdateCheckKind kind, OnProgress onProgress, OnChecked onDone) {
+    void check(UpdateCheckKind kind, OnState onState) override {
         m_check = std::make_shared<Check>();
         m_check->quiet = kind == UpdateCheckKind::scheduled;
-        m_check->onProgress = std::move(onProgress);
-        m_check->onDone = std::move(onDone);
+        m_check->onState = std::move(onState);
         m_connection.open([this, check = std::weak_ptr(m_check)](const auto& bus) {
             m_bus = bus;
             if (check.expired())
@@ -64,43 +64,40 @@ public:
         });
     }
 
-    void cancelCheck() {
-        if (!m_check)
-            return;
-        if (m_transaction) {
-            m_transaction->cancel();
-            m_transaction.release()->deleteLater(); // it may be telling its progress
-        }
-        // The outcome waits for the next turn, and belongs to this check alone.
-        QMetaObject::invokeMethod(
-            this,
-            [onDone = std::exchange(m_check, nullptr)->onDone] {
-                onDone(UpdateCheckOutcome(UpdateCancelled{}));
-            },
-            Qt::QueuedConnection);
+    void cancelCheck() override {
+        // The end waits for the next turn, and belongs to this check alone.
+        if (const auto check = endCheck())
+            QMetaObject::invokeMethod(
+                this, [onState = check->onState] { onState(UpdateUnanswered{}); },
+                Qt::QueuedConnection);
     }
 
-    void install(const AvailableUpdate& update, OnProgress onProgress, OnInstalled onDone) {
-        m_connection.open([this, update, onProgress = std::move(onProgress),
-                           onDone = std::move(onDone)](const auto& bus) {
+    void install(const AvailableUpdate& update, OnState onState) override {
+        m_connection.open([this, update, onState = std::move(onState)](const auto& bus) {
             m_bus = bus;
-            if (!bus) {
-                onDone(UpdateInstallOutcome(noBus));
-                return;
-            }
-            run({QStringLiteral("UpdatePackages"),
+            const auto end = [onState, update](std::optional<UpdateFailed> failure) {
+                if (!failure)
+                    return onState(UpdateInstalled{update.version});
+                failure->installing = true;
+                onState(*failure);
+            };
+            if (!bus)
+                return end(noBus);
+            run(
+                {QStringLiteral("UpdatePackages"),
                  {flagOnlyTrusted, QStringList{QString::fromStdString(update.id)}}},
-                onProgress, [onDone, version = update.version](const Result& result) {
-                    onDone(result.failure ? UpdateInstallOutcome(*result.failure)
-                                          : UpdateInstalled{version});
-                });
+                [onState, update](const UpdateProgress& progress) {
+                    onState(UpdateInstalling{update.version, progress});
+                },
+                [end](const Result& result) { end(result.failure); });
         });
     }
 
 private:
     using OnResult = std::function<void(const Result&)>;
 
-    void run(PackageKitTransaction::Request request, OnProgress onProgress, OnResult next) {
+    void run(PackageKitTransaction::Request request, PackageKitTransaction::OnProgress onProgress,
+             OnResult next) {
         m_transaction = std::make_unique<PackageKitTransaction>(*m_bus, std::move(request));
         m_transaction->start(std::move(onProgress),
                              [this, next = std::move(next)](const Result& result) {
@@ -111,13 +108,26 @@ private:
     }
 
     void step(const QString& role, const QVariantList& arguments, OnResult next) {
-        run({role, arguments, m_check->quiet, m_check->localOnly}, m_check->onProgress,
+        run(
+            {role, arguments, m_check->quiet, m_check->localOnly},
+            [onState = m_check->onState](const UpdateProgress& progress) {
+                onState(UpdateChecking{progress});
+            },
             std::move(next));
     }
 
-    void finishCheck(const UpdateCheckOutcome& outcome) {
-        const OnChecked onDone = std::exchange(m_check, nullptr)->onDone;
-        onDone(outcome);
+    void finishCheck(const UpdateState& end) {
+        const auto check = std::exchange(m_check, nullptr);
+        check->onState(end);
+    }
+
+    /// Forgets the check that is under way, if one is, and stops what it does.
+    std::shared_ptr<Check> endCheck() {
+        if (m_check && m_transaction) {
+            m_transaction->cancel();
+            m_transaction.release()->deleteLater(); // it may be telling its progress
+        }
+        return std::exchange(m_check, nullptr);
     }
 
     void askForCost() {
@@ -125,7 +135,7 @@ private:
             if (check.expired())
                 return;
             if (cost == NetworkCost::offline || cost == NetworkCost::metered) {
-                finishCheck(UpdatePostponed{});
+                finishCheck(UpdateUnanswered{});
                 return;
             }
             m_check->localOnly = cost == NetworkCost::unknown;
@@ -141,7 +151,7 @@ private:
                  if (result.failure) {
                      finishCheck(*result.failure);
                  } else if (!installed) {
-                     finishCheck(UpdateFailure{UpdateProblem::notFromRepository, {}});
+                     finishCheck(UpdateFailed{UpdateProblem::notFromRepository, {}});
                  } else {
                      m_check->installedVersion = installed->version();
                      m_check->isLocal = installed->isLocal();
@@ -181,9 +191,9 @@ private:
             else if (found)
                 readChanges(*found);
             else if (m_check->refreshFailure)
-                finishCheck(UpdateFailure(*m_check->refreshFailure));
+                finishCheck(*m_check->refreshFailure);
             else if (m_check->isLocal) // nobody who could offer a newer version knows this one
-                finishCheck(UpdateFailure{UpdateProblem::notFromRepository, {}});
+                finishCheck(UpdateFailed{UpdateProblem::notFromRepository, {}});
             else
                 finishCheck(UpdateNotNeeded{m_check->installedVersion.toStdString()});
         });
@@ -225,24 +235,11 @@ private:
     std::unique_ptr<PackageKitTransaction> m_transaction;
 };
 
-PackageKitEngine::PackageKitEngine(std::string packageName, std::string busAddress)
-    : m_work(std::make_unique<Work>(packageName, busAddress)) {}
+} // namespace
 
-PackageKitEngine::~PackageKitEngine() {
-    m_work->cancelCheck();
-}
-
-void PackageKitEngine::check(UpdateCheckKind kind, OnProgress onProgress, OnChecked onDone) {
-    m_work->check(kind, std::move(onProgress), std::move(onDone));
-}
-
-void PackageKitEngine::cancelCheck() {
-    m_work->cancelCheck();
-}
-
-void PackageKitEngine::install(const AvailableUpdate& update, OnProgress onProgress,
-                               OnInstalled onDone) {
-    m_work->install(update, std::move(onProgress), std::move(onDone));
+std::unique_ptr<UpdateEngine> packageKitEngine(const std::string& packageName,
+                                               const std::string& busAddress) {
+    return std::make_unique<PackageKitEngine>(packageName, busAddress);
 }
 
 } // namespace lumivert

@@ -1,6 +1,6 @@
 #include "platform/packagekit/PackageKitFailures.h"
 
-#include "platform/packagekit/PackageKitNames.h"
+#include "platform/packagekit/PackageKitTransaction.h"
 
 #include <QDBusError>
 
@@ -35,11 +35,12 @@ constexpr std::pair<uint, UpdateProblem> problemsByCode[] = {
     {67, UpdateProblem::busy},              // lock required
 };
 
+// The same by PK_EXIT_ENUM_…
 constexpr std::pair<uint, UpdateProblem> problemsByExit[] = {
-    {packagekit::exitCancelled, UpdateProblem::interrupted},
-    {packagekit::exitKilled, UpdateProblem::interrupted},
-    {packagekit::exitNeedUntrusted, UpdateProblem::untrusted},
-    {packagekit::exitCancelledPriority, UpdateProblem::interrupted},
+    {3, UpdateProblem::interrupted}, // cancelled
+    {6, UpdateProblem::interrupted}, // killed
+    {8, UpdateProblem::untrusted},   // would need untrusted packages
+    {9, UpdateProblem::interrupted}, // cancelled for one of higher priority
 };
 
 UpdateProblem problemOf(uint number, Problems problems) {
@@ -51,16 +52,16 @@ UpdateProblem problemOf(uint number, Problems problems) {
 
 } // namespace
 
-std::optional<UpdateFailure> packageKitFailure(uint exit, std::optional<uint> code,
-                                               const QString& details) {
+std::optional<UpdateFailed> packageKitFailure(uint exit, std::optional<uint> code,
+                                              const QString& details) {
     // An error beside a success is a warning.
-    if (exit == packagekit::exitSuccess)
+    if (exit == packageKitSuccess)
         return std::nullopt;
-    return UpdateFailure{code ? problemOf(*code, problemsByCode) : problemOf(exit, problemsByExit),
-                         details.trimmed().toStdString()};
+    return UpdateFailed{code ? problemOf(*code, problemsByCode) : problemOf(exit, problemsByExit),
+                        details.trimmed().toStdString()};
 }
 
-UpdateFailure packageKitCallFailure(const QDBusMessage& error, bool created) {
+UpdateFailed packageKitCallFailure(const QDBusMessage& error, bool created) {
     const QString name = error.errorName();
     const std::string details = error.errorMessage().trimmed().toStdString();
     const QDBusError::ErrorType type = QDBusError(error).type();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/UpdateEngine.h"
+#include "platform/Updates.h"
 
 #include <QDBusMessage>
 #include <QString>
@@ -11,11 +11,11 @@ namespace lumivert {
 
 /// What went wrong, from the service's numbers: `exit` of Finished, `code` and `details` of
 /// ErrorCode. Nothing when nothing did.
-[[nodiscard]] std::optional<UpdateFailure> packageKitFailure(uint exit, std::optional<uint> code,
-                                                             const QString& details);
+[[nodiscard]] std::optional<UpdateFailed> packageKitFailure(uint exit, std::optional<uint> code,
+                                                            const QString& details);
 
 /// What went wrong when a call was answered with this error. `created`: a transaction exists, so
 /// the service was there.
-[[nodiscard]] UpdateFailure packageKitCallFailure(const QDBusMessage& error, bool created);
+[[nodiscard]] UpdateFailed packageKitCallFailure(const QDBusMessage& error, bool created);
 
 } // namespace lumivert

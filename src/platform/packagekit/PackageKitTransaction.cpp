@@ -2,7 +2,6 @@
 
 #include "platform/bus/BusConnection.h"
 #include "platform/packagekit/PackageKitFailures.h"
-#include "platform/packagekit/PackageKitNames.h"
 
 #include <QDBusServiceWatcher>
 #include <QTimer>
@@ -15,7 +14,19 @@ namespace lumivert {
 
 namespace {
 
-using namespace packagekit;
+const QString transactionInterface = packageKitService + QStringLiteral(".Transaction");
+const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+
+/// The low half of a package's info; the high half may carry the severity of an update.
+constexpr uint infoMask = 0xffff;
+
+constexpr uint exitFailed = 2;
+
+constexpr uint statusLoadingCache = 27;
+constexpr uint statusWaitingForLock = 30;
+constexpr uint statusWaitingForAuth = 31;
+
+constexpr uint percentageUnknown = 101;
 
 // The service may have to be started for its first answer.
 constexpr int replyTimeoutMs = 60'000;
@@ -30,63 +41,63 @@ PackageKitTransaction::PackageKitTransaction(const QDBusConnection& bus, Request
     : m_bus(bus)
     , m_request(std::move(request)) {}
 
-void PackageKitTransaction::start(UpdateEngine::OnProgress onProgress,
+void PackageKitTransaction::start(OnProgress onProgress,
                                   std::function<void(const Result&)> onDone) {
     m_onProgress = std::move(onProgress);
     m_onDone = std::move(onDone);
     m_bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                   QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
                   this, SLOT(onLost()));
-    call(QDBusMessage::createMethodCall(serviceName(), servicePath(), serviceName(),
+    call(QDBusMessage::createMethodCall(packageKitService, packageKitPath, packageKitService,
                                         QStringLiteral("CreateTransaction")),
-         replyTimeoutMs, &PackageKitTransaction::onCreated);
+         replyTimeoutMs, [this](const QDBusMessage& reply) {
+             m_path = reply.arguments().value(0).value<QDBusObjectPath>().path();
+             if (m_path.isEmpty())
+                 fail({UpdateProblem::other, "The service made no transaction."});
+             else
+                 listen();
+         });
 }
 
-void PackageKitTransaction::call(const QDBusMessage& message, int timeoutMs, OnReply onReply) {
-    callBus(m_bus, message, timeoutMs, this, [this, onReply](const QDBusMessage& reply) {
-        if (m_onDone)
-            (this->*onReply)(reply);
-    });
+void PackageKitTransaction::call(const QDBusMessage& message, int timeoutMs, OnReply onReply,
+                                 bool mayFail) {
+    callBus(m_bus, message, timeoutMs, this,
+            [this, mayFail, onReply = std::move(onReply)](const QDBusMessage& reply) {
+                if (!m_onDone)
+                    return;
+                if (reply.type() == QDBusMessage::ErrorMessage && !mayFail)
+                    fail(packageKitCallFailure(reply, /*created=*/!m_path.isEmpty()));
+                else if (onReply)
+                    onReply(reply);
+            });
 }
 
 QDBusMessage PackageKitTransaction::method(const QString& name) const {
-    return QDBusMessage::createMethodCall(m_service, m_path, transactionInterface(), name);
+    return QDBusMessage::createMethodCall(m_service, m_path, transactionInterface, name);
 }
 
-void PackageKitTransaction::onCreated(const QDBusMessage& reply) {
-    if (reply.type() == QDBusMessage::ErrorMessage) {
-        fail(packageKitCallFailure(reply, false));
-        return;
-    }
-    m_path = reply.arguments().value(0).value<QDBusObjectPath>().path();
-    if (m_path.isEmpty()) {
-        fail({UpdateProblem::other, "The service made no transaction."});
-        return;
-    }
-    // From here on by the unique name: a service that was started anew knows nothing of this
-    // transaction, and nobody else can speak for it. Newer versions of Qt do not tell who replied.
-    QDBusMessage ask = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetNameOwner"));
-    ask << serviceName();
-    call(ask, replyTimeoutMs, &PackageKitTransaction::onOwnerKnown);
+// By the unique name from here on: a service that was started anew knows nothing of this
+// transaction, and nobody else can speak for it. Newer versions of Qt do not tell who replied.
+void PackageKitTransaction::listen() {
+    const QString bus = QStringLiteral("org.freedesktop.DBus");
+    QDBusMessage ask = QDBusMessage::createMethodCall(bus, QStringLiteral("/org/freedesktop/DBus"),
+                                                      bus, QStringLiteral("GetNameOwner"));
+    ask << packageKitService;
+    call(ask, replyTimeoutMs, [this](const QDBusMessage& reply) {
+        m_service = reply.arguments().value(0).toString();
+        m_bus.connect(m_service, m_path, transactionInterface, QString(), this,
+                      SLOT(onSignal(QDBusMessage)));
+        m_bus.connect(m_service, m_path, propertiesInterface, QStringLiteral("PropertiesChanged"),
+                      this, SLOT(onSignal(QDBusMessage)));
+        auto* watcher = new QDBusServiceWatcher(m_service, m_bus,
+                                                QDBusServiceWatcher::WatchForUnregistration, this);
+        connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this,
+                &PackageKitTransaction::onLost);
+        giveHints();
+    });
 }
 
-void PackageKitTransaction::onOwnerKnown(const QDBusMessage& reply) {
-    if (reply.type() == QDBusMessage::ErrorMessage) {
-        fail(packageKitCallFailure(reply, true));
-        return;
-    }
-    m_service = reply.arguments().value(0).toString();
-    m_bus.connect(m_service, m_path, transactionInterface(), QString(), this,
-                  SLOT(onSignal(QDBusMessage)));
-    m_bus.connect(m_service, m_path, QStringLiteral("org.freedesktop.DBus.Properties"),
-                  QStringLiteral("PropertiesChanged"), this, SLOT(onSignal(QDBusMessage)));
-    auto* watcher = new QDBusServiceWatcher(m_service, m_bus,
-                                            QDBusServiceWatcher::WatchForUnregistration, this);
-    connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this,
-            &PackageKitTransaction::onLost);
-
+void PackageKitTransaction::giveHints() {
     QStringList hints{
         m_request.quiet ? QStringLiteral("interactive=false") : QStringLiteral("interactive=true"),
         m_request.quiet ? QStringLiteral("background=true") : QStringLiteral("background=false")};
@@ -94,23 +105,16 @@ void PackageKitTransaction::onOwnerKnown(const QDBusMessage& reply) {
         hints << QStringLiteral("cache-age=4294967295"); // however old what is there may be
     QDBusMessage message = method(QStringLiteral("SetHints"));
     message << hints;
-    call(message, replyTimeoutMs, &PackageKitTransaction::onHintsTaken);
+    // Without its hint the service may ask for a password, which nobody is there for.
+    call(
+        message, replyTimeoutMs, [this](const QDBusMessage&) { beginRole(); },
+        /*mayFail=*/!m_request.quiet);
 }
 
-void PackageKitTransaction::onHintsTaken(const QDBusMessage& reply) {
-    // Without its hint the service may ask for a password, which nobody is there for.
-    if (reply.type() == QDBusMessage::ErrorMessage && m_request.quiet) {
-        fail(packageKitCallFailure(reply, true));
-        return;
-    }
+void PackageKitTransaction::beginRole() {
     QDBusMessage message = method(m_request.role);
     message.setArguments(m_request.arguments);
-    call(message, noTimeout, &PackageKitTransaction::onRoleTaken);
-}
-
-void PackageKitTransaction::onRoleTaken(const QDBusMessage& reply) {
-    if (reply.type() == QDBusMessage::ErrorMessage)
-        fail(packageKitCallFailure(reply, true));
+    call(message, noTimeout, nullptr);
 }
 
 void PackageKitTransaction::onSignal(const QDBusMessage& signal) {
@@ -119,7 +123,7 @@ void PackageKitTransaction::onSignal(const QDBusMessage& signal) {
     const QString name = signal.member();
     const QString signature = signal.signature();
     const QVariantList arguments = signal.arguments();
-    if (signal.interface() == QLatin1String("org.freedesktop.DBus.Properties")) {
+    if (signal.interface() == propertiesInterface) {
         if (signature == QLatin1String("sa{sv}as"))
             onPropertiesChanged(signal);
     } else if (name == QLatin1String("Package") && signature == QLatin1String("uss")) {
@@ -155,7 +159,7 @@ void PackageKitTransaction::addPackages(const QDBusArgument& list) {
 }
 
 void PackageKitTransaction::onPropertiesChanged(const QDBusMessage& signal) {
-    if (signal.arguments()[0].toString() != transactionInterface())
+    if (signal.arguments()[0].toString() != transactionInterface)
         return;
     const auto changed = qdbus_cast<QVariantMap>(signal.arguments()[1]);
     m_status = changed.value(QStringLiteral("Status"), m_status).toUInt();
@@ -163,10 +167,7 @@ void PackageKitTransaction::onPropertiesChanged(const QDBusMessage& signal) {
     // Loading its cache the service counts to 100 before it begins with the work itself.
     if (m_status == statusLoadingCache)
         m_percentage = percentageUnknown;
-    reportProgress();
-}
 
-void PackageKitTransaction::reportProgress() {
     UpdateProgress progress;
     if (m_status == statusWaitingForAuth)
         progress.activity = UpdateActivity::waitingForPermission;
@@ -186,7 +187,7 @@ void PackageKitTransaction::onFinished(uint exit) {
     if (m_exit)
         return;
     m_exit = exit;
-    if (exit == exitSuccess || m_errorCode)
+    if (exit == packageKitSuccess || m_errorCode)
         conclude();
     else
         QTimer::singleShot(lateErrorMs, this, [this] { conclude(); });
@@ -199,7 +200,7 @@ void PackageKitTransaction::onLost() {
     fail({UpdateProblem::serviceLost, {}});
 }
 
-void PackageKitTransaction::fail(const UpdateFailure& failure) {
+void PackageKitTransaction::fail(const UpdateFailed& failure) {
     if (!m_exit)
         m_result.failure = failure;
     conclude();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/UpdateEngine.h"
+#include "platform/Updates.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>
@@ -14,6 +14,13 @@
 #include <vector>
 
 namespace lumivert {
+
+// The names and numbers of the PackageKit 1.2 D-Bus interface: its introspection files, and the
+// enumerations of packagekit-glib2 1.2.6. Newer versions also answer to
+// "org.freedesktop.packagekit1": this is the one place to change.
+inline const QString packageKitService = QStringLiteral("org.freedesktop.PackageKit");
+inline const QString packageKitPath = QStringLiteral("/org/freedesktop/PackageKit");
+inline constexpr uint packageKitSuccess = 1; ///< the exit of work that was done
 
 /// One piece of work of the package service: makes the transaction object, gives it its hints and
 /// its role, and gathers what it says until it has finished or the service is gone.
@@ -35,7 +42,7 @@ public:
 
     struct Result {
         /// Nothing when the work was done.
-        std::optional<UpdateFailure> failure;
+        std::optional<UpdateFailed> failure;
         std::vector<Package> packages; ///< in the order told, repetitions included
         QString changes;               ///< what GetUpdateDetail says
     };
@@ -47,11 +54,13 @@ public:
         bool localOnly = false; ///< may not fetch metadata
     };
 
+    using OnProgress = std::function<void(const UpdateProgress&)>;
+
     PackageKitTransaction(const QDBusConnection& bus, Request request);
 
     /// Runs the work. `onDone` is called once, from the event loop, and may destroy the
     /// transaction; after the destruction nothing is called.
-    void start(UpdateEngine::OnProgress onProgress, std::function<void(const Result&)> onDone);
+    void start(OnProgress onProgress, std::function<void(const Result&)> onDone);
 
     /// Asks the service to stop, without waiting for it. Nothing is called any more.
     void cancel();
@@ -61,24 +70,22 @@ private slots:
     void onLost();
 
 private:
-    using OnReply = void (PackageKitTransaction::*)(const QDBusMessage& reply);
+    using OnReply = std::function<void(const QDBusMessage& reply)>;
 
-    void call(const QDBusMessage& message, int timeoutMs, OnReply onReply);
+    void call(const QDBusMessage& message, int timeoutMs, OnReply onReply, bool mayFail = false);
     [[nodiscard]] QDBusMessage method(const QString& name) const;
-    void onCreated(const QDBusMessage& reply);
-    void onOwnerKnown(const QDBusMessage& reply);
-    void onHintsTaken(const QDBusMessage& reply);
-    void onRoleTaken(const QDBusMessage& reply);
+    void listen();
+    void giveHints();
+    void beginRole();
     void onPropertiesChanged(const QDBusMessage& signal);
     void addPackages(const QDBusArgument& list);
-    void reportProgress();
     void onFinished(uint exit);
     void conclude();
-    void fail(const UpdateFailure& failure);
+    void fail(const UpdateFailed& failure);
 
     QDBusConnection m_bus;
     Request m_request;
-    UpdateEngine::OnProgress m_onProgress;
+    OnProgress m_onProgress;
     std::function<void(const Result&)> m_onDone;
     QString m_path;
     QString m_service; // the unique name of whoever made the transaction
@@ -87,7 +94,7 @@ private:
     std::optional<uint> m_errorCode;
     QString m_errorDetails;
     uint m_status = 0;
-    uint m_percentage = 101;
+    uint m_percentage = 101; // unknown
     UpdateProgress m_reported;
 };
 

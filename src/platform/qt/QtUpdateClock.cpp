@@ -7,32 +7,20 @@
 
 namespace lumivert {
 
-namespace {
-
-class TimerAlarm : public UpdateAlarm {
-public:
-    TimerAlarm(std::chrono::milliseconds delay, std::function<void()> task) {
-        m_timer.setSingleShot(true);
-        QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [task = std::move(task)] {
-            const auto copy = task; // the task may destroy the alarm, and so itself
-            copy();
-        });
-        m_timer.start(delay);
-    }
-
-private:
-    QTimer m_timer;
-};
-
-} // namespace
-
 std::chrono::sys_seconds QtUpdateClock::now() {
     return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
 }
 
-std::unique_ptr<UpdateAlarm> QtUpdateClock::after(std::chrono::milliseconds delay,
-                                                  std::function<void()> task) {
-    return std::make_unique<TimerAlarm>(delay, std::move(task));
+UpdateClock::Alarm QtUpdateClock::after(std::chrono::milliseconds delay,
+                                        std::function<void()> task) {
+    auto timer = std::make_shared<QTimer>();
+    timer->setSingleShot(true);
+    QObject::connect(timer.get(), &QTimer::timeout, timer.get(), [task = std::move(task)] {
+        const auto copy = task; // the task may destroy the timer, and so itself
+        copy();
+    });
+    timer->start(delay);
+    return timer;
 }
 
 std::chrono::seconds QtUpdateClock::randomBetween(std::chrono::seconds least,

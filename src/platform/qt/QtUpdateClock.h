@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/UpdateClock.h"
+#include "platform/Updates.h"
 
 namespace lumivert {
 
@@ -8,8 +8,7 @@ namespace lumivert {
 class QtUpdateClock : public UpdateClock {
 public:
     [[nodiscard]] std::chrono::sys_seconds now() override;
-    [[nodiscard]] std::unique_ptr<UpdateAlarm> after(std::chrono::milliseconds delay,
-                                                     std::function<void()> task) override;
+    [[nodiscard]] Alarm after(std::chrono::milliseconds delay, std::function<void()> task) override;
     [[nodiscard]] std::chrono::seconds randomBetween(std::chrono::seconds least,
                                                      std::chrono::seconds most) override;
 };

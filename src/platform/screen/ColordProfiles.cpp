@@ -4,8 +4,6 @@
 #include <QDBusArgument>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
-#include <QDBusPendingCallWatcher>
-#include <QDBusVariant>
 #include <QFile>
 #include <QHash>
 
@@ -17,6 +15,7 @@ namespace lumivert {
 namespace {
 
 const QString service = QStringLiteral("org.freedesktop.ColorManager");
+const QString manager = QStringLiteral("/org/freedesktop/ColorManager");
 
 class ColordProfiles : public ScreenProfiles {
     Q_OBJECT
@@ -42,53 +41,41 @@ private slots:
     }
 
 private:
-    using Arguments = QList<QVariant>;
-
     void open() {
         m_connection.open([this](const std::optional<QDBusConnection>& bus) {
             m_bus = bus;
             if (!m_bus)
                 return;
             for (const char* signal : {"DeviceAdded", "DeviceChanged", "DeviceRemoved"})
-                m_bus->connect(service, QStringLiteral("/org/freedesktop/ColorManager"), service,
-                               QLatin1String(signal), this, SLOT(lookUpAll()));
+                m_bus->connect(service, manager, service, QLatin1String(signal), this,
+                               SLOT(lookUpAll()));
             lookUpAll();
         });
     }
 
-    void call(const QString& path, const QString& interface, const QString& method,
-              const Arguments& arguments, std::function<void(const QVariant&)> answered) {
-        QDBusMessage message = QDBusMessage::createMethodCall(service, path, interface, method);
-        message.setArguments(arguments);
-        auto* watcher = new QDBusPendingCallWatcher(m_bus->asyncCall(message), this);
-        connect(watcher, &QDBusPendingCallWatcher::finished, this,
-                [watcher, answered = std::move(answered)] {
-                    watcher->deleteLater();
-                    answered(watcher->isError() ? QVariant()
-                                                : watcher->reply().arguments().value(0));
-                });
+    void ask(const QDBusMessage& question, std::function<void(const QDBusMessage&)> answered) {
+        constexpr int systemTimeout = -1;
+        callBus(*m_bus, question, systemTimeout, this, std::move(answered));
     }
     /// A property of one of colord's objects, whose interface is `kind`.
     void read(const QString& path, const QString& kind, const QString& property,
               std::function<void(const QVariant&)> answered) {
-        call(path, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"),
-             {service + QLatin1Char('.') + kind, property},
-             [answered = std::move(answered)](const QVariant& answer) {
-                 answered(answer.value<QDBusVariant>().variant());
-             });
+        ask(propertyCall(service, path, service + QLatin1Char('.') + kind, property),
+            [answered = std::move(answered)](const auto& reply) { answered(propertyIn(reply)); });
     }
 
     // A screen is a device, which has profiles, of which the first is its default.
     void lookUp(const QString& screen) {
-        call(QStringLiteral("/org/freedesktop/ColorManager"), service,
-             QStringLiteral("FindDeviceByProperty"), {QStringLiteral("XRANDR_name"), screen},
-             [this, screen](const QVariant& device) {
-                 const QString path = device.value<QDBusObjectPath>().path();
-                 if (path.isEmpty())
-                     return take(screen, {});
-                 read(path, QStringLiteral("Device"), QStringLiteral("Profiles"),
-                      [this, screen](const QVariant& profiles) { readFirst(screen, profiles); });
-             });
+        QDBusMessage find = QDBusMessage::createMethodCall(service, manager, service,
+                                                           QStringLiteral("FindDeviceByProperty"));
+        find << QStringLiteral("XRANDR_name") << screen;
+        ask(find, [this, screen](const QDBusMessage& reply) {
+            const auto path = reply.arguments().value(0).value<QDBusObjectPath>().path();
+            if (path.isEmpty()) // also of an error
+                return take(screen, {});
+            read(path, QStringLiteral("Device"), QStringLiteral("Profiles"),
+                 [this, screen](const QVariant& profiles) { readFirst(screen, profiles); });
+        });
     }
     void readFirst(const QString& screen, const QVariant& profiles) {
         const auto paths = qdbus_cast<QList<QDBusObjectPath>>(profiles);

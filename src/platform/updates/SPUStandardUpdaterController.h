@@ -2,7 +2,6 @@
 
 #include "platform/PreferencesStore.h"
 #include "platform/updates/SPUUpdater.h"
-#include "platform/updates/UpdateSchedule.h"
 
 namespace lumivert {
 
@@ -14,11 +13,18 @@ struct UpdateServices {
     PreferencesStore& preferences;
 };
 
-/// Owns the updater and the schedule of the checks that it makes by itself. Main thread. Neither
-/// the constructor nor the start reads, writes or connects anything; that begins some seconds
+/// Owns the updater and schedules the checks that nobody asks for: one a day after the last, plus a
+/// random delay of 20 seconds to 5 minutes so that not all machines ask at once and none asks while
+/// the program starts. The first waits for the second start of the program. Main thread.
+///
+/// Neither the constructor nor the start reads, writes or connects anything; that begins 5 seconds
 /// later, or with the first check.
 class SPUStandardUpdaterController {
 public:
+    /// Under which the preferences keep when the last check was, in decimal seconds since 1970; "0"
+    /// before the first.
+    static constexpr auto preferenceKey = "LastUpdateCheck";
+
     SPUStandardUpdaterController(bool startingUpdater, const UpdateServices& services);
     SPUStandardUpdaterController(const SPUStandardUpdaterController&) = delete;
     SPUStandardUpdaterController& operator=(const SPUStandardUpdaterController&) = delete;
@@ -29,9 +35,20 @@ public:
     [[nodiscard]] SPUUpdater& updater() { return m_updater; }
 
 private:
-    UpdateSchedule m_schedule;
+    void beginSchedule();
+    void noteAnswer();
+    void planFrom(std::chrono::sys_seconds earliest);
+    void wait();
+    void look();
+
+    UpdateClock& m_clock;
+    PreferencesStore& m_preferences;
     SPUUpdater m_updater;
     bool m_started = false;
+    bool m_scheduleBegun = false;
+    bool m_firstStart = true;
+    std::chrono::sys_seconds m_due;
+    UpdateClock::Alarm m_alarm;
 };
 
 } // namespace lumivert

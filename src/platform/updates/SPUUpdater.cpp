@@ -6,6 +6,8 @@ namespace lumivert {
 
 namespace {
 
+using Attention = UpdateWindow::Attention;
+
 constexpr std::chrono::minutes quietLimit{10};
 
 template <class T>
@@ -13,15 +15,15 @@ bool holds(const std::optional<UpdateState>& state) {
     return state && std::holds_alternative<T>(*state);
 }
 
-bool answers(const UpdateCheckOutcome& outcome) {
-    return std::holds_alternative<UpdateNotNeeded>(outcome) ||
-           std::holds_alternative<AvailableUpdate>(outcome);
+bool answers(const UpdateState& end) {
+    return std::holds_alternative<UpdateNotNeeded>(end) ||
+           std::holds_alternative<AvailableUpdate>(end);
 }
 
 // Asking again within the hour would not help a copy that no repository knows.
-bool settles(const UpdateCheckOutcome& outcome) {
-    const auto* failure = std::get_if<UpdateFailure>(&outcome);
-    return answers(outcome) || (failure && failure->problem == UpdateProblem::notFromRepository);
+bool settles(const UpdateState& end) {
+    const auto* failure = std::get_if<UpdateFailed>(&end);
+    return answers(end) || (failure && failure->problem == UpdateProblem::notFromRepository);
 }
 
 } // namespace
@@ -45,56 +47,52 @@ void SPUUpdater::start() {
     canCheckForUpdates = true;
 }
 
-void SPUUpdater::show(const UpdateState& state, UpdateWindow::Attention attention) {
+void SPUUpdater::show(const UpdateState& state, Attention attention) {
     m_shown = state;
     m_window.present(state, attention);
 }
 
-void SPUUpdater::run(UpdateCheckKind kind, std::function<void(const UpdateCheckOutcome&)> onDone) {
+UpdateEngine::OnState SPUUpdater::whileAlive(UpdateEngine::OnState onState) const {
+    return [alive = std::weak_ptr(m_alive), onState = std::move(onState)](const auto& state) {
+        if (!alive.expired())
+            onState(state);
+    };
+}
+
+void SPUUpdater::check(UpdateCheckKind kind, UpdateEngine::OnState onEnd) {
     canCheckForUpdates = false;
-    m_engine.check(
-        kind,
-        [this, alive = guard()](const UpdateProgress& progress) {
-            if (!alive.expired() && holds<UpdateChecking>(m_shown))
-                show(UpdateChecking{progress}, UpdateWindow::Attention::keep);
-        },
-        [this, alive = guard(), onDone = std::move(onDone)](const UpdateCheckOutcome& outcome) {
-            if (alive.expired())
-                return;
-            m_limit.reset();
-            if (answers(outcome) && m_onAnswered)
-                m_onAnswered();
-            onDone(outcome);
-            canCheckForUpdates = true;
-        });
+    m_engine.check(kind, whileAlive([this, onEnd = std::move(onEnd)](const UpdateState& state) {
+                       if (std::holds_alternative<UpdateChecking>(state)) {
+                           if (holds<UpdateChecking>(m_shown))
+                               show(state, Attention::keep);
+                           return;
+                       }
+                       m_limit.reset();
+                       if (answers(state) && m_onAnswered)
+                           m_onAnswered();
+                       onEnd(state);
+                       canCheckForUpdates = true;
+                   }));
 }
 
 void SPUUpdater::checkForUpdates() {
     if (!canCheckForUpdates) {
         if (m_shown)
-            m_window.present(*m_shown, UpdateWindow::Attention::toFront);
+            m_window.present(*m_shown, Attention::toFront);
         return;
     }
-    show(UpdateChecking{}, UpdateWindow::Attention::toFront);
-    run(UpdateCheckKind::asked, [this](const UpdateCheckOutcome& outcome) { conclude(outcome); });
-}
-
-void SPUUpdater::conclude(const UpdateCheckOutcome& outcome) {
-    constexpr auto keep = UpdateWindow::Attention::keep;
-    if (const auto* found = std::get_if<AvailableUpdate>(&outcome)) {
-        show(*found, keep);
-    } else if (const auto* current = std::get_if<UpdateNotNeeded>(&outcome)) {
-        // "Up to date" would be said of a version that does not run yet.
-        if (m_installed)
-            show(*m_installed, keep);
-        else
-            show(*current, keep);
-    } else if (const auto* failure = std::get_if<UpdateFailure>(&outcome)) {
-        show(UpdateFailed{false, *failure}, keep);
-    } else {
-        m_shown.reset();
-        m_window.close();
-    }
+    show(UpdateChecking{}, Attention::toFront);
+    check(UpdateCheckKind::asked, [this](const UpdateState& end) {
+        if (std::holds_alternative<UpdateUnanswered>(end)) {
+            m_shown.reset();
+            m_window.closeWindow();
+        } else if (m_installed && std::holds_alternative<UpdateNotNeeded>(end)) {
+            // "Up to date" would be said of a version that does not run yet.
+            show(*m_installed, Attention::keep);
+        } else {
+            show(end, Attention::keep);
+        }
+    });
 }
 
 void SPUUpdater::checkQuietly(std::function<void(bool settled)> onDone) {
@@ -104,12 +102,11 @@ void SPUUpdater::checkQuietly(std::function<void(bool settled)> onDone) {
     }
     m_shown.reset();
     m_limit = m_clock.after(quietLimit, [this] { m_engine.cancelCheck(); });
-    run(UpdateCheckKind::scheduled,
-        [this, onDone = std::move(onDone)](const UpdateCheckOutcome& outcome) {
-            if (const auto* found = std::get_if<AvailableUpdate>(&outcome))
-                show(*found, UpdateWindow::Attention::quiet);
-            onDone(settles(outcome));
-        });
+    check(UpdateCheckKind::scheduled, [this, onDone = std::move(onDone)](const UpdateState& end) {
+        if (std::holds_alternative<AvailableUpdate>(end))
+            show(end, Attention::quiet);
+        onDone(settles(end));
+    });
 }
 
 void SPUUpdater::install() {
@@ -117,31 +114,23 @@ void SPUUpdater::install() {
         return;
     const AvailableUpdate update = std::get<AvailableUpdate>(*m_shown);
     canCheckForUpdates = false;
-    show(UpdateInstalling{update.version, {}}, UpdateWindow::Attention::keep);
-    m_engine.install(
-        update,
-        [this, alive = guard(), version = update.version](const UpdateProgress& progress) {
-            if (!alive.expired())
-                show(UpdateInstalling{version, progress}, UpdateWindow::Attention::keep);
-        },
-        [this, alive = guard()](const UpdateInstallOutcome& outcome) {
-            if (alive.expired())
-                return;
-            // Opens the window again for whoever closed it meanwhile: the end has to be known.
-            const auto attention =
-                m_window.isOpen() ? UpdateWindow::Attention::keep : UpdateWindow::Attention::quiet;
-            if (const auto* installed = std::get_if<UpdateInstalled>(&outcome)) {
-                m_installed = *installed;
-                show(*installed, attention);
-            } else {
-                show(UpdateFailed{true, std::get<UpdateFailure>(outcome)}, attention);
-            }
-            canCheckForUpdates = true;
-        });
+    show(UpdateInstalling{update.version, {}}, Attention::keep);
+    m_engine.install(update, whileAlive([this](const UpdateState& state) {
+                         if (std::holds_alternative<UpdateInstalling>(state)) {
+                             show(state, Attention::keep);
+                             return;
+                         }
+                         if (const auto* installed = std::get_if<UpdateInstalled>(&state))
+                             m_installed = *installed;
+                         // Opens the window again for whoever closed it meanwhile: the end has to
+                         // be known.
+                         show(state, m_window.isOpen() ? Attention::keep : Attention::quiet);
+                         canCheckForUpdates = true;
+                     }));
 }
 
 void SPUUpdater::dismiss() {
-    m_window.close();
+    m_window.closeWindow();
     if (holds<UpdateChecking>(m_shown))
         m_engine.cancelCheck();
     if (!holds<UpdateInstalling>(m_shown))

@@ -1,9 +1,7 @@
 #pragma once
 
 #include "platform/Observable.h"
-#include "platform/UpdateClock.h"
-#include "platform/UpdateEngine.h"
-#include "platform/UpdateWindow.h"
+#include "platform/Updates.h"
 
 #include <functional>
 #include <memory>
@@ -39,11 +37,11 @@ public:
 
 private:
     void show(const UpdateState& state, UpdateWindow::Attention attention);
-    void run(UpdateCheckKind kind, std::function<void(const UpdateCheckOutcome&)> onDone);
-    void conclude(const UpdateCheckOutcome& outcome);
+    void check(UpdateCheckKind kind, UpdateEngine::OnState onEnd);
     void install();
     void dismiss();
-    [[nodiscard]] std::weak_ptr<const bool> guard() const { return m_alive; }
+    /// `onState` for as long as this object lives; the engine may tell later than that.
+    [[nodiscard]] UpdateEngine::OnState whileAlive(UpdateEngine::OnState onState) const;
 
     UpdateEngine& m_engine;
     UpdateWindow& m_window;
@@ -54,8 +52,7 @@ private:
     std::optional<UpdateState> m_shown;
     /// What this run of the program has installed: newer than the program that runs.
     std::optional<UpdateInstalled> m_installed;
-    std::unique_ptr<UpdateAlarm> m_limit;
-    /// Tells what the engine still holds that the updater is gone.
+    UpdateClock::Alarm m_limit;
     std::shared_ptr<const bool> m_alive = std::make_shared<const bool>(true);
 };
 

@@ -1,5 +1,4 @@
 #include "app/updates/CheckForUpdatesView.h"
-#include "app/updates/CheckForUpdatesViewModel.h"
 #include "fakes/FakeServices.h"
 #include "fakes/FakeUpdates.h"
 

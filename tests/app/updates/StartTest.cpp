@@ -24,8 +24,8 @@ void startOnce(const std::string& busAddress) {
     QtUpdateClock clock;
     fakes::FakePreferencesStore preferences;
     QtDispatcher dispatcher;
-    PackageKitEngine engine("lumivert", busAddress);
-    SPUStandardUpdaterController controller(true, {engine, dialog, clock, preferences});
+    const auto engine = packageKitEngine("lumivert", busAddress);
+    SPUStandardUpdaterController controller(true, {*engine, dialog, clock, preferences});
     CheckForUpdatesView item(controller.updater(), dispatcher, nullptr);
     QCoreApplication::processEvents();
     EXPECT_TRUE(item.isEnabled());
@@ -44,8 +44,8 @@ TEST(UpdateStart, connectsNothingAndStartsNoThread) {
     UpdateDialog dialog;
     QtUpdateClock clock;
     fakes::FakePreferencesStore preferences;
-    PackageKitEngine engine("lumivert");
-    SPUStandardUpdaterController controller(true, {engine, dialog, clock, preferences});
+    const auto engine = packageKitEngine("lumivert");
+    SPUStandardUpdaterController controller(true, {*engine, dialog, clock, preferences});
     QCoreApplication::processEvents();
     EXPECT_EQ(count("/proc/self/task"), threads);
     EXPECT_EQ(count("/proc/self/fd"), descriptors);

@@ -22,12 +22,12 @@ protected:
         dialog.setActions({[this] { ++installs; }, [this] { ++dismissals; }});
     }
     QPushButton* button(const char* name) {
-        return dialog.widget()->findChild<QPushButton*>(QString::fromLatin1(name));
+        return dialog.findChild<QPushButton*>(QString::fromLatin1(name));
     }
-    QProgressBar* progress() { return dialog.widget()->findChild<QProgressBar*>(); }
-    QPlainTextEdit* notes() { return dialog.widget()->findChild<QPlainTextEdit*>(); }
+    QProgressBar* progress() { return dialog.findChild<QProgressBar*>(); }
+    QPlainTextEdit* notes() { return dialog.findChild<QPlainTextEdit*>(); }
     bool says(const char* text) {
-        for (const QLabel* label : dialog.widget()->findChildren<QLabel*>())
+        for (const QLabel* label : dialog.findChildren<QLabel*>())
             if (label->isVisible() && label->text() == QString::fromUtf8(text))
                 return true;
         return false;
@@ -41,21 +41,22 @@ protected:
 TEST_F(UpdateDialogTest, isNotMadeBeforeItIsNeeded) {
     EXPECT_FALSE(dialog.isOpen());
     dialog.present(UpdateChecking{}, Attention::keep);
-    EXPECT_EQ(dialog.widget(), nullptr);
-    dialog.close();
+    EXPECT_FALSE(dialog.isOpen());
+    EXPECT_TRUE(dialog.children().isEmpty());
+    dialog.closeWindow();
 }
 
 TEST_F(UpdateDialogTest, opensOneWindowForAllStates) {
     dialog.present(UpdateChecking{}, Attention::toFront);
     ASSERT_TRUE(dialog.isOpen());
-    QDialog* first = dialog.widget();
-    EXPECT_FALSE(first->isModal());
-    EXPECT_FALSE(first->testAttribute(Qt::WA_QuitOnClose));
+    EXPECT_FALSE(dialog.isModal());
+    EXPECT_FALSE(dialog.testAttribute(Qt::WA_QuitOnClose));
+    const auto buttons = dialog.findChildren<QPushButton*>();
     dialog.present(UpdateNotNeeded{"1.0"}, Attention::keep);
-    dialog.close();
+    dialog.closeWindow();
     EXPECT_FALSE(dialog.isOpen());
     dialog.present(newer, Attention::toFront);
-    EXPECT_EQ(dialog.widget(), first);
+    EXPECT_EQ(dialog.findChildren<QPushButton*>(), buttons);
     EXPECT_TRUE(dialog.isOpen());
 }
 
@@ -66,14 +67,14 @@ TEST_F(UpdateDialogTest, comesToTheFront) {
     other.activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&other));
     dialog.present(UpdateChecking{}, Attention::toFront);
-    EXPECT_TRUE(QTest::qWaitForWindowActive(dialog.widget()));
+    EXPECT_TRUE(QTest::qWaitForWindowActive(&dialog));
 }
 
 TEST_F(UpdateDialogTest, comesBackWhenItWasMinimised) {
     dialog.present(UpdateChecking{}, Attention::toFront);
-    dialog.widget()->showMinimized();
+    dialog.showMinimized();
     dialog.present(UpdateChecking{}, Attention::toFront);
-    EXPECT_FALSE(dialog.widget()->isMinimized());
+    EXPECT_FALSE(dialog.isMinimized());
 }
 
 TEST_F(UpdateDialogTest, showsProgressOnlyWhileSomethingGoesOn) {
@@ -104,7 +105,7 @@ TEST_F(UpdateDialogTest, showsTheChangesAsTheyAreWritten) {
     EXPECT_TRUE(notes()->isVisible());
     EXPECT_TRUE(notes()->isReadOnly());
     EXPECT_EQ(notes()->toPlainText(), QStringLiteral("<b>Finer</b> margins."));
-    for (const QLabel* label : dialog.widget()->findChildren<QLabel*>())
+    for (const QLabel* label : dialog.findChildren<QLabel*>())
         EXPECT_TRUE(label->buddy() || label->textFormat() == Qt::PlainText);
     dialog.present(UpdateNotNeeded{"1.0"}, Attention::keep);
     EXPECT_FALSE(notes()->isVisible());
@@ -114,41 +115,41 @@ TEST_F(UpdateDialogTest, everyWayToCloseItIsADismissal) {
     dialog.present(newer, Attention::toFront);
     button("dismiss")->click();
     EXPECT_EQ(dismissals, 1);
-    QTest::keyClick(dialog.widget(), Qt::Key_Escape);
+    QTest::keyClick(&dialog, Qt::Key_Escape);
     EXPECT_EQ(dismissals, 2);
-    dialog.widget()->close();
+    static_cast<QWidget&>(dialog).close();
     EXPECT_EQ(dismissals, 3);
     EXPECT_EQ(installs, 0);
 }
 
 TEST_F(UpdateDialogTest, returnInstallsOnlyWhatAPersonAskedFor) {
     dialog.present(newer, Attention::quiet);
-    EXPECT_TRUE(dialog.widget()->testAttribute(Qt::WA_ShowWithoutActivating));
-    QTest::keyClick(dialog.widget(), Qt::Key_Return);
+    EXPECT_TRUE(dialog.testAttribute(Qt::WA_ShowWithoutActivating));
+    QTest::keyClick(&dialog, Qt::Key_Return);
     EXPECT_EQ(installs, 0);
     EXPECT_EQ(dismissals, 1);
-    dialog.close();
+    dialog.closeWindow();
     dialog.present(newer, Attention::toFront);
-    QTest::keyClick(dialog.widget(), Qt::Key_Return);
+    QTest::keyClick(&dialog, Qt::Key_Return);
     EXPECT_EQ(installs, 1);
 }
 
 TEST_F(UpdateDialogTest, progressLeavesFocusAndSizeAlone) {
     dialog.present(UpdateInstalling{"1.1", {}}, Attention::toFront);
-    dialog.widget()->resize(600, 400);
-    QWidget* text = dialog.widget()->findChild<QLabel*>();
+    dialog.resize(600, 400);
+    QWidget* text = dialog.findChild<QLabel*>();
     text->setFocus();
     dialog.present(UpdateInstalling{"1.1", {UpdateActivity::working, 50}}, Attention::keep);
-    EXPECT_EQ(dialog.widget()->size(), QSize(600, 400));
+    EXPECT_EQ(dialog.size(), QSize(600, 400));
     EXPECT_FALSE(button("dismiss")->hasFocus());
 }
 
 TEST_F(UpdateDialogTest, everyControlHasAnAccessibleName) {
     dialog.present(newer, Attention::toFront);
-    EXPECT_EQ(dialog.widget()->accessibleName(), QStringLiteral("Lumivert 1.1 is available"));
+    EXPECT_EQ(dialog.accessibleName(), QStringLiteral("Lumivert 1.1 is available"));
     EXPECT_EQ(notes()->accessibleName(), QStringLiteral("What changes"));
     EXPECT_FALSE(progress()->accessibleName().isEmpty());
-    for (const QPushButton* one : dialog.widget()->findChildren<QPushButton*>())
+    for (const QPushButton* one : dialog.findChildren<QPushButton*>())
         EXPECT_FALSE(one->text().isEmpty());
 }
 

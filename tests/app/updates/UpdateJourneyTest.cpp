@@ -21,7 +21,7 @@ class UpdateJourneyTest : public EngineFixture {
 protected:
     /// The window's headline; empty while it is closed.
     std::string headline() {
-        return dialog.isOpen() ? dialog.widget()->accessibleName().toStdString() : std::string();
+        return dialog.isOpen() ? dialog.accessibleName().toStdString() : std::string();
     }
     bool reaches(const std::string& expected) {
         const bool reached = spinUntil([&] { return headline() == expected; });
@@ -29,13 +29,13 @@ protected:
         return reached;
     }
     bool says(const char* text) {
-        for (const QLabel* label : dialog.widget()->findChildren<QLabel*>())
+        for (const QLabel* label : dialog.findChildren<QLabel*>())
             if (label->isVisible() && label->text().contains(QString::fromUtf8(text)))
                 return true;
         return false;
     }
     void press(const char* name) {
-        auto* button = dialog.widget()->findChild<QPushButton*>(QString::fromLatin1(name));
+        auto* button = dialog.findChild<QPushButton*>(QString::fromLatin1(name));
         ASSERT_TRUE(button && button->isVisible()) << name;
         button->click();
     }
@@ -80,8 +80,7 @@ TEST_F(UpdateJourneyTest, findsInstallsAndAsksForARestart) {
     service->availableVersion = QStringLiteral("1.1");
     choose();
     ASSERT_TRUE(reaches("Lumivert 1.1 is available"));
-    EXPECT_EQ(dialog.widget()->findChild<QPlainTextEdit*>()->toPlainText(),
-              QStringLiteral("Finer margins."));
+    EXPECT_EQ(dialog.findChild<QPlainTextEdit*>()->toPlainText(), QStringLiteral("Finer margins."));
     EXPECT_TRUE(spinUntil([&] { return item.isEnabled(); }));
     press("install");
     EXPECT_EQ(headline(), "Installing Lumivert 1.1…");
@@ -125,7 +124,7 @@ TEST_F(UpdateJourneyTest, tellsEachReasonForAFailure) {
     };
     failWith("RefreshCache", 2);
     failsWith("There is no network connection.");
-    EXPECT_EQ(dialog.widget()->findChild<QPlainTextEdit*>()->toPlainText(),
+    EXPECT_EQ(dialog.findChild<QPlainTextEdit*>()->toPlainText(),
               QStringLiteral("in its own words"));
     failWith("RefreshCache", 48);
     failsWith("You are not allowed to look for new software here");
@@ -165,9 +164,10 @@ TEST_F(UpdateJourneyTest, aServiceThatDiesWhileInstallingIsTold) {
 
 TEST_F(UpdateJourneyTest, aScheduledCheckOpensAWindowOnlyForNews) {
     service->playNetworkManager(2);
-    preferences.setData(UpdateSchedule::preferenceKey, "0");
+    preferences.setData(SPUStandardUpdaterController::preferenceKey, "0");
     clock.pass(6min);
-    ASSERT_TRUE(spinUntil([&] { return preferences.data(UpdateSchedule::preferenceKey) != "0"; }));
+    ASSERT_TRUE(spinUntil(
+        [&] { return preferences.data(SPUStandardUpdaterController::preferenceKey) != "0"; }));
     EXPECT_FALSE(dialog.isOpen());
     EXPECT_EQ(service->hints["RefreshCache"].value(0), QStringLiteral("interactive=false"));
 

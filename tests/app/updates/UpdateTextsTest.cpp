@@ -13,11 +13,11 @@ using testing::HasSubstr;
 TEST(UpdateTexts, checkingShowsProgressAndCanBeCancelled) {
     const auto busy = updateContent(UpdateChecking{});
     EXPECT_EQ(busy.headline, "Checking for updates…");
-    EXPECT_TRUE(busy.showsProgress);
-    EXPECT_EQ(busy.percent, std::nullopt);
+    ASSERT_TRUE(busy.progress);
+    EXPECT_EQ(busy.progress->percent, std::nullopt);
     EXPECT_EQ(busy.dismissLabel, "Cancel");
     EXPECT_FALSE(busy.offersInstall);
-    EXPECT_EQ(updateContent(UpdateChecking{{UpdateActivity::working, 40}}).percent, 40);
+    EXPECT_EQ(updateContent(UpdateChecking{{UpdateActivity::working, 40}}).progress->percent, 40);
 }
 
 TEST(UpdateTexts, saysWhatItWaitsFor) {
@@ -34,7 +34,7 @@ TEST(UpdateTexts, namesTheVersionThatIsUpToDate) {
     EXPECT_EQ(content.headline, "Lumivert is up to date");
     EXPECT_THAT(content.text, HasSubstr("Version 1.0"));
     EXPECT_EQ(content.dismissLabel, "Close");
-    EXPECT_FALSE(content.showsProgress);
+    EXPECT_FALSE(content.progress);
 }
 
 TEST(UpdateTexts, offersTheFoundVersionWithWhatItChanges) {
@@ -50,8 +50,8 @@ TEST(UpdateTexts, offersTheFoundVersionWithWhatItChanges) {
 TEST(UpdateTexts, installingGoesOnWhenItIsHidden) {
     const auto content = updateContent(UpdateInstalling{"1.1", {UpdateActivity::working, 80}});
     EXPECT_EQ(content.headline, "Installing Lumivert 1.1…");
-    EXPECT_TRUE(content.showsProgress);
-    EXPECT_EQ(content.percent, 80);
+    ASSERT_TRUE(content.progress);
+    EXPECT_EQ(content.progress->percent, 80);
     EXPECT_EQ(content.dismissLabel, "Hide");
 }
 
@@ -64,7 +64,7 @@ TEST(UpdateTexts, asksForARestartInTheEnd) {
 TEST(UpdateTexts, givesEachReasonInWordsOfItsOwn) {
     std::set<std::string> texts;
     const auto text = [](UpdateProblem problem, bool installing = false) {
-        return updateContent(UpdateFailed{installing, {problem, {}}}).text;
+        return updateContent(UpdateFailed{problem, {}, installing}).text;
     };
     for (const UpdateProblem problem :
          {UpdateProblem::noNetwork, UpdateProblem::notAuthorized, UpdateProblem::noService,
@@ -81,10 +81,10 @@ TEST(UpdateTexts, givesEachReasonInWordsOfItsOwn) {
 }
 
 TEST(UpdateTexts, tellsWhichOfTheTwoFailedAndTheServicesOwnWords) {
-    const UpdateFailure failure{UpdateProblem::other, "E: dpkg was interrupted"};
-    EXPECT_EQ(updateContent(UpdateFailed{false, failure}).headline,
-              "Lumivert could not check for updates");
-    const auto content = updateContent(UpdateFailed{true, failure});
+    UpdateFailed failure{UpdateProblem::other, "E: dpkg was interrupted"};
+    EXPECT_EQ(updateContent(failure).headline, "Lumivert could not check for updates");
+    failure.installing = true;
+    const auto content = updateContent(failure);
     EXPECT_EQ(content.headline, "The update could not be installed");
     EXPECT_EQ(content.notesLabel, "Details");
     EXPECT_EQ(content.notes, "E: dpkg was interrupted");

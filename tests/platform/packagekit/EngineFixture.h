@@ -37,53 +37,59 @@ class EngineFixture : public testing::Test {
 protected:
     void SetUp() override { service = std::make_unique<ScriptedPackageKit>(bus.address()); }
 
+    /// Writes down what the engine tells: the progress, and the end among `ends`.
+    UpdateEngine::OnState recorder(std::vector<UpdateState>& ends) {
+        return [this, &ends](const UpdateState& state) {
+            if (const auto* checking = std::get_if<UpdateChecking>(&state))
+                progress.push_back(checking->progress);
+            else if (const auto* installing = std::get_if<UpdateInstalling>(&state))
+                progress.push_back(installing->progress);
+            else
+                ends.push_back(state);
+        };
+    }
+
     void startCheck(UpdateCheckKind kind = UpdateCheckKind::asked) {
-        engine->check(
-            kind, [this](const UpdateProgress& step) { progress.push_back(step); },
-            [this](const UpdateCheckOutcome& outcome) { checked.push_back(outcome); });
+        engine->check(kind, recorder(checked));
     }
 
     /// The one outcome of a whole check.
-    UpdateCheckOutcome check(UpdateCheckKind kind = UpdateCheckKind::asked) {
+    UpdateState check(UpdateCheckKind kind = UpdateCheckKind::asked) {
         checked.clear();
         startCheck(kind);
         EXPECT_TRUE(checked.empty()) << "the outcome must wait for a later turn";
         EXPECT_TRUE(spinUntil([&] { return !checked.empty(); }));
         spinFor(std::chrono::milliseconds(20));
         EXPECT_EQ(checked.size(), 1U);
-        return checked.empty() ? UpdateCheckOutcome(UpdatePostponed{}) : checked.front();
+        return checked.empty() ? UpdateState(UpdateUnanswered{}) : checked.front();
     }
 
     void startInstall() {
-        engine->install(
-            {service->availableId().toStdString(), "1.0", "1.1", ""},
-            [this](const UpdateProgress& step) { progress.push_back(step); },
-            [this](const UpdateInstallOutcome& outcome) { installed.push_back(outcome); });
+        engine->install({service->availableId().toStdString(), "1.0", "1.1", ""},
+                        recorder(installed));
     }
 
-    UpdateInstallOutcome install() {
+    UpdateState install() {
         installed.clear();
         startInstall();
         EXPECT_TRUE(spinUntil([&] { return !installed.empty(); }));
         spinFor(std::chrono::milliseconds(20));
         EXPECT_EQ(installed.size(), 1U);
-        return installed.empty() ? UpdateInstallOutcome(UpdateFailure{}) : installed.front();
+        return installed.empty() ? UpdateState(UpdateUnanswered{}) : installed.front();
     }
 
     /// The problem of an outcome that is a failure.
-    template <class Outcome>
-    static std::optional<UpdateProblem> problem(const Outcome& outcome) {
-        const auto* failure = std::get_if<UpdateFailure>(&outcome);
+    static std::optional<UpdateProblem> problem(const UpdateState& outcome) {
+        const auto* failure = std::get_if<UpdateFailed>(&outcome);
         return failure ? std::optional(failure->problem) : std::nullopt;
     }
 
     PrivateBus bus;
     std::unique_ptr<ScriptedPackageKit> service;
-    std::unique_ptr<PackageKitEngine> engine =
-        std::make_unique<PackageKitEngine>("lumivert", bus.address());
+    std::unique_ptr<UpdateEngine> engine = packageKitEngine("lumivert", bus.address());
     std::vector<UpdateProgress> progress;
-    std::vector<UpdateCheckOutcome> checked;
-    std::vector<UpdateInstallOutcome> installed;
+    std::vector<UpdateState> checked;
+    std::vector<UpdateState> installed;
 };
 
 } // namespace lumivert

@@ -24,7 +24,7 @@ protected:
 };
 
 TEST_F(InstallTest, installsTheFoundPackageIfItIsTrusted) {
-    EXPECT_EQ(install(), UpdateInstallOutcome(UpdateInstalled{"1.1"}));
+    EXPECT_EQ(install(), UpdateState(UpdateInstalled{"1.1"}));
     EXPECT_EQ(
         service->arguments["UpdatePackages"],
         (QVariantList{qulonglong(2), QStringList{QStringLiteral("lumivert;1.1;amd64;test")}}));
@@ -41,7 +41,7 @@ TEST_F(InstallTest, reportsHowFarItIs) {
 
 TEST_F(InstallTest, refusesAPackageThatIsNotTrusted) {
     failWith(51, 2);
-    EXPECT_EQ(install(), UpdateInstallOutcome(UpdateFailure{UpdateProblem::untrusted, "why"}));
+    EXPECT_EQ(install(), UpdateState(UpdateFailed{UpdateProblem::untrusted, "why", true}));
     failWith(0, 8);
     EXPECT_EQ(problem(install()), UpdateProblem::untrusted);
 }

@@ -43,11 +43,11 @@ protected:
         EXPECT_TRUE(spinUntil([&] { return !where->isEmpty(); }));
         return where;
     }
-    UpdateCheckOutcome outcome() {
+    UpdateState outcome() {
         EXPECT_TRUE(spinUntil([&] { return !checked.empty(); }));
         spinFor(20ms);
         EXPECT_EQ(checked.size(), 1U);
-        return checked.empty() ? UpdateCheckOutcome(UpdatePostponed{}) : checked.front();
+        return checked.empty() ? UpdateState(UpdateUnanswered{}) : checked.front();
     }
 };
 
@@ -60,7 +60,7 @@ TEST(PackageKitFailure, isToldByTheErrorAndElseByTheExit) {
     const auto problem = [](uint exit, std::optional<uint> code) {
         return packageKitFailure(exit, code, QStringLiteral(" why\n")).value();
     };
-    EXPECT_EQ(problem(2, 2), (UpdateFailure{UpdateProblem::noNetwork, "why"}));
+    EXPECT_EQ(problem(2, 2), (UpdateFailed{UpdateProblem::noNetwork, "why"}));
     EXPECT_EQ(problem(2, 48).problem, UpdateProblem::notAuthorized);
     for (const uint code : {5U, 30U, 31U, 50U, 51U})
         EXPECT_EQ(problem(2, code).problem, UpdateProblem::untrusted) << code;
@@ -81,7 +81,7 @@ TEST(PackageKitFailure, isToldByTheErrorAndElseByTheExit) {
 
 TEST_F(TroubleTest, tellsThatThereIsNoNetwork) {
     failWith(QStringLiteral("RefreshCache"), 2);
-    EXPECT_EQ(check(), UpdateCheckOutcome(UpdateFailure{UpdateProblem::noNetwork, "why"}));
+    EXPECT_EQ(check(), UpdateState(UpdateFailed{UpdateProblem::noNetwork, "why"}));
     EXPECT_FALSE(service->calls.contains(QStringLiteral("GetUpdates")));
 }
 
@@ -111,27 +111,22 @@ TEST_F(TroubleTest, tellsThatTheServiceCannotBeStarted) {
 }
 
 TEST_F(TroubleTest, tellsThatThereIsNoBus) {
-    PackageKitEngine lonely("lumivert", "unix:path=/nonexistent/lumivert-bus");
-    std::vector<UpdateCheckOutcome> outcomes;
-    lonely.check(UpdateCheckKind::asked, nullptr,
-                 [&](const UpdateCheckOutcome& one) { outcomes.push_back(one); });
-    ASSERT_TRUE(spinUntil([&] { return !outcomes.empty(); }));
-    EXPECT_EQ(problem(outcomes.front()), UpdateProblem::noService);
+    engine = packageKitEngine("lumivert", "unix:path=/nonexistent/lumivert-bus");
+    EXPECT_EQ(problem(check()), UpdateProblem::noService);
 }
 
 TEST_F(TroubleTest, tellsWhenEachStepFails) {
     service->availableVersion = QStringLiteral("1.1");
     for (const char* role : {"Resolve", "GetUpdates"}) {
         failWith(QString::fromLatin1(role), 4);
-        EXPECT_EQ(check(), UpdateCheckOutcome(UpdateFailure{UpdateProblem::other, "why"})) << role;
+        EXPECT_EQ(check(), UpdateState(UpdateFailed{UpdateProblem::other, "why"})) << role;
         service->scripts.clear();
     }
 }
 
 TEST_F(TroubleTest, aServiceThatMakesNoTransactionIsAFailure) {
     service->createError = QStringLiteral("org.example.Broken");
-    EXPECT_EQ(check(),
-              UpdateCheckOutcome(UpdateFailure{UpdateProblem::other, "org.example.Broken"}));
+    EXPECT_EQ(check(), UpdateState(UpdateFailed{UpdateProblem::other, "org.example.Broken"}));
 }
 
 TEST_F(TroubleTest, noticesThatTheServiceDiesAtAnyStep) {
@@ -172,7 +167,7 @@ TEST_F(TroubleTest, reportsTheErrorOfAServiceThatThenDied) {
     spinFor(50ms);
     EXPECT_TRUE(checked.empty());
     service->die();
-    EXPECT_EQ(outcome(), UpdateCheckOutcome(UpdateFailure{UpdateProblem::noNetwork, "cable"}));
+    EXPECT_EQ(outcome(), UpdateState(UpdateFailed{UpdateProblem::noNetwork, "cable"}));
 }
 
 TEST_F(TroubleTest, noticesThatTheBusDies) {
@@ -187,7 +182,7 @@ TEST_F(TroubleTest, aCancelledCheckEndsAtOnceHoweverSlowTheService) {
     engine->cancelCheck();
     EXPECT_TRUE(checked.empty());
     QCoreApplication::processEvents();
-    EXPECT_THAT(checked, ElementsAre(UpdateCheckOutcome(UpdateCancelled{})));
+    EXPECT_THAT(checked, ElementsAre(UpdateState(UpdateUnanswered{})));
     EXPECT_TRUE(spinUntil([&] { return service->calls.contains(QStringLiteral("Cancel")); }));
 }
 
@@ -200,8 +195,8 @@ TEST_F(TroubleTest, hearsNothingMoreOfACancelledCheck) {
     service->finished(*path, 2);
     ASSERT_TRUE(spinUntil([&] { return checked.size() == 2; }));
     spinFor(20ms);
-    EXPECT_THAT(checked, ElementsAre(UpdateCheckOutcome(UpdateCancelled{}),
-                                     UpdateCheckOutcome(UpdateNotNeeded{"1.0"})));
+    EXPECT_THAT(checked,
+                ElementsAre(UpdateState(UpdateUnanswered{}), UpdateState(UpdateNotNeeded{"1.0"})));
 }
 
 TEST_F(TroubleTest, anAnswerOnItsWayToACancelledCheckIsNotTakenForTheNext) {
@@ -213,27 +208,27 @@ TEST_F(TroubleTest, anAnswerOnItsWayToACancelledCheckIsNotTakenForTheNext) {
     };
     startCheck(UpdateCheckKind::scheduled);
     ASSERT_TRUE(spinUntil([&] { return checked.size() == 2; }));
-    EXPECT_THAT(checked, ElementsAre(UpdateCheckOutcome(UpdateCancelled{}),
-                                     UpdateCheckOutcome(UpdateNotNeeded{"1.0"})));
+    EXPECT_THAT(checked,
+                ElementsAre(UpdateState(UpdateUnanswered{}), UpdateState(UpdateNotNeeded{"1.0"})));
 }
 
 TEST_F(TroubleTest, cancelsWhileItConnectsOrAsksForTheNetwork) {
     for (const auto wait : {0ms, 1ms, 3ms, 10ms}) {
         checked.clear();
-        engine = std::make_unique<PackageKitEngine>("lumivert", bus.address());
+        engine = packageKitEngine("lumivert", bus.address());
         startCheck(UpdateCheckKind::scheduled);
         spinFor(wait);
         if (!checked.empty())
             break; // it was done already
         engine->cancelCheck();
-        EXPECT_EQ(outcome(), UpdateCheckOutcome(UpdateCancelled{})) << wait.count();
+        EXPECT_EQ(outcome(), UpdateState(UpdateUnanswered{})) << wait.count();
     }
-    EXPECT_EQ(check(), UpdateCheckOutcome(UpdateNotNeeded{"1.0"}));
+    EXPECT_EQ(check(), UpdateState(UpdateNotNeeded{"1.0"}));
 }
 
 TEST_F(TroubleTest, cancellingNothingHasNoEffect) {
     engine->cancelCheck();
-    EXPECT_EQ(check(), UpdateCheckOutcome(UpdateNotNeeded{"1.0"}));
+    EXPECT_EQ(check(), UpdateState(UpdateNotNeeded{"1.0"}));
     engine->cancelCheck();
     spinFor(20ms);
     EXPECT_EQ(checked.size(), 1U);
@@ -251,9 +246,9 @@ TEST_F(TroubleTest, aBusThatHangsHoldsNobodyUp) {
     QCoreApplication::processEvents();
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 10s) << "D-Bus gives up after 25";
     engine->cancelCheck();
-    EXPECT_EQ(outcome(), UpdateCheckOutcome(UpdateCancelled{}));
+    EXPECT_EQ(outcome(), UpdateState(UpdateUnanswered{}));
     bus.resume();
-    EXPECT_EQ(check(), UpdateCheckOutcome(UpdateNotNeeded{"1.0"}));
+    EXPECT_EQ(check(), UpdateState(UpdateNotNeeded{"1.0"}));
 }
 
 TEST_F(TroubleTest, destroyedAtWorkItCallsNobodyAndTellsTheService) {
@@ -266,7 +261,9 @@ TEST_F(TroubleTest, destroyedAtWorkItCallsNobodyAndTellsTheService) {
 
 TEST_F(TroubleTest, mayBeDestroyedByItsOwnReport) {
     int reports = 0;
-    engine->check(UpdateCheckKind::asked, nullptr, [&](const UpdateCheckOutcome&) {
+    engine->check(UpdateCheckKind::asked, [&](const UpdateState& state) {
+        if (std::holds_alternative<UpdateChecking>(state))
+            return;
         ++reports;
         engine.reset();
     });
@@ -276,10 +273,13 @@ TEST_F(TroubleTest, mayBeDestroyedByItsOwnReport) {
 }
 
 TEST_F(TroubleTest, mayBeCancelledByItsOwnProgress) {
-    engine->check(
-        UpdateCheckKind::asked, [&](const UpdateProgress&) { engine->cancelCheck(); },
-        [&](const UpdateCheckOutcome& one) { checked.push_back(one); });
-    EXPECT_EQ(outcome(), UpdateCheckOutcome(UpdateCancelled{}));
+    engine->check(UpdateCheckKind::asked, [&](const UpdateState& state) {
+        if (std::holds_alternative<UpdateChecking>(state))
+            engine->cancelCheck();
+        else
+            checked.push_back(state);
+    });
+    EXPECT_EQ(outcome(), UpdateState(UpdateUnanswered{}));
 }
 
 TEST_F(TroubleTest, finishesBeforeTheCallIsAnswered) {
@@ -298,7 +298,7 @@ TEST_F(TroubleTest, waitsForAnErrorThatComesAfterTheEnd) {
         service->finished(path, 2);
         service->errorCode(path, 2, QStringLiteral("late"));
     };
-    EXPECT_EQ(check(), UpdateCheckOutcome(UpdateFailure{UpdateProblem::noNetwork, "late"}));
+    EXPECT_EQ(check(), UpdateState(UpdateFailed{UpdateProblem::noNetwork, "late"}));
 }
 
 TEST_F(TroubleTest, doesNotWaitForEverForAnErrorThatNeverComes) {
@@ -315,7 +315,7 @@ TEST_F(TroubleTest, anErrorBesideASuccessIsAWarning) {
         service->errorCode(path, 64, QStringLiteral("only a warning"));
         service->finished(path, 1);
     };
-    EXPECT_EQ(check(), UpdateCheckOutcome(UpdateNotNeeded{"1.0"}));
+    EXPECT_EQ(check(), UpdateState(UpdateNotNeeded{"1.0"}));
 }
 
 TEST_F(TroubleTest, countsTheFirstEndOnly) {
@@ -327,7 +327,7 @@ TEST_F(TroubleTest, countsTheFirstEndOnly) {
         service->property(path, QStringLiteral("Percentage"), 7);
         service->package(path, 5, QStringLiteral("lumivert;9;amd64;test"));
     };
-    EXPECT_EQ(check(), UpdateCheckOutcome(UpdateNotNeeded{"1.0"}));
+    EXPECT_EQ(check(), UpdateState(UpdateNotNeeded{"1.0"}));
 }
 
 TEST_F(TroubleTest, readsOverSignalsOfAnotherShape) {
@@ -353,7 +353,7 @@ TEST_F(TroubleTest, readsOverSignalsOfAnotherShape) {
         service->errorCode(path, 2, QStringLiteral("the real end"));
         service->finished(path, 2);
     };
-    EXPECT_EQ(check(), UpdateCheckOutcome(UpdateFailure{UpdateProblem::noNetwork, "the real end"}));
+    EXPECT_EQ(check(), UpdateState(UpdateFailed{UpdateProblem::noNetwork, "the real end"}));
 }
 
 TEST_F(TroubleTest, believesNobodyElse) {
@@ -371,7 +371,7 @@ TEST_F(TroubleTest, believesNobodyElse) {
     spinFor(50ms);
     EXPECT_TRUE(checked.empty());
     service->finished(*path, 1);
-    EXPECT_EQ(outcome(), UpdateCheckOutcome(UpdateNotNeeded{"1.0"}));
+    EXPECT_EQ(outcome(), UpdateState(UpdateNotNeeded{"1.0"}));
 }
 
 TEST_F(TroubleTest, aSlowServiceIsWaitedFor) {
@@ -379,7 +379,7 @@ TEST_F(TroubleTest, aSlowServiceIsWaitedFor) {
     spinFor(400ms);
     EXPECT_TRUE(checked.empty());
     service->finished(*path, 1);
-    EXPECT_EQ(outcome(), UpdateCheckOutcome(UpdateNotNeeded{"1.0"}));
+    EXPECT_EQ(outcome(), UpdateState(UpdateNotNeeded{"1.0"}));
 }
 
 } // namespace

@@ -36,7 +36,7 @@ protected:
 };
 
 TEST_F(UpdateCheckTest, saysUpToDateWhenNothingIsOffered) {
-    EXPECT_EQ(check(), UpdateCheckOutcome(UpdateNotNeeded{"1.0"}));
+    EXPECT_EQ(check(), UpdateState(UpdateNotNeeded{"1.0"}));
     EXPECT_THAT(calls(), ElementsAre("Resolve", "RefreshCache", "GetUpdates"));
 }
 
@@ -50,8 +50,8 @@ TEST_F(UpdateCheckTest, asksForTheInstalledPackageByName) {
 
 TEST_F(UpdateCheckTest, findsANewerVersionAndWhatItChanges) {
     service->availableVersion = QStringLiteral("1.1");
-    EXPECT_EQ(check(), UpdateCheckOutcome(AvailableUpdate{"lumivert;1.1;amd64;test", "1.0", "1.1",
-                                                          "Finer margins."}));
+    EXPECT_EQ(check(), UpdateState(AvailableUpdate{"lumivert;1.1;amd64;test", "1.0", "1.1",
+                                                   "Finer margins."}));
     EXPECT_THAT(calls(), ElementsAre("Resolve", "RefreshCache", "GetUpdates", "GetUpdateDetail"));
 }
 
@@ -96,7 +96,7 @@ TEST_F(UpdateCheckTest, leavesAnUpdateAloneThatIsHeldBack) {
         service->package(path, 9 | 5 << 16, QStringLiteral("lumivert;1.1;amd64;test"));
         service->finished(path, 1);
     };
-    EXPECT_EQ(check(), UpdateCheckOutcome(UpdateNotNeeded{"1.0"}));
+    EXPECT_EQ(check(), UpdateState(UpdateNotNeeded{"1.0"}));
 }
 
 TEST_F(UpdateCheckTest, saysSoWhenThePackageIsNotInstalled) {
@@ -143,8 +143,8 @@ TEST_F(UpdateCheckTest, doesNotSayUpToDateWhenARepositoryCannotBeRead) {
         service->errorCode(path, 64, QStringLiteral("E: is not signed.\n"));
         service->finished(path, 2);
     };
-    EXPECT_EQ(check(), UpdateCheckOutcome(
-                           UpdateFailure{UpdateProblem::sourcesUnreadable, "E: is not signed."}));
+    EXPECT_EQ(check(),
+              UpdateState(UpdateFailed{UpdateProblem::sourcesUnreadable, "E: is not signed."}));
 }
 
 TEST_F(UpdateCheckTest, reportsTheRefreshAndNotTheLoadingOfTheCache) {
@@ -192,8 +192,7 @@ TEST_F(UpdateCheckTest, doesNothingOnScheduleForAServiceThatRefusesToBeQuiet) {
     service->refuseHints = true;
     EXPECT_EQ(problem(check(UpdateCheckKind::scheduled)), UpdateProblem::other);
     EXPECT_THAT(calls(), ElementsAre());
-    EXPECT_EQ(check(), UpdateCheckOutcome(UpdateNotNeeded{"1.0"}))
-        << "asked for, hints matter less";
+    EXPECT_EQ(check(), UpdateState(UpdateNotNeeded{"1.0"})) << "asked for, hints matter less";
 }
 
 TEST_F(UpdateCheckTest, looksAtWhatIsFetchedAlreadyWhenARefreshNeedsAPassword) {
@@ -212,16 +211,16 @@ TEST_F(UpdateCheckTest, looksAtWhatIsFetchedAlreadyWhenARefreshNeedsAPassword) {
 TEST_F(UpdateCheckTest, waitsOnAMeteredNetwork) {
     for (const uint metered : {1U, 3U}) {
         service->playNetworkManager(metered);
-        EXPECT_EQ(check(UpdateCheckKind::scheduled), UpdateCheckOutcome(UpdatePostponed{}));
+        EXPECT_EQ(check(UpdateCheckKind::scheduled), UpdateState(UpdateUnanswered{}));
     }
     EXPECT_THAT(calls(), ElementsAre());
-    EXPECT_EQ(check(), UpdateCheckOutcome(UpdateNotNeeded{"1.0"})) << "asked for, it is checked";
+    EXPECT_EQ(check(), UpdateState(UpdateNotNeeded{"1.0"})) << "asked for, it is checked";
 }
 
 TEST_F(UpdateCheckTest, waitsOnAMobileNetworkAndWithoutOne) {
     for (const uint state : {5U, 1U}) {
         service->networkState = state;
-        EXPECT_EQ(check(UpdateCheckKind::scheduled), UpdateCheckOutcome(UpdatePostponed{}));
+        EXPECT_EQ(check(UpdateCheckKind::scheduled), UpdateState(UpdateUnanswered{}));
     }
     EXPECT_THAT(calls(), ElementsAre());
 }

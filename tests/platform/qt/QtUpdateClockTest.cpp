@@ -58,7 +58,7 @@ TEST(QtUpdateClock, anAlarmThatIsDestroyedDoesNotRing) {
 TEST(QtUpdateClock, aTaskMayDestroyOrReplaceItsAlarm) {
     QtUpdateClock clock;
     int rings = 0;
-    std::unique_ptr<UpdateAlarm> alarm;
+    UpdateClock::Alarm alarm;
     alarm = clock.after(5ms, [&] {
         ++rings;
         alarm = clock.after(5ms, [&] {

@@ -26,7 +26,7 @@ TEST_F(ControllerTest, startsTheUpdaterWhenToldTo) {
 }
 
 TEST_F(ControllerTest, waitsToBeStartedOtherwise) {
-    preferences.setData(UpdateSchedule::preferenceKey, "0");
+    preferences.setData(SPUStandardUpdaterController::preferenceKey, "0");
     SPUStandardUpdaterController controller(false, services);
     clock.pass(48h);
     controller.updater().checkForUpdates();
@@ -42,7 +42,7 @@ TEST_F(ControllerTest, remembersWhenItChecked) {
     SPUStandardUpdaterController controller(true, services);
     controller.updater().checkForUpdates();
     engine.endCheck(UpdateNotNeeded{"1.0"});
-    EXPECT_EQ(preferences.data(UpdateSchedule::preferenceKey), "1800000000");
+    EXPECT_EQ(preferences.data(SPUStandardUpdaterController::preferenceKey), "1800000000");
 }
 
 TEST_F(ControllerTest, checksOnScheduleFromTheSecondStartOn) {
@@ -62,7 +62,7 @@ TEST_F(ControllerTest, checksOnScheduleFromTheSecondStartOn) {
 }
 
 TEST_F(ControllerTest, tellsOfNewsEachDayUntilItIsInstalled) {
-    preferences.setData(UpdateSchedule::preferenceKey, "0");
+    preferences.setData(SPUStandardUpdaterController::preferenceKey, "0");
     SPUStandardUpdaterController controller(true, services);
     clock.pass(10min);
     engine.endCheck(AvailableUpdate{"id", "1.0", "1.1", {}});

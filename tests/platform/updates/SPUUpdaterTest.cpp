@@ -18,7 +18,7 @@ using testing::ElementsAre;
 using Attention = UpdateWindow::Attention;
 
 const AvailableUpdate newer{"lumivert;1.1;amd64;test", "1.0", "1.1", "Finer margins."};
-const UpdateFailure noNetwork{UpdateProblem::noNetwork, "why"};
+const UpdateFailed noNetwork{UpdateProblem::noNetwork, "why"};
 
 class SPUUpdaterTest : public testing::Test {
 protected:
@@ -63,15 +63,15 @@ TEST_F(SPUUpdaterTest, showsThatItChecksAndThenThatAllIsUpToDate) {
 
 TEST_F(SPUUpdaterTest, showsHowFarTheCheckIs) {
     updater->checkForUpdates();
-    engine.onProgress({UpdateActivity::working, 40});
+    engine.tell(UpdateChecking{{UpdateActivity::working, 40}});
     ASSERT_TRUE(window.shows<UpdateChecking>());
     EXPECT_EQ(window.shows<UpdateChecking>()->progress.percent, 40);
 }
 
 TEST_F(SPUUpdaterTest, mayCheckIsFalseFromStartToEndWhateverTheEnd) {
-    const std::vector<UpdateCheckOutcome> ends{UpdateNotNeeded{"1.0"}, newer, noNetwork,
-                                               UpdateCancelled{}, UpdatePostponed{}};
-    for (const UpdateCheckOutcome& end : ends) {
+    const std::vector<UpdateState> ends{UpdateNotNeeded{"1.0"}, newer, noNetwork,
+                                        UpdateUnanswered{}};
+    for (const UpdateState& end : ends) {
         EXPECT_TRUE(updater->canCheckForUpdates.get()) << end.index();
         updater->checkForUpdates();
         EXPECT_FALSE(updater->canCheckForUpdates.get()) << end.index();
@@ -110,7 +110,7 @@ TEST_F(SPUUpdaterTest, cancelClosesTheWindowAtOnce) {
     EXPECT_FALSE(window.open);
     EXPECT_TRUE(engine.cancelled());
     EXPECT_FALSE(updater->canCheckForUpdates.get());
-    engine.onProgress({UpdateActivity::working, 40});
+    engine.tell(UpdateChecking{{UpdateActivity::working, 40}});
     engine.turn();
     EXPECT_TRUE(updater->canCheckForUpdates.get());
     EXPECT_FALSE(window.open);
@@ -121,7 +121,7 @@ TEST_F(SPUUpdaterTest, showsWhyACheckFailed) {
     updater->checkForUpdates();
     engine.endCheck(noNetwork);
     ASSERT_TRUE(window.shows<UpdateFailed>());
-    EXPECT_EQ(*window.shows<UpdateFailed>(), (UpdateFailed{false, noNetwork}));
+    EXPECT_EQ(*window.shows<UpdateFailed>(), noNetwork);
     EXPECT_EQ(answers, 0);
     window.actions.dismiss();
     EXPECT_FALSE(window.open);
@@ -134,7 +134,7 @@ TEST_F(SPUUpdaterTest, installsWhatItFound) {
     window.actions.install();
     EXPECT_THAT(engine.installs, ElementsAre(newer));
     EXPECT_FALSE(updater->canCheckForUpdates.get());
-    engine.onProgress({UpdateActivity::waitingForPermission, {}});
+    engine.tell(UpdateInstalling{"1.1", {UpdateActivity::waitingForPermission, {}}});
     ASSERT_TRUE(window.shows<UpdateInstalling>());
     EXPECT_EQ(*window.shows<UpdateInstalling>(),
               (UpdateInstalling{"1.1", {UpdateActivity::waitingForPermission, {}}}));
@@ -165,7 +165,7 @@ TEST_F(SPUUpdaterTest, showsWhyAnInstallationFailed) {
     updater->checkForUpdates();
     engine.endCheck(newer);
     window.actions.install();
-    engine.endInstall(UpdateFailure{UpdateProblem::untrusted, {}});
+    engine.endInstall(UpdateFailed{UpdateProblem::untrusted, {}, true});
     ASSERT_TRUE(window.shows<UpdateFailed>());
     EXPECT_TRUE(window.shows<UpdateFailed>()->installing);
     EXPECT_TRUE(updater->canCheckForUpdates.get());
@@ -178,7 +178,7 @@ TEST_F(SPUUpdaterTest, anInstallationGoesOnBehindAClosedWindowAndTellsItsEnd) {
     window.actions.dismiss();
     EXPECT_FALSE(engine.cancelled());
     EXPECT_FALSE(updater->canCheckForUpdates.get());
-    engine.onProgress({UpdateActivity::working, 50});
+    engine.tell(UpdateInstalling{"1.1", {UpdateActivity::working, 50}});
     EXPECT_FALSE(window.open);
     engine.endInstall(UpdateInstalled{"1.1"});
     EXPECT_TRUE(window.shows<UpdateInstalled>());
@@ -206,11 +206,10 @@ TEST_F(SPUUpdaterTest, remindsOfTheRestartAfterAnInstallation) {
 }
 
 TEST_F(SPUUpdaterTest, aQuietCheckShowsNothingUnlessItFindsANewerVersion) {
-    for (const UpdateCheckOutcome& end :
-         {UpdateCheckOutcome(UpdateNotNeeded{"1.0"}), UpdateCheckOutcome(noNetwork),
-          UpdateCheckOutcome(UpdatePostponed{})}) {
+    for (const UpdateState& end : {UpdateState(UpdateNotNeeded{"1.0"}), UpdateState(noNetwork),
+                                   UpdateState(UpdateUnanswered{})}) {
         checkQuietly();
-        engine.onProgress({UpdateActivity::working, 40});
+        engine.tell(UpdateChecking{{UpdateActivity::working, 40}});
         engine.endCheck(end);
         EXPECT_EQ(window.openings, 0);
         EXPECT_TRUE(window.attentions.empty());
@@ -224,10 +223,10 @@ TEST_F(SPUUpdaterTest, aQuietCheckShowsNothingUnlessItFindsANewerVersion) {
 }
 
 TEST_F(SPUUpdaterTest, saysWhetherTheNextQuietCheckMayWaitForADay) {
-    for (const UpdateCheckOutcome& end :
-         {UpdateCheckOutcome(UpdateNotNeeded{"1.0"}), UpdateCheckOutcome(UpdatePostponed{}),
-          UpdateCheckOutcome(noNetwork),
-          UpdateCheckOutcome(UpdateFailure{UpdateProblem::notFromRepository, {}})}) {
+    for (const UpdateState& end :
+         {UpdateState(UpdateNotNeeded{"1.0"}), UpdateState(UpdateUnanswered{}),
+          UpdateState(noNetwork),
+          UpdateState(UpdateFailed{UpdateProblem::notFromRepository, {}})}) {
         checkQuietly();
         engine.endCheck(end);
     }
@@ -269,7 +268,7 @@ TEST_F(SPUUpdaterTest, destroyedAtWorkItCancelsTheCheckAndHearsNoMore) {
     updater.reset();
     EXPECT_TRUE(engine.cancelled());
     const auto told = window.attentions.size();
-    engine.onProgress({UpdateActivity::working, 1});
+    engine.tell(UpdateChecking{{UpdateActivity::working, 1}});
     engine.turn();
     EXPECT_EQ(window.attentions.size(), told);
 }
@@ -280,7 +279,7 @@ TEST_F(SPUUpdaterTest, destroyedWhileInstallingItHearsNoMore) {
     window.actions.install();
     updater.reset();
     const auto told = window.attentions.size();
-    engine.onProgress({UpdateActivity::working, 1});
+    engine.tell(UpdateInstalling{"1.1", {UpdateActivity::working, 1}});
     engine.endInstall(UpdateInstalled{"1.1"});
     EXPECT_EQ(window.attentions.size(), told);
 }

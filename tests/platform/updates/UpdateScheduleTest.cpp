@@ -1,10 +1,10 @@
-#include "platform/updates/UpdateSchedule.h"
-
 #include "fakes/FakeServices.h"
 #include "fakes/FakeUpdates.h"
+#include "platform/updates/SPUStandardUpdaterController.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <optional>
 #include <string>
 
@@ -20,24 +20,24 @@ protected:
         preferences.setData("LastUpdateCheck",
                             std::to_string((clock.time - ago).time_since_epoch().count()));
     }
-    void start() {
-        schedule.emplace(clock, preferences, [this](auto done) {
-            ++checks;
-            onDone = std::move(done);
-        });
-        schedule->start();
+    void start() { controller.emplace(true, services); }
+    /// The checks that nobody asked for.
+    std::ptrdiff_t checks() {
+        return std::ranges::count(engine.checks, UpdateCheckKind::scheduled);
     }
-    /// The running check learned its answer.
-    void answer() {
-        schedule->noteAnswer();
-        onDone(true);
+    void answer() { engine.endCheck(UpdateNotNeeded{"1.0"}); }
+    void askAndAnswer() {
+        controller->updater().checkForUpdates();
+        answer();
+        window.actions.dismiss();
     }
 
+    fakes::FakeUpdateEngine engine;
+    fakes::FakeUpdateWindow window;
     fakes::FakeUpdateClock clock;
     fakes::FakePreferencesStore preferences;
-    int checks = 0;
-    std::function<void(bool)> onDone;
-    std::optional<UpdateSchedule> schedule;
+    const UpdateServices services{engine, window, clock, preferences};
+    std::optional<SPUStandardUpdaterController> controller;
 };
 
 TEST_F(UpdateScheduleTest, touchesNothingWhileTheProgramStarts) {
@@ -49,16 +49,16 @@ TEST_F(UpdateScheduleTest, touchesNothingWhileTheProgramStarts) {
 TEST_F(UpdateScheduleTest, theFirstStartOnlyLeavesItsMark) {
     start();
     clock.pass(48h);
-    EXPECT_EQ(checks, 0);
+    EXPECT_EQ(checks(), 0);
     EXPECT_EQ(stored(), "0");
 }
 
 TEST_F(UpdateScheduleTest, anAskedForCheckInTheFirstStartSchedulesNoneThere) {
     start();
     clock.pass(1s);
-    schedule->noteAnswer();
+    askAndAnswer();
     clock.pass(72h);
-    EXPECT_EQ(checks, 0);
+    EXPECT_EQ(checks(), 0);
     EXPECT_EQ(stored(), "1800000001");
 }
 
@@ -67,9 +67,9 @@ TEST_F(UpdateScheduleTest, theSecondStartChecksAfterARandomDelay) {
     clock.chance = 100s;
     start();
     clock.pass(104s);
-    EXPECT_EQ(checks, 0);
+    EXPECT_EQ(checks(), 0);
     clock.pass(1s);
-    EXPECT_EQ(checks, 1);
+    EXPECT_EQ(checks(), 1);
 }
 
 TEST_F(UpdateScheduleTest, theDelayLiesBetweenTwentySecondsAndFiveMinutes) {
@@ -77,55 +77,55 @@ TEST_F(UpdateScheduleTest, theDelayLiesBetweenTwentySecondsAndFiveMinutes) {
     clock.chance = 0s;
     start();
     clock.pass(24s);
-    EXPECT_EQ(checks, 0);
+    EXPECT_EQ(checks(), 0);
     clock.pass(1s);
-    EXPECT_EQ(checks, 1);
+    EXPECT_EQ(checks(), 1);
     clock.chance = 24h;
     start();
     clock.pass(304s);
-    EXPECT_EQ(checks, 1);
+    EXPECT_EQ(checks(), 1);
     clock.pass(1s);
-    EXPECT_EQ(checks, 2);
+    EXPECT_EQ(checks(), 2);
 }
 
 TEST_F(UpdateScheduleTest, checksADayAfterTheLastOne) {
     store(20h);
     start();
     clock.pass(4h + 59s);
-    EXPECT_EQ(checks, 0);
+    EXPECT_EQ(checks(), 0);
     clock.pass(1s);
-    EXPECT_EQ(checks, 1);
+    EXPECT_EQ(checks(), 1);
     answer();
     EXPECT_EQ(stored(), std::to_string(clock.time.time_since_epoch().count()));
     clock.pass(24h + 59s);
-    EXPECT_EQ(checks, 1);
+    EXPECT_EQ(checks(), 1);
     clock.pass(1s);
-    EXPECT_EQ(checks, 2);
+    EXPECT_EQ(checks(), 2);
 }
 
 TEST_F(UpdateScheduleTest, anAskedForCheckCountsToo) {
     store(23h);
     start();
     clock.pass(30min);
-    schedule->noteAnswer();
+    askAndAnswer();
     clock.pass(24h);
-    EXPECT_EQ(checks, 0);
+    EXPECT_EQ(checks(), 0);
     clock.pass(1min);
-    EXPECT_EQ(checks, 1);
+    EXPECT_EQ(checks(), 1);
 }
 
 TEST_F(UpdateScheduleTest, triesAgainInAnHourWhenItLearnedNothing) {
     store(48h);
     start();
     clock.pass(5min);
-    ASSERT_EQ(checks, 1);
+    ASSERT_EQ(checks(), 1);
     const auto before = stored();
-    onDone(false);
+    engine.endCheck(UpdateFailed{UpdateProblem::noNetwork, {}});
     EXPECT_EQ(stored(), before);
     clock.pass(1h);
-    EXPECT_EQ(checks, 1);
+    EXPECT_EQ(checks(), 1);
     clock.pass(1min);
-    EXPECT_EQ(checks, 2);
+    EXPECT_EQ(checks(), 2);
 }
 
 TEST_F(UpdateScheduleTest, countsTheTimeThatTheMachineSleeps) {
@@ -134,7 +134,7 @@ TEST_F(UpdateScheduleTest, countsTheTimeThatTheMachineSleeps) {
     clock.pass(10s);
     clock.sleep(23h);
     clock.pass(1h + 1s);
-    EXPECT_EQ(checks, 1);
+    EXPECT_EQ(checks(), 1);
 }
 
 TEST_F(UpdateScheduleTest, doesNotWaitForAClockThatWasAYearAhead) {
@@ -143,24 +143,24 @@ TEST_F(UpdateScheduleTest, doesNotWaitForAClockThatWasAYearAhead) {
     clock.pass(10s);
     clock.time -= 24h * 365;
     clock.pass(2h);
-    EXPECT_EQ(checks, 1);
+    EXPECT_EQ(checks(), 1);
 }
 
 TEST_F(UpdateScheduleTest, aValueThatMakesNoSenseCountsAsNever) {
     for (const char* text :
          {"", "yesterday", "-5", "12x", " 12", "99999999999999999999", "9000000000"}) {
         preferences.setData("LastUpdateCheck", text);
-        checks = 0;
+        engine.checks.clear();
         start();
         clock.pass(5min);
-        EXPECT_EQ(checks, 1) << text;
+        EXPECT_EQ(checks(), 1) << text;
     }
 }
 
 TEST_F(UpdateScheduleTest, destroyedItLeavesNoAlarm) {
     preferences.setData("LastUpdateCheck", "0");
     start();
-    schedule.reset();
+    controller.reset();
     EXPECT_EQ(clock.alarmCount(), 0U);
 }
 
