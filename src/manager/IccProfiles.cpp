@@ -1,6 +1,5 @@
 #include "manager/PrintManager.h"
-#include "manager/TextLines.h"
-#include "model/AsciiCase.h"
+#include "model/Text.h"
 #include "platform/FileSystem.h"
 
 #include <string_view>

@@ -1,6 +1,6 @@
 #include "manager/OptionListing.h"
 
-#include "manager/TextLines.h"
+#include "model/Text.h"
 
 namespace lumivert {
 

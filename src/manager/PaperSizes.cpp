@@ -3,8 +3,8 @@
 #include "manager/PrintManager.h"
 #include "manager/Selection.h"
 #include "manager/Shell.h"
-#include "manager/TextLines.h"
 #include "model/NumberText.h"
+#include "model/Text.h"
 #include "platform/FatalError.h"
 #include "platform/FileSystem.h"
 

@@ -1,7 +1,6 @@
 #include "manager/PrintManager.h"
 #include "manager/Shell.h"
-#include "manager/TextLines.h"
-#include "model/AsciiCase.h"
+#include "model/Text.h"
 
 #include <algorithm>
 

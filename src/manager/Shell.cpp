@@ -1,6 +1,6 @@
 #include "manager/Shell.h"
 
-#include "manager/TextLines.h"
+#include "model/Text.h"
 
 #include <utility>
 

@@ -1,8 +1,7 @@
 #include "model/FileUrl.h"
 
-#include "model/AsciiCase.h"
+#include "model/Text.h"
 
-#include <algorithm>
 #include <charconv>
 #include <utility>
 
@@ -14,11 +13,6 @@ constexpr std::string_view scheme = "file:";
 bool isUnreserved(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' ||
            c == '.' || c == '_' || c == '~';
-}
-
-bool equalIgnoringCase(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](char x, char y) { return lowerCased(x) == lowerCased(y); });
 }
 
 std::optional<std::string> withoutEscapes(std::string_view text) {
@@ -50,13 +44,13 @@ FileUrl FileUrl::fromPath(std::string path) {
 }
 
 std::optional<FileUrl> FileUrl::fromDataRepresentation(std::string_view data) {
-    if (!equalIgnoringCase(data.substr(0, scheme.size()), scheme))
+    if (lowerCased(data.substr(0, scheme.size())) != scheme)
         return std::nullopt;
     data.remove_prefix(scheme.size());
     if (data.starts_with("//")) {
         data.remove_prefix(2);
         const std::string_view host = data.substr(0, data.find('/'));
-        if (!host.empty() && !equalIgnoringCase(host, "localhost"))
+        if (!host.empty() && lowerCased(host) != "localhost")
             return std::nullopt;
         data.remove_prefix(host.size());
     }

@@ -21,17 +21,17 @@ struct PhotoFormat {
     /// For people.
     std::string_view name;
     /// What a file begins with, '?' for any byte. None where only the reader can tell.
-    std::vector<std::string_view> beginnings;
+    std::vector<std::string_view> beginnings = {};
     /// The operation of libvips that reads it; empty for LibRaw.
-    std::string_view loader;
+    std::string_view loader = {};
     UprightBy upright;
     DensityFrom density;
     /// What the dialog for opening offers.
     std::vector<std::string_view> endings;
     /// What a drop takes.
-    std::vector<std::string_view> dropEndings;
+    std::vector<std::string_view> dropEndings = {};
     /// Its place among the dialog's filters of one format; 0: only among all images.
-    int filterPlace;
+    int filterPlace = 0;
 };
 
 /// Every format that can be opened. Decoder, dialog and drop go by nothing else.

@@ -15,42 +15,16 @@ namespace {
 
 using Json = nlohmann::json;
 
-bool read(const Json& value, Uuid& field) {
-    const auto uuid =
-        value.is_string() ? Uuid::fromText(value.get_ref<const std::string&>()) : std::nullopt;
-    if (uuid)
-        field = *uuid;
-    return uuid.has_value();
+// A value of another type throws: the library converts neither booleans nor texts to these.
+template <class Field>
+void read(const Json& value, Field& field) {
+    static_assert(std::same_as<Field, std::string> || std::same_as<Field, bool> ||
+                      std::same_as<Field, double>,
+                  "say here how a field of this type is read, and what else is refused");
+    value.get_to(field);
 }
-
-bool read(const Json& value, std::string& field) {
-    if (value.is_string())
-        field = value.get<std::string>();
-    return value.is_string();
-}
-
-bool read(const Json& value, bool& field) {
-    if (value.is_boolean())
-        field = value.get<bool>();
-    return value.is_boolean();
-}
-
-bool read(const Json& value, double& field) {
-    if (value.is_number())
-        field = value.get<double>();
-    return value.is_number() && std::isfinite(field);
-}
-
-std::optional<PrintPreset> presetFrom(const Json& object) {
-    if (!object.is_object())
-        return std::nullopt;
-    PrintPreset preset;
-    bool complete = true;
-    forEachField(preset, [&](const char* key, auto& field) {
-        const auto found = object.find(key);
-        complete = complete && found != object.end() && read(*found, field);
-    });
-    return complete ? std::optional(preset) : std::nullopt;
+void read(const Json& value, Uuid& field) {
+    field = Uuid::fromText(value.get_ref<const std::string&>()).value();
 }
 
 } // namespace
@@ -86,15 +60,17 @@ std::optional<std::vector<PrintPreset>> decodePresets(std::string_view text) {
     const Json document = Json::parse(text, nullptr, /*allow_exceptions=*/false);
     if (!document.is_array())
         return std::nullopt;
-    std::vector<PrintPreset> presets;
-    presets.reserve(document.size());
-    for (const Json& object : document) {
-        auto preset = presetFrom(object);
-        if (!preset)
-            return std::nullopt;
-        presets.push_back(std::move(*preset));
+    try {
+        std::vector<PrintPreset> presets;
+        for (const Json& object : document)
+            forEachField(presets.emplace_back(),
+                         [&](const char* key, auto& field) { read(object.at(key), field); });
+        return presets;
+    } catch (const Json::exception&) { // a key is missing, or its value is of another type
+        return std::nullopt;
+    } catch (const std::bad_optional_access&) { // the text is no UUID
+        return std::nullopt;
     }
-    return presets;
 }
 
 std::string presetSummary(const PrintPreset& preset) {

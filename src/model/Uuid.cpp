@@ -1,21 +1,13 @@
 #include "model/Uuid.h"
 
+#include <charconv>
+
 namespace lumivert {
 namespace {
 
 // Hyphens stand before these bytes.
 constexpr bool hyphenBefore(std::size_t byteIndex) {
     return byteIndex == 4 || byteIndex == 6 || byteIndex == 8 || byteIndex == 10;
-}
-
-std::optional<std::uint8_t> hexDigit(char c) {
-    if (c >= '0' && c <= '9')
-        return static_cast<std::uint8_t>(c - '0');
-    if (c >= 'A' && c <= 'F')
-        return static_cast<std::uint8_t>(c - 'A' + 10);
-    if (c >= 'a' && c <= 'f')
-        return static_cast<std::uint8_t>(c - 'a' + 10);
-    return std::nullopt;
 }
 
 } // namespace
@@ -41,11 +33,10 @@ std::optional<Uuid> Uuid::fromText(std::string_view text) {
     for (std::size_t i = 0; i < result.bytes.size(); ++i) {
         if (hyphenBefore(i) && text[at++] != '-')
             return std::nullopt;
-        const auto high = hexDigit(text[at++]);
-        const auto low = hexDigit(text[at++]);
-        if (!high || !low)
+        const char* digits = text.data() + at;
+        at += 2;
+        if (std::from_chars(digits, digits + 2, result.bytes[i], 16).ptr != digits + 2)
             return std::nullopt;
-        result.bytes[i] = static_cast<std::uint8_t>(*high << 4 | *low);
     }
     return result;
 }

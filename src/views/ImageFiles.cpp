@@ -1,7 +1,7 @@
 #include "views/ImageFiles.h"
 
-#include "model/AsciiCase.h"
 #include "model/PhotoFormats.h"
+#include "model/Text.h"
 
 #include <QCoreApplication>
 #include <QFileDialog>

@@ -1,6 +1,6 @@
 #include "platform/posix/PosixFileSystem.h"
 
-#include "model/Utf8.h"
+#include "model/Text.h"
 #include "platform/system/Descriptor.h"
 
 #include <algorithm>

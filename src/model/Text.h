@@ -1,13 +1,17 @@
 #pragma once
 
-#include "model/Utf8.h"
-
 #include <string>
 #include <string_view>
 #include <vector>
 
-// The plain string work that tool output and PPD files are read with. Views look into the argument.
+// Plain string work on bytes, whatever the locale. Views look into the argument.
 namespace lumivert {
+
+/// `text` with the capital letters of ASCII made small.
+[[nodiscard]] std::string lowerCased(std::string_view text);
+
+/// Whether `text` is UTF-8 (RFC 3629: no overlong form, no surrogate, nothing above U+10FFFF).
+[[nodiscard]] bool isUtf8(std::string_view text);
 
 /// The pieces of `text` between single separators; empty pieces are kept, so that the result has
 /// one piece more than `text` has separators.

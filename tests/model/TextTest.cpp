@@ -1,4 +1,4 @@
-#include "manager/TextLines.h"
+#include "model/Text.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@ namespace {
 
 using Views = std::vector<std::string_view>;
 
-TEST(TextLines, splitsAtEachSeparatorAndKeepsEmptyPieces) {
+TEST(Text, splitsAtEachSeparatorAndKeepsEmptyPieces) {
     EXPECT_EQ(split("a b", ' '), (Views{"a", "b"}));
     EXPECT_EQ(split("", ' '), (Views{""}));
     EXPECT_EQ(split(" ", ' '), (Views{"", ""}));
@@ -20,7 +20,7 @@ TEST(TextLines, splitsAtEachSeparatorAndKeepsEmptyPieces) {
     EXPECT_EQ(split("a\r\nb", '\n'), (Views{"a\r", "b"}));
 }
 
-TEST(TextLines, trimsSpacesAndTabsButNoLineBreaks) {
+TEST(Text, trimsSpacesAndTabsButNoLineBreaks) {
     EXPECT_EQ(trimmed(" \t a b\t "), "a b");
     EXPECT_EQ(trimmed("\n a \n"), "\n a \n");
     EXPECT_EQ(trimmed(" a\n "), "a\n");
@@ -30,7 +30,7 @@ TEST(TextLines, trimsSpacesAndTabsButNoLineBreaks) {
     EXPECT_EQ(trimmed("\u00a0a"), "\u00a0a");
 }
 
-TEST(TextLines, removesACharacterEverywhere) {
+TEST(Text, removesACharacterEverywhere) {
     EXPECT_EQ(without("*A*4*", '*'), "A4");
     EXPECT_EQ(without("***", '*'), "");
     EXPECT_EQ(without("A4", '*'), "A4");
