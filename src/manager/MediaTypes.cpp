@@ -4,14 +4,13 @@
 #include "manager/Shell.h"
 #include "platform/FileSystem.h"
 
-#include <array>
 #include <string_view>
 
 namespace lumivert {
 namespace {
 
 // IPP media-type keywords (PWG 5101.1) and what a person calls them.
-constexpr std::array<std::pair<std::string_view, std::string_view>, 16> standardMediaNames{{
+constexpr ChoiceLabel standardMediaNames[] = {
     {"stationery", "Plain Paper"},
     {"stationery-bond", "Bond Paper"},
     {"stationery-heavyweight", "Heavy Paper"},
@@ -28,14 +27,7 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 16> standard
     {"transparency", "Transparency"},
     {"auto", "Auto"},
     {"any", "Auto"},
-}};
-
-std::string standardLabel(const std::string& choice) {
-    for (const auto& [keyword, label] : standardMediaNames)
-        if (keyword == choice)
-            return std::string(label);
-    return choice;
-}
+};
 
 } // namespace
 
@@ -61,9 +53,10 @@ void PrintManager::loadMediaTypes(const std::string& forPrinter) {
         if (choice.empty())
             continue;
         const auto label = names.find(choice);
-        types.push_back({.id = choice,
-                         .name = label != names.end() ? label->second : standardLabel(choice),
-                         .cupsMediaType = choice});
+        types.push_back(
+            {.id = choice,
+             .name = label != names.end() ? label->second : labelOf(choice, standardMediaNames),
+             .cupsMediaType = choice});
     }
     if (types.empty())
         types.push_back(automaticPaperType());

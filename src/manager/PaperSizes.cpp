@@ -8,7 +8,6 @@
 #include "platform/FatalError.h"
 #include "platform/FileSystem.h"
 
-#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <locale.h>
@@ -24,7 +23,7 @@ constexpr std::string_view borderlessSuffix = ".Fullbleed";
 constexpr SizePoints a4Points{595.28, 841.89};
 
 // Labels of the choices that have one of their own; any other shows as it is.
-constexpr std::array<std::pair<std::string_view, std::string_view>, 13> paperLabels{{
+constexpr ChoiceLabel paperLabels[] = {
     {"A3", "A3"},
     {"A4", "A4"},
     {"A5", "A5"},
@@ -38,14 +37,7 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 13> paperLab
     {"Executive", "Executive"},
     {"Statement", "Statement"},
     {"Postcard", "Postcard"},
-}};
-
-std::string_view paperLabel(std::string_view choice) {
-    for (const auto& [name, label] : paperLabels)
-        if (name == choice)
-            return label;
-    return choice;
-}
+};
 
 // The whole field as strtod reads a number in the POSIX locale, whatever the program's own locale:
 // white space may lead, nothing may follow; hexadecimal, "inf" and "nan" count.
@@ -69,13 +61,13 @@ double roundedToTenth(double millimetres) {
     return std::round(millimetres * 10) / 10;
 }
 
-} // namespace
-
-std::string PrintManager::formatPaperName(const std::string& name, double widthMM,
-                                          double heightMM) {
-    return std::string(paperLabel(name)) + " (" + wholeMillimetres(widthMM) + " × " +
+// The shown name of a size, by its choice.
+std::string formatPaperName(const std::string& name, double widthMM, double heightMM) {
+    return labelOf(name, paperLabels) + " (" + wholeMillimetres(widthMM) + " × " +
            wholeMillimetres(heightMM) + " mm)";
 }
+
+} // namespace
 
 std::map<std::string, SizePoints>
 PrintManager::loadPaperDimensions(const std::string& forPrinter) const {

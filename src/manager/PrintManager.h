@@ -127,8 +127,6 @@ public:
     void deletePreset(const PrintPreset& preset);
 
 private:
-    [[nodiscard]] static std::string formatPaperName(const std::string& name, double widthMM,
-                                                     double heightMM);
     /// The colour space of the chosen profile; null for printer managed, an unreadable file, or
     /// one that is no profile.
     [[nodiscard]] std::shared_ptr<const ColorSpace> chosenColorSpace() const;

@@ -3,7 +3,7 @@
 #include "platform/lcms/LcmsColorSpace.h"
 #include "platform/pdf/PdfPageContext.h"
 #include "platform/posix/PosixFunctions.h"
-#include "platform/qt/MimeItemProviders.h"
+#include "platform/qt/DesktopFiles.h"
 
 namespace lumivert {
 

@@ -5,6 +5,8 @@
 #include <QDialog>
 
 #include <cstddef>
+#include <optional>
+#include <string>
 #include <utility>
 
 class QLabel;
@@ -14,7 +16,19 @@ class QPushButton;
 
 namespace lumivert {
 
-struct UpdateContent;
+/// What the update window says and offers for one state; plain text throughout.
+struct UpdateContent {
+    std::string headline;
+    std::string text;
+    std::string dismissLabel;
+    std::string notesLabel = {}; ///< names the notes
+    std::string notes = {};      ///< several lines to read at leisure; often none
+    /// Shown while something goes on; without a percentage, as busy without a measure.
+    std::optional<UpdateProgress> progress = {};
+    bool offersInstall = false;
+};
+
+[[nodiscard]] UpdateContent updateContent(const UpdateState& state);
 
 /// The update window in the desktop's own widgets: not modal, filled with widgets when it is first
 /// shown, and no reason for the program to stay when its other windows are closed.

@@ -20,7 +20,6 @@ namespace lumivert {
 // "org.freedesktop.packagekit1": this is the one place to change.
 inline const QString packageKitService = QStringLiteral("org.freedesktop.PackageKit");
 inline const QString packageKitPath = QStringLiteral("/org/freedesktop/PackageKit");
-inline constexpr uint packageKitSuccess = 1; ///< the exit of work that was done
 
 /// One piece of work of the package service: makes the transaction object, gives it its hints and
 /// its role, and gathers what it says until it has finished or the service is gone.
@@ -97,5 +96,14 @@ private:
     uint m_percentage = 101; // unknown
     UpdateProgress m_reported;
 };
+
+/// What went wrong, from the service's numbers: `exit` of Finished, `code` and `details` of
+/// ErrorCode. Nothing when nothing did.
+[[nodiscard]] std::optional<UpdateFailed> packageKitFailure(uint exit, std::optional<uint> code,
+                                                            const QString& details);
+
+/// What went wrong when a call was answered with this error. `created`: a transaction exists, so
+/// the service was there.
+[[nodiscard]] UpdateFailed packageKitCallFailure(const QDBusMessage& error, bool created);
 
 } // namespace lumivert

@@ -1,5 +1,5 @@
 #include "platform/bus/BusConnection.h"
-#include "platform/screen/ScreenProfiles.h"
+#include "platform/screen/DesktopScreenColors.h"
 
 #include <QDBusArgument>
 #include <QDBusMessage>

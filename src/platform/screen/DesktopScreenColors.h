@@ -1,9 +1,10 @@
 #pragma once
 
 #include "platform/ScreenColors.h"
-#include "platform/screen/ScreenProfiles.h"
 
 #include <QByteArray>
+#include <QObject>
+#include <QString>
 
 #include <cstddef>
 #include <functional>
@@ -13,6 +14,18 @@
 #include <string>
 
 namespace lumivert {
+
+/// The ICC profiles that the desktop gives its screens. Main thread.
+class ScreenProfiles : public QObject {
+    Q_OBJECT
+public:
+    /// The profile of the screen of that name, as it is; empty where there is none, or none yet.
+    [[nodiscard]] virtual QByteArray profileOf(const QString& screen) = 0;
+
+signals:
+    /// Another profile may stand behind any name.
+    void changed();
+};
 
 /// The desktop's profiles as conversions.
 class DesktopScreenColors : public ScreenColors {
@@ -41,5 +54,13 @@ private:
 /// The profiles of the desktop that the application runs on, the property of the root window on
 /// X11, else colord's on Wayland; null on any other.
 [[nodiscard]] std::unique_ptr<ScreenProfiles> desktopProfiles();
+
+/// The properties _ICC_PROFILE, _ICC_PROFILE_1 … of the X11 root window, one for each monitor in
+/// its order ("ICC Profiles in X", 0.4). Null on another window system.
+[[nodiscard]] std::unique_ptr<ScreenProfiles> x11Profiles();
+
+/// The default profiles of colord's display devices, looked up without blocking. `address` as in
+/// DBUS_SYSTEM_BUS_ADDRESS; empty for the system's bus.
+[[nodiscard]] std::unique_ptr<ScreenProfiles> colordProfiles(const QString& address);
 
 } // namespace lumivert

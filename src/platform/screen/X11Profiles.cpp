@@ -1,4 +1,4 @@
-#include "platform/screen/ScreenProfiles.h"
+#include "platform/screen/DesktopScreenColors.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QGuiApplication>

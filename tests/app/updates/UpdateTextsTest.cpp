@@ -1,4 +1,4 @@
-#include "app/updates/UpdateTexts.h"
+#include "app/updates/UpdateDialog.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

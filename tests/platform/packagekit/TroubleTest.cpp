@@ -1,5 +1,5 @@
 #include "EngineFixture.h"
-#include "platform/packagekit/PackageKitFailures.h"
+#include "platform/packagekit/PackageKitTransaction.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

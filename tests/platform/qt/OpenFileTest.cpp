@@ -1,4 +1,4 @@
-#include "platform/qt/OpenFile.h"
+#include "platform/qt/DesktopFiles.h"
 
 #include <QDesktopServices>
 #include <QObject>

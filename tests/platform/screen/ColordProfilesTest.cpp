@@ -1,5 +1,5 @@
 #include "PrivateBus.h"
-#include "platform/screen/ScreenProfiles.h"
+#include "platform/screen/DesktopScreenColors.h"
 #include "support/TemporaryFolder.h"
 
 #include <QDBusConnection>

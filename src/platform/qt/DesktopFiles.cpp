@@ -1,5 +1,9 @@
-#include "platform/qt/MimeItemProviders.h"
+#include "platform/qt/DesktopFiles.h"
 
+#include "model/FileUrl.h"
+
+#include <QByteArray>
+#include <QDesktopServices>
 #include <QMimeData>
 #include <QSysInfo>
 #include <QThreadPool>
@@ -44,6 +48,12 @@ std::vector<std::unique_ptr<ItemProvider>> itemProviders(const QMimeData& mime) 
         providers.push_back(std::make_unique<FileUrlProvider>(url));
     }
     return providers;
+}
+
+void openFile(const std::string& path) {
+    // By way of the escaped form: a path need not be text in any encoding.
+    const auto url = FileUrl::fromPath(path).dataRepresentation();
+    QDesktopServices::openUrl(QUrl::fromEncoded(QByteArray::fromStdString(url)));
 }
 
 } // namespace lumivert

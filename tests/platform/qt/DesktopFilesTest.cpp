@@ -1,6 +1,5 @@
-#include "platform/qt/MimeItemProviders.h"
-
 #include "model/FileUrl.h"
+#include "platform/qt/DesktopFiles.h"
 
 #include <QMimeData>
 #include <QSysInfo>
