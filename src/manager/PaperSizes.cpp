@@ -99,10 +99,13 @@ void PrintManager::loadPaperSizes(const std::string& forPrinter) {
 
     const auto dimensions =
         baseChoices.empty() ? std::map<std::string, SizePoints>() : loadPaperDimensions(forPrinter);
+    m_unmeasuredSizes.clear();
     std::vector<PaperSize> sizes;
     for (const std::string& choice : baseChoices) {
         const auto found = dimensions.find(choice);
         const SizePoints points = found != dimensions.end() ? found->second : a4Points;
+        if (found == dimensions.end())
+            m_unmeasuredSizes.insert(choice);
         const double widthMM = millimetresFromPoints(points.width);
         const double heightMM = millimetresFromPoints(points.height);
         const auto variant = borderlessChoices.find(choice + std::string(borderlessSuffix));
@@ -120,6 +123,10 @@ void PrintManager::loadPaperSizes(const std::string& forPrinter) {
 
     availablePaperSizes = sizes;
     selectOffered(selectedPaperSizeID, sizes, &PaperSize::cupsName, {"A4"});
+}
+
+bool PrintManager::selectedPaperSizeIsUnmeasured() const {
+    return m_unmeasuredSizes.contains(selectedPaperSizeID);
 }
 
 } // namespace lumivert

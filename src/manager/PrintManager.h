@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -68,6 +69,8 @@ public:
     // the printer: nothing). Looked up on each read.
     [[nodiscard]] std::optional<Printer> selectedPrinter() const;
     [[nodiscard]] PaperSize selectedPaperSize() const;
+    /// Whether the queue's PPD gives the selected size no measure, so that it measures as A4.
+    [[nodiscard]] bool selectedPaperSizeIsUnmeasured() const;
     [[nodiscard]] PaperType selectedPaperType() const;
     [[nodiscard]] ICCProfile selectedICCProfile() const;
 
@@ -137,6 +140,8 @@ private:
     void loadPresets();
 
     const Platform m_platform;
+    /// The `id`s among `availablePaperSizes` that the PPD gives no measure.
+    std::set<std::string> m_unmeasuredSizes;
     /// The one built last: most often the file still holds the same.
     mutable std::shared_ptr<const ColorSpace> m_chosenColorSpace;
     const std::unique_ptr<SoftProof> m_softProof;

@@ -191,7 +191,8 @@ QWidget* SettingsPanel::printerGroup() {
 QWidget* SettingsPanel::paperGroup() {
     return group(tr("Paper"), 10,
                  {
-                     picker(tr("Size"), m_pm.availablePaperSizes, m_pm.selectedPaperSizeID),
+                     picker(tr("Size"), m_pm.availablePaperSizes, m_pm.selectedPaperSizeID,
+                            [this] { return fromUtf8(unmeasuredSizeNote(m_pm)); }),
                      picker(tr("Type"), m_pm.availablePaperTypes, m_pm.selectedPaperTypeID),
                      picker(tr("Orientation"), m_pm.orientation),
                  });

@@ -1,5 +1,6 @@
 #include "views/SettingsTexts.h"
 
+#include "manager/PrintManager.h"
 #include "model/NumberText.h"
 
 #include <algorithm>
@@ -14,6 +15,15 @@ std::string printerTitle(const Printer& printer) {
     std::string title = printer.name;
     std::ranges::replace(title, '_', ' ');
     return title;
+}
+
+std::string unmeasuredSizeNote(const PrintManager& pm) {
+    if (!pm.selectedPaperSizeIsUnmeasured())
+        return {};
+    return pm.selectedPaperSize().name +
+           ": the printer's driver states no measure for this size that Lumivert reads, so it "
+           "counts as A4. \"sudo lumivert-prepare-queue " +
+           pm.selectedPrinterID.get() + "\" shows what would give the sizes their own.";
 }
 
 std::string marginsText(const Margins& margins) {

@@ -55,6 +55,22 @@ TEST_F(PaperSizes, pairsEachChoiceWithItsBorderlessVariant) {
     EXPECT_EQ(selected, "A4");
 }
 
+TEST_F(PaperSizes, knowsWhichHaveNoMeasureOfTheirOwn) {
+    world.processes.outcomes["lpoptions -p Q -l"].output = "PageSize/Size: *A4 Letter A3\n";
+    world.files.files["/etc/cups/ppd/Q.ppd"] =
+        "*PaperDimension Letter: \"612 792\"\n*PaperDimension A3/A3: \"842 1191\"\n";
+    PrintManager m(world.platform);
+    EXPECT_FALSE(m.selectedPaperSizeIsUnmeasured()) << "no queue, no listing";
+    m.loadPaperSizes("Q");
+    for (const auto& [id, unmeasured] :
+         {std::pair("A4", true), std::pair("Letter", false), std::pair("A3", true)}) {
+        m.selectedPaperSizeID = id;
+        EXPECT_EQ(m.selectedPaperSizeIsUnmeasured(), unmeasured) << id;
+    }
+    m.loadPaperSizes("another");
+    EXPECT_FALSE(m.selectedPaperSizeIsUnmeasured()) << "the built-in A4";
+}
+
 TEST_F(PaperSizes, pairsWhereverTheVariantStandsAndDropsVariantsWithoutABase) {
     const auto list = sizes("PageSize/Media Size: A4.Fullbleed A4 Postcard.Fullbleed "
                             "*A3.Fullbleed A4.Fullbleed .Fullbleed A5.fullbleed A3\n");

@@ -113,6 +113,28 @@ TEST_F(PanelTest, loadsNothingForTheSelectionThatItFinds) {
     EXPECT_TRUE(fakes.processes.commands.empty());
 }
 
+TEST_F(PanelTest, tellsOfASizeThatHasNoMeasureOfItsOwn) {
+    const auto description = [this] {
+        return QAccessible::queryAccessibleInterface(picker("Size"))
+            ->text(QAccessible::Description);
+    };
+    EXPECT_EQ(picker("Size")->toolTip(), "");
+    EXPECT_EQ(description(), "Paper");
+
+    fakes.files.files["/etc/cups/ppd/Photo_Printer_A3.ppd"] =
+        "*PaperDimension A4: \"595 842\"\n*PaperDimension A3/A3: \"842 1191\"\n";
+    pm->loadPaperSizes("Photo_Printer_A3");
+    EXPECT_EQ(picker("Size")->toolTip(), "") << "A4 has its own";
+    pm->selectedPaperSizeID = "A3";
+    for (const QString& told : {picker("Size")->toolTip(), description()}) {
+        EXPECT_TRUE(told.contains("A3 (210 × 297 mm): the printer's driver states no measure"));
+        EXPECT_TRUE(told.contains("\"sudo lumivert-prepare-queue Photo_Printer_A3\""));
+    }
+    EXPECT_TRUE(description().startsWith("Paper. "));
+    pm->selectedPaperSizeID = "A4";
+    EXPECT_EQ(description(), "Paper");
+}
+
 TEST_F(PanelTest, bindsThePaperPickers) {
     EXPECT_EQ(picker("Size")->currentText().toStdString(), pm->selectedPaperSize().name);
     QTest::keyClick(picker("Size"), Qt::Key_Down);

@@ -23,7 +23,12 @@ public:
         return QAccessibleWidget::interface_cast(type);
     }
     QString text(QAccessible::Text kind) const override {
-        return kind == QAccessible::Value ? m_picker->currentText() : QAccessibleWidget::text(kind);
+        if (kind == QAccessible::Value)
+            return m_picker->currentText();
+        const QString text = QAccessibleWidget::text(kind);
+        // Behind the group that the description names, the note on the choice.
+        const QString note = kind == QAccessible::Description ? m_picker->toolTip() : QString();
+        return note.isEmpty() || note == text ? text : text + QStringLiteral(". ") + note;
     }
     QAccessible::State state() const override {
         QAccessible::State state = QAccessibleWidget::state();

@@ -229,9 +229,12 @@ QWidget* numberField(const QString& label, Binding<int> value, int least, int mo
 }
 
 QWidget* picker(const QString& label, std::function<std::vector<PickerItem>()> items,
-                Binding<std::string> selection) {
+                Binding<std::string> selection, TextSource note) {
     auto* control = new Picker(std::move(items), std::move(selection));
-    whenRefreshed(control, [control] { control->refresh(); });
+    whenRefreshed(control, [control, note = std::move(note)] {
+        control->refresh();
+        control->setToolTip(note ? plainToolTip(note()) : QString());
+    });
     return labelled(label, control);
 }
 

@@ -83,8 +83,9 @@ struct ButtonOptions {
 [[nodiscard]] QWidget* numberField(const QString& label, Binding<int> value, int least, int most);
 
 /// A label beside a combo box; the labels of all pickers below one alignPickerLabels() line up.
+/// What `note` says of the choice, if anything, is its tool tip, and told by assistive technology.
 [[nodiscard]] QWidget* picker(const QString& label, std::function<std::vector<PickerItem>()> items,
-                              Binding<std::string> selection);
+                              Binding<std::string> selection, TextSource note = {});
 /// A label beside a row of buttons, or above it where both do not fit.
 [[nodiscard]] QWidget* segmentedPicker(const QString& label, std::vector<PickerItem> items,
                                        Binding<std::string> selection);
@@ -92,7 +93,7 @@ struct ButtonOptions {
 /// A picker over a published list of records, bound to the `id` of one, showing each one's name.
 template <class Record>
 [[nodiscard]] QWidget* picker(const QString& label, const Published<std::vector<Record>>& list,
-                              Published<std::string>& selection) {
+                              Published<std::string>& selection, TextSource note = {}) {
     return picker(
         label,
         [&list] {
@@ -102,7 +103,7 @@ template <class Record>
                 items.push_back({record.id, record.name});
             return items;
         },
-        binding(selection));
+        binding(selection), std::move(note));
 }
 
 /// A picker over the cases of a choice.

@@ -123,7 +123,9 @@ QString Picker::shownText() const {
 }
 
 bool Picker::event(QEvent* event) {
-    return answerWithWhole(this, event, shownText(), currentText()) || QComboBox::event(event);
+    // A tool tip of its own names the choice, too.
+    return (toolTip().isEmpty() && answerWithWhole(this, event, shownText(), currentText())) ||
+           QComboBox::event(event);
 }
 
 void Picker::paintEvent(QPaintEvent*) {
