@@ -1,5 +1,5 @@
 #include "faults/PrintWorld.h"
-#include "platform/posix/Termination.h"
+#include "platform/system/ChildProcess.h"
 #include "platform/system/Descriptor.h"
 
 #include <QCoreApplication>
