@@ -3,8 +3,6 @@
 #include "app/updates/UpdateDialog.h"
 #include "platform/cups/PrintSystemFiles.h"
 #include "platform/decoder/DecoderClient.h"
-#include "platform/lcms/LcmsColorSpace.h"
-#include "platform/lcms/LcmsScreenConversion.h"
 #include "platform/packagekit/PackageKitEngine.h"
 #include "platform/pdf/PdfPageContext.h"
 #include "platform/posix/PosixFunctions.h"
@@ -14,6 +12,7 @@
 #include "platform/qt/QtPreferencesStore.h"
 #include "platform/qt/QtUpdateClock.h"
 #include "platform/screen/DesktopScreenColors.h"
+#include "platform/screen/LcmsScreenConversion.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -70,17 +69,20 @@ SystemServices::~SystemServices() = default;
 AppServices SystemServices::appServices() {
     Owned& owned = *m_owned;
     return {
-        .platform = {.processes = owned.processes,
-                     .files = owned.files,
-                     .preferences = owned.preferences,
-                     .decodeImage =
-                         [&owned](const FileUrl& url) { return owned.decoder.decode(url); },
-                     .colorSpaceFromProfile = colorSpaceFromIccProfile,
-                     .createPdf = createPdfFile,
-                     .dispatcher = owned.dispatcher,
-                     .openFile = openFile,
-                     .randomUuid = randomUuid,
-                     .writeLine = writeLine},
+        .platform = {
+            .processes = owned.processes,
+            .files = owned.files,
+            .preferences = owned.preferences,
+            .decodeImage = [&owned](const FileUrl& url) { return owned.decoder.decode(url); },
+            .colorSpaceFromProfile =
+                [&owned](SharedBytes profile) {
+                    return owned.decoder.colorSpace(std::move(profile));
+                },
+            .createPdf = createPdfFile,
+            .dispatcher = owned.dispatcher,
+            .openFile = openFile,
+            .randomUuid = randomUuid,
+            .writeLine = writeLine},
         .updates = {*owned.updateEngine, owned.updateDialog, owned.updateClock, owned.preferences},
         .providersOf = itemProviders,
         .printSystem = printSystemName(),

@@ -1,5 +1,6 @@
 #include "decoder/Profiles.h"
 
+#include "platform/IccHeader.h"
 #include "platform/decoder/DecoderProtocol.h"
 
 #include <vips/vips8>
@@ -57,21 +58,34 @@ Profile genericCmyk() {
     return profile;
 }
 
-// That its tags are there says little: they may be damaged, and one may stand for another.
-bool leadsToLab(const Profile& profile, int channels) {
-    const cmsUInt32Number space = channels == 1 ? PT_GRAY : channels == 3 ? PT_RGB : PT_CMYK;
-    const cmsUInt32Number in =
-        COLORSPACE_SH(space) | CHANNELS_SH(static_cast<cmsUInt32Number>(channels)) | BYTES_SH(2);
-    const Profile lab(cmsCreateLab4Profile(nullptr));
-    constexpr std::array intents{INTENT_PERCEPTUAL, INTENT_RELATIVE_COLORIMETRIC, INTENT_SATURATION,
-                                 INTENT_ABSOLUTE_COLORIMETRIC};
-    return std::ranges::all_of(intents, [&](cmsUInt32Number intent) {
-        const std::unique_ptr<void, void (*)(cmsHTRANSFORM)> way(
-            cmsCreateTransform(profile.get(), in, lab.get(), TYPE_Lab_16, intent,
-                               cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE),
-            &cmsDeleteTransform);
-        return way != nullptr;
-    });
+constexpr std::array allIntents{INTENT_PERCEPTUAL, INTENT_RELATIVE_COLORIMETRIC, INTENT_SATURATION,
+                                INTENT_ABSOLUTE_COLORIMETRIC};
+
+// That the tags are there says little: they may be damaged, and one may stand for another.
+bool connects(const Profile& from, const Profile& to, cmsUInt32Number intent) {
+    const auto format = [](const Profile& profile) {
+        const cmsColorSpaceSignature space = cmsGetColorSpace(profile.get());
+        return COLORSPACE_SH(static_cast<cmsUInt32Number>(_cmsLCMScolorSpace(space))) |
+               CHANNELS_SH(cmsChannelsOf(space)) | BYTES_SH(2);
+    };
+    const std::unique_ptr<void, void (*)(cmsHTRANSFORM)> way(
+        cmsCreateTransform(from.get(), format(from), to.get(), format(to), intent,
+                           cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE),
+        &cmsDeleteTransform);
+    return way != nullptr;
+}
+
+// A profile without tables takes the same way for every intent, and turning its curves round takes
+// up to 40 ms each time.
+bool hasWayBack(const Profile& lab, const Profile& profile) {
+    const bool hasTables = std::ranges::any_of(
+        std::array{cmsSigBToA0Tag, cmsSigBToA1Tag, cmsSigBToA2Tag, cmsSigBToD0Tag, cmsSigBToD1Tag,
+                   cmsSigBToD2Tag, cmsSigBToD3Tag},
+        [&](cmsTagSignature tag) { return cmsIsTag(profile.get(), tag); });
+    if (!hasTables)
+        return connects(lab, profile, INTENT_RELATIVE_COLORIMETRIC);
+    return std::ranges::all_of(
+        allIntents, [&](cmsUInt32Number intent) { return connects(lab, profile, intent); });
 }
 
 } // namespace
@@ -111,20 +125,26 @@ int channelsOf(const Profile& profile) {
 }
 
 bool describes(std::span<const std::byte> bytes, int channels) {
-    if (bytes.empty())
+    const auto header = iccHeader(bytes);
+    if (!header || !header->isOfColors() || header->isLab() || header->channels() != channels)
         return false;
     const Profile profile = openProfile(bytes);
-    if (!profile || channelsOf(profile) != channels)
-        return false;
-    switch (cmsGetDeviceClass(profile.get())) {
-    case cmsSigInputClass:
-    case cmsSigDisplayClass:
-    case cmsSigOutputClass:
-    case cmsSigColorSpaceClass:
-        return leadsToLab(profile, channels);
-    default:
-        return false;
-    }
+    const Profile lab(cmsCreateLab4Profile(nullptr));
+    return profile && std::ranges::all_of(allIntents, [&](cmsUInt32Number intent) {
+               return connects(profile, lab, intent);
+           });
+}
+
+PageSpace pageSpace(std::span<const std::byte> bytes) {
+    const auto header = iccHeader(bytes);
+    if (!header || header->size > bytes.size() || !header->isOfColors() || header->channels() == 0)
+        return {};
+    const Profile profile = openProfile(bytes);
+    const Profile lab(cmsCreateLab4Profile(nullptr));
+    if (!profile || !connects(profile, lab, INTENT_PERCEPTUAL))
+        return {};
+    return {header->channels(), header->profileClass != IccHeader::signature("scnr") &&
+                                    !header->isLab() && hasWayBack(lab, profile)};
 }
 
 Profile sourceProfile(std::span<const std::byte> bytes, int channels) {

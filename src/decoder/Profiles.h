@@ -33,6 +33,17 @@ using ToneCurve = std::unique_ptr<cmsToneCurve, decltype(&cmsFreeToneCurve)>;
 /// as that takes: Little CMS finds a way from them to CIELAB for every intent.
 [[nodiscard]] bool describes(std::span<const std::byte> bytes, int channels);
 
+/// What a page can do with a profile that a person chose.
+struct PageSpace {
+    /// 1 grey, 3 RGB or CIELAB, 4 CMYK; 0 where it cannot be drawn in: the profile is damaged, is
+    /// none of colours (a device link), or its colours have no way to the connection space.
+    int channels = 0;
+    /// Whether colours can be converted into it: device numbers of no input device, with the way
+    /// back from the connection space for every intent.
+    bool isDestination = false;
+};
+[[nodiscard]] PageSpace pageSpace(std::span<const std::byte> bytes);
+
 /// What pixels mean: `bytes`, or where they are empty sRGB, grey with sRGB's curve, or the generic
 /// CMYK that libvips carries.
 [[nodiscard]] Profile sourceProfile(std::span<const std::byte> bytes, int channels);

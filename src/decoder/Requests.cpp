@@ -2,6 +2,7 @@
 
 #include "decoder/Damage.h"
 #include "decoder/Photo.h"
+#include "decoder/Profiles.h"
 #include "decoder/Rendition.h"
 #include "decoder/Rows.h"
 #include "decoder/Strips.h"
@@ -120,6 +121,16 @@ void proof(int socket, const Request& request, std::span<const Descriptor> descr
     send(socket, answer, {&fd, 1});
 }
 
+void profile(int socket, std::span<const Descriptor> descriptors) {
+    const PageSpace space = pageSpace(mapped(descriptors[0]).view);
+    Answer answer;
+    answer.kind = Kind::profile;
+    answer.done = 1;
+    answer.channels = static_cast<std::uint32_t>(space.channels);
+    answer.isDestination = space.isDestination ? 1 : 0;
+    send(socket, answer);
+}
+
 // False where it went wrong after the answer had gone out.
 bool rows(int socket, const Request& request, std::span<const Descriptor> descriptors) {
     const SharedBytes bytes = mapped(descriptors[0]);
@@ -168,6 +179,7 @@ bool rows(int socket, const Request& request, std::span<const Descriptor> descri
 std::size_t descriptorsOf(const Request& request) {
     switch (request.kind) {
     case Kind::load:
+    case Kind::profile:
         return 1;
     case Kind::proof:
         return 2;
@@ -194,6 +206,10 @@ bool serve(int socket, const Request& request, std::vector<Descriptor> descripto
         }
         if (isWhole && hasEdge && request.kind == Kind::proof) {
             proof(socket, request, descriptors);
+            return true;
+        }
+        if (isWhole && request.kind == Kind::profile) {
+            profile(socket, descriptors);
             return true;
         }
     } catch (const std::exception&) {

@@ -29,7 +29,7 @@ int main(int, char** argv) {
         auto descriptors = receivePacket(control, std::as_writable_bytes(std::span(&request, 1)));
         if (!descriptors)
             ::_exit(EXIT_SUCCESS); // not needed any more
-        if (request.kind == protocol::Kind::load)
+        if (request.kind == protocol::Kind::load || request.kind == protocol::Kind::profile)
             ::alarm(decoder::loadSeconds);
         const bool served = decoder::serve(control, request, std::move(*descriptors));
         // Without tidying up: the system does it at once.

@@ -37,7 +37,7 @@ void fillMarginBands(PdfContext& context, SizePoints page, const Margins& margin
 
 } // namespace
 
-std::shared_ptr<const ColorSpace> PrintManager::chosenColorSpace() const {
+std::optional<std::shared_ptr<const ColorSpace>> PrintManager::chosenColorSpace() const {
     const ICCProfile profile = selectedICCProfile();
     if (!profile.path)
         return nullptr;
@@ -45,11 +45,13 @@ std::shared_ptr<const ColorSpace> PrintManager::chosenColorSpace() const {
     if (!contents)
         return nullptr;
     const auto bytes = std::as_bytes(std::span(*contents));
-    // Building one takes up to 40 ms.
-    if (!m_chosenColorSpace || !std::ranges::equal(bytes, m_chosenColorSpace->profile.view))
-        m_chosenColorSpace =
-            m_platform.colorSpaceFromProfile(sharedBytes(Bytes(bytes.begin(), bytes.end())));
-    return m_chosenColorSpace;
+    // Building one takes a process up to 40 ms.
+    if (m_chosenColorSpace && std::ranges::equal(bytes, m_chosenColorSpace->profile.view))
+        return m_chosenColorSpace;
+    const auto space =
+        m_platform.colorSpaceFromProfile(sharedBytes(Bytes(bytes.begin(), bytes.end())));
+    m_chosenColorSpace = space.value_or(nullptr);
+    return space;
 }
 
 bool PrintManager::renderPage(const std::string& path) const {
@@ -66,9 +68,12 @@ bool PrintManager::renderPage(const std::string& path) const {
 
     const RectPoints printable =
         borderless ? RectPoints{0, 0, page.width, page.height} : printableRect(page, marginPoints);
-    if (const auto space = chosenColorSpace()) {
+    const auto space = chosenColorSpace();
+    if (!space)
+        return false; // the profile may be a good one, and a sheet without it a wrong one
+    if (*space) {
         context->setRenderingIntent(renderingIntent);
-        context->setFillColorSpace(space);
+        context->setFillColorSpace(*space);
     }
 
     // Margins that leave nothing of the sheet leave no place for the photo.

@@ -15,7 +15,8 @@ PrintManager::PrintManager(const Platform& platform)
           platform.dispatcher,
           [this] {
               const bool proofed = selectedICCProfile().path.has_value();
-              return SoftProof::Wanted{image, proofed, proofed ? chosenColorSpace() : nullptr,
+              return SoftProof::Wanted{image, proofed,
+                                       proofed ? chosenColorSpace().value_or(nullptr) : nullptr,
                                        renderingIntent};
           },
           [this] { announceChange(); })) {

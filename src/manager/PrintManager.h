@@ -131,8 +131,8 @@ public:
 
 private:
     /// The colour space of the chosen profile; null for printer managed, an unreadable file, or
-    /// one that is no profile.
-    [[nodiscard]] std::shared_ptr<const ColorSpace> chosenColorSpace() const;
+    /// one that is no profile. Nothing where that could not be found out.
+    [[nodiscard]] std::optional<std::shared_ptr<const ColorSpace>> chosenColorSpace() const;
     /// Renders the page into `path`. False when the document could not be made: no file then.
     [[nodiscard]] bool renderPage(const std::string& path) const;
     void print(const std::string& command, const std::string& path);

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace lumivert {
@@ -27,8 +28,10 @@ struct Platform {
     /// read, is no photo, or has no pixels.
     std::function<std::shared_ptr<const Image>(const FileUrl& url)> decodeImage;
     /// Null where the bytes are no ICC profile, or one that a page cannot draw in: a device link, a
-    /// named colour or abstract profile, or one of 2 or more than 4 channels.
-    std::function<std::shared_ptr<const ColorSpace>(SharedBytes bytes)> colorSpaceFromProfile;
+    /// named colour or abstract profile, or one of 2 or more than 4 channels. Nothing where the
+    /// system did not let that be found out.
+    std::function<std::optional<std::shared_ptr<const ColorSpace>>(SharedBytes bytes)>
+        colorSpaceFromProfile;
     /// Creates the file at `path`, readable by the user alone; null when it cannot be.
     std::function<std::unique_ptr<PdfContext>(const std::string& path)> createPdf;
     Dispatcher& dispatcher;

@@ -1,7 +1,6 @@
 #include "colour/PaperChain.h"
 
 #include "platform/Platform.h"
-#include "platform/lcms/LcmsColorSpace.h"
 #include "platform/pdf/PdfPageContext.h"
 #include "platform/posix/PosixFunctions.h"
 
@@ -14,11 +13,12 @@ PaperChain::PaperChain()
     addQueue("rgb", "RGB");
     addQueue("grey", "Gray");
     addQueue("inks", "CMYK");
-    m_manager = std::make_unique<PrintManager>(Platform{
-        m_processes, m_files, m_preferences,
-        [this](const FileUrl& url) { return m_images.decode(url); }, colorSpaceFromIccProfile,
-        createPdfFile, m_dispatcher, [this](const std::string& path) { m_page = path; }, randomUuid,
-        [](const std::string&) {}});
+    m_manager = std::make_unique<PrintManager>(
+        Platform{m_processes, m_files, m_preferences,
+                 [this](const FileUrl& url) { return m_images.decode(url); },
+                 [this](SharedBytes profile) { return m_images.colorSpace(std::move(profile)); },
+                 createPdfFile, m_dispatcher, [this](const std::string& path) { m_page = path; },
+                 randomUuid, [](const std::string&) {}});
 }
 
 PaperChain& PaperChain::shared() {

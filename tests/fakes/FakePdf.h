@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -97,8 +98,8 @@ public:
 };
 
 /// Takes bytes that begin with "profile" for an RGB destination, "grey profile" for a grey one and
-/// "input profile" for one that is no destination.
-inline std::shared_ptr<const ColorSpace> fakeColorSpace(SharedBytes bytes) {
+/// "input profile" for one that is no destination; of "lost profile" nothing can be found out.
+inline std::optional<std::shared_ptr<const ColorSpace>> fakeColorSpace(SharedBytes bytes) {
     const std::string_view text(reinterpret_cast<const char*>(bytes.view.data()),
                                 bytes.view.size());
     if (text.starts_with("profile"))
@@ -107,6 +108,8 @@ inline std::shared_ptr<const ColorSpace> fakeColorSpace(SharedBytes bytes) {
         return std::make_shared<ColorSpace>(ColorSpace{bytes, 1, true});
     if (text.starts_with("input profile"))
         return std::make_shared<ColorSpace>(ColorSpace{bytes, 3, false});
+    if (text.starts_with("lost profile"))
+        return std::nullopt;
     return nullptr;
 }
 

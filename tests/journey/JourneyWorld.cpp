@@ -1,6 +1,5 @@
 #include "journey/JourneyWorld.h"
 
-#include "platform/lcms/LcmsColorSpace.h"
 #include "platform/pdf/PdfPageContext.h"
 #include "platform/posix/PosixFunctions.h"
 #include "platform/qt/DesktopFiles.h"
@@ -17,7 +16,7 @@ Platform JourneyWorld::platform() {
             files,
             preferences,
             [this](const FileUrl& url) { return images.decode(url); },
-            colorSpaceFromIccProfile,
+            [this](SharedBytes profile) { return images.colorSpace(std::move(profile)); },
             createPdfFile,
             dispatcher,
             [this](const std::string& path) { opened.push_back(path); },

@@ -102,16 +102,17 @@ TEST(FakePdf, writesDownWhatIsDrawnAndWhenItIsReleased) {
     EXPECT_EQ(factory.create("/c.pdf"), nullptr);
 }
 
-TEST(FakeColorSpaces, knowFourKindsOfBytes) {
+TEST(FakeColorSpaces, knowFiveKindsOfBytes) {
     const auto spaceOf = [&](std::string_view text) {
         const auto bytes = std::as_bytes(std::span(text));
         return fakes::fakeColorSpace(sharedBytes(Bytes(bytes.begin(), bytes.end())));
     };
-    EXPECT_EQ(spaceOf("profile x")->channels, 3);
-    EXPECT_TRUE(spaceOf("profile x")->isDestination);
-    EXPECT_EQ(spaceOf("grey profile")->channels, 1);
-    EXPECT_FALSE(spaceOf("input profile")->isDestination);
-    EXPECT_EQ(spaceOf("other"), nullptr);
+    EXPECT_EQ(spaceOf("profile x").value()->channels, 3);
+    EXPECT_TRUE(spaceOf("profile x").value()->isDestination);
+    EXPECT_EQ(spaceOf("grey profile").value()->channels, 1);
+    EXPECT_FALSE(spaceOf("input profile").value()->isDestination);
+    EXPECT_EQ(spaceOf("other").value(), nullptr);
+    EXPECT_FALSE(spaceOf("lost profile"));
 }
 
 TEST(FakePreferences, keepTheirValuesByKey) {

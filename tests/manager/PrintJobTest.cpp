@@ -211,6 +211,16 @@ TEST_F(PrintJob, reportsAPageThatCannotBeFinishedAndSendsNothing) {
     EXPECT_TRUE(world.dispatcher.inBackground.empty());
 }
 
+TEST_F(PrintJob, sendsNoSheetWithoutAProfileThatMayBeAGoodOne) {
+    m().availableICCProfiles = {{"/p.icc", "p", "/p.icc", true}};
+    m().selectedICCProfileID = "/p.icc";
+    world.files.files["/p.icc"] = "lost profile";
+    m().sendToCUPS(false);
+    EXPECT_EQ(m().lastPrintError.get(), "Could not create PDF context");
+    EXPECT_TRUE(world.pdf.documents.back()->released) << "which removes the file";
+    EXPECT_TRUE(world.processes.commands.empty());
+}
+
 TEST_F(PrintJob, reportsAShellThatCannotBeStarted) {
     world.processes.launchFailure = "No such file or directory";
     m().sendToCUPS(false);

@@ -23,10 +23,11 @@ protected:
         world.files.files["/a.icc"] = "profile a";
         world.files.files["/b.icc"] = "profile b";
         world.files.files["/input.icc"] = "input profile";
+        world.files.files["/lost.icc"] = "lost profile";
         world.files.files["/broken.icc"] = "no such thing";
         manager.emplace(world.platform);
         std::vector<ICCProfile> profiles{printerManagedProfile()};
-        for (const char* path : {"/a.icc", "/b.icc", "/input.icc", "/broken.icc", "/missing.icc"})
+        for (const char* path : {"/a.icc", "/b.icc", "/input.icc", "/lost.icc", "/broken.icc", "/missing.icc"})
             profiles.push_back({path, path, path, true});
         m().availableICCProfiles = profiles;
         m().image = photo;
@@ -267,7 +268,7 @@ TEST_F(PreviewRendition, goesPlainWhenNoProofCanBeMade) {
 TEST_F(PreviewRendition, isPlainWithAProfileThatIsNoDestination) {
     choose("/a.icc");
     finish(0, proofOf(10));
-    for (const char* profile : {"/input.icc", "/broken.icc", "/missing.icc"}) {
+    for (const char* profile : {"/input.icc", "/lost.icc", "/broken.icc", "/missing.icc"}) {
         choose(profile);
         EXPECT_TRUE(isPlain(photo)) << profile;
         EXPECT_EQ(m().previewProofState(), ProofState::failed) << profile;

@@ -1,6 +1,7 @@
 #include "platform/decoder/DecoderClient.h"
 
 #include "model/FileUrl.h"
+#include "platform/IccHeader.h"
 #include "platform/decoder/DecoderImage.h"
 #include "platform/system/SealedMemory.h"
 
@@ -30,6 +31,30 @@ std::shared_ptr<const Image> DecoderClient::decode(const FileUrl& url) try {
                               std::clamp(wanted, 1, protocol::maximumScreenEdge));
 } catch (const std::bad_alloc&) {
     return nullptr;
+}
+
+std::optional<std::shared_ptr<const ColorSpace>> DecoderClient::colorSpace(SharedBytes profile) {
+    const auto header = iccHeader(profile.view);
+    if (!header || profile.view.size() > protocol::maximumProfileBytes)
+        return nullptr;
+    const auto memory = sealedCopyOf(profile.view);
+    auto process = memory ? m_service->pool().take() : nullptr;
+    if (!process)
+        return std::nullopt;
+    protocol::Request request;
+    request.kind = protocol::Kind::profile;
+    const int fd = memory->get();
+    const auto reply = process->ask(request, {&fd, 1}, m_service->options().answerTimeout);
+    process.reset();
+    m_service->pool().prepareSpare();
+    if (!reply)
+        return std::nullopt;
+    if (reply->answer.channels == 0)
+        return nullptr;
+    if (reply->answer.channels != static_cast<std::uint32_t>(header->channels()))
+        return std::nullopt;
+    return std::make_shared<const ColorSpace>(
+        ColorSpace{std::move(profile), header->channels(), reply->answer.isDestination == 1});
 }
 
 } // namespace lumivert

@@ -24,6 +24,10 @@ public:
     /// read, is no photo, or has no pixels.
     [[nodiscard]] std::shared_ptr<const Image> decode(const FileUrl& url);
 
+    /// What a page can do with an ICC profile, of which only the header is read in this process.
+    /// Null where it cannot be drawn in; nothing where no decoder said so.
+    [[nodiscard]] std::optional<std::shared_ptr<const ColorSpace>> colorSpace(SharedBytes profile);
+
 private:
     std::shared_ptr<DecoderService> m_service;
 };

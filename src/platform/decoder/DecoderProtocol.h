@@ -18,18 +18,20 @@
 ///   load   the photo
 ///   rows   the photo, the pipe's end to write rows to, and, with `hasTarget`, the target's profile
 ///   proof  the photo, the target's profile
+///   profile  the profile
 /// Photo and profile are sealed memory files: read by position or mapped, their offset is shared.
 ///
 /// Descriptors of an answer:
 ///   load   a memory file: the rendition's pixels, then `profileSize` bytes of ICC profile
 ///   proof  a memory file: the rendition's pixels
+///   profile  none
 ///   rows   none; the rows follow in the pipe, without padding, 16-bit samples big-endian
 /// A memory file that answers is sealed against writing, growing and shrinking and exactly as long
 /// as the header says. Pixels are 32-bit words 0xffRRGGBB in the machine's byte order.
 namespace lumivert::protocol {
 
 inline constexpr std::uint32_t magic = 0x4c564431;
-inline constexpr std::uint32_t version = 1;
+inline constexpr std::uint32_t version = 2;
 inline constexpr int controlDescriptor = 3;
 inline constexpr int pipeBytes = 1 << 20;
 
@@ -49,7 +51,7 @@ inline constexpr double maximumDensity = 100'000;
     return density >= minimumDensity && density <= maximumDensity;
 }
 
-enum class Kind : std::uint32_t { load = 1, rows = 2, proof = 3 };
+enum class Kind : std::uint32_t { load = 1, rows = 2, proof = 3, profile = 4 };
 
 struct Request {
     std::uint32_t magic = protocol::magic;
@@ -74,13 +76,13 @@ struct Answer {
     std::uint32_t magic = protocol::magic;
     std::uint32_t version = protocol::version;
     Kind kind = Kind::load;
-    /// 1: the rest holds. 0: the photo could not be decoded.
+    /// 1: the rest holds. 0: what was asked for cannot be had.
     std::uint32_t done = 0;
 
     /// load: the whole photo, upright. rows: what follows in the pipe.
     std::int32_t width = 0;
     std::int32_t height = 0;
-    /// 1 grey, 3 RGB, 4 CMYK.
+    /// 1 grey, 3 RGB, 4 CMYK. profile: those of its colour space, 0 where a page cannot draw in it.
     std::uint32_t channels = 0;
     /// 8 or 16.
     std::uint32_t bitsPerComponent = 0;
@@ -105,7 +107,8 @@ struct Answer {
     /// load, proof: the rendition, upright.
     std::int32_t renditionWidth = 0;
     std::int32_t renditionHeight = 0;
-    std::uint32_t reserved = 0;
+    /// profile: 1 where colours can be converted into it.
+    std::uint32_t isDestination = 0;
 };
 
 static_assert(std::is_trivially_copyable_v<Request> && std::is_standard_layout_v<Request>);

@@ -1,5 +1,6 @@
 #include "platform/pdf/ImageXObject.h"
 
+#include "platform/IccHeader.h"
 #include "platform/pdf/RowDeflater.h"
 
 #include <string_view>
@@ -21,14 +22,6 @@ std::string_view deviceSpace(int channels) {
     default:
         return {};
     }
-}
-
-// The data colour space that the header names (ICC.1, 7.2.6); empty for what is no profile.
-std::string_view profileSpace(const SharedBytes& profile) {
-    if (profile.view.size() < 128)
-        return {};
-    const std::string_view header(reinterpret_cast<const char*>(profile.view.data()), 128);
-    return header.substr(36, 4) == "acsp" ? header.substr(16, 4) : std::string_view{};
 }
 
 std::string colorSpaceEntry(PdfFile& file, const SharedBytes& profile, int channels) {
@@ -54,17 +47,15 @@ bool isWritable(const RowFormat& format) {
 } // namespace
 
 std::string writeIccBasedSpace(PdfFile& file, const SharedBytes& profile, int channels) {
-    const std::string_view space = profileSpace(profile);
-    std::string entries = "/N " + std::to_string(channels);
-    if ((space == "GRAY" && channels == 1) || (space == "RGB " && channels == 3) ||
-        (space == "CMYK" && channels == 4))
-        entries += " /Alternate " + std::string(deviceSpace(channels));
-    else if (space == "Lab " && channels == 3)
-        entries += " /Range [0 100 -128 127 -128 127]";
-    else
+    const auto header = iccHeader(profile.view);
+    if (!header || header->channels() == 0 || header->channels() != channels)
         return {};
     const int stream = file.newObject();
-    file.writeStream(stream, entries, profile.view);
+    file.writeStream(stream,
+                     "/N " + std::to_string(channels) +
+                         (header->isLab() ? " /Range [0 100 -128 127 -128 127]"
+                                          : " /Alternate " + std::string(deviceSpace(channels))),
+                     profile.view);
     return "[/ICCBased " + pdfReference(stream) + "]";
 }
 

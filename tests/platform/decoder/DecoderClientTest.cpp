@@ -243,6 +243,23 @@ TEST_F(Decoding, convertsRowsIntoTheTarget) {
     EXPECT_FALSE(image->bitmap()->rows(target({}, 3)));
 }
 
+TEST_F(Decoding, tellsWhatAPageCanDoWithAProfile) {
+    const SharedBytes bytes = sharedBytes(decoder::adobeRgbBytes());
+    const auto space = m_client.colorSpace(bytes);
+    ASSERT_TRUE(space && *space);
+    EXPECT_EQ((*space)->profile.view.data(), bytes.view.data());
+    EXPECT_EQ((*space)->channels, 3);
+    EXPECT_TRUE((*space)->isDestination);
+    // A header alone, and none.
+    Bytes cut(bytes.view.begin(), bytes.view.begin() + 128);
+    EXPECT_EQ(m_client.colorSpace(sharedBytes(cut)), nullptr);
+    EXPECT_EQ(m_client.colorSpace(sharedBytes(Bytes(128))), nullptr);
+    EXPECT_EQ(m_client.colorSpace({}), nullptr);
+    Bytes vast = decoder::adobeRgbBytes();
+    vast.resize((std::size_t{64} << 20) + 1);
+    EXPECT_EQ(m_client.colorSpace(sharedBytes(vast)), nullptr);
+}
+
 TEST_F(Decoding, proofsInTheBackground) {
     const auto image = decode(saved(plain8({64, 32}, {0, 0, 255}), ".png"));
     ASSERT_TRUE(image);

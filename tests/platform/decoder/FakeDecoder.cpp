@@ -163,6 +163,22 @@ void answerRows(const std::string& word, int pipe) {
         hang();
 }
 
+// The word stands at the front of the profile, which goes on as an RGB one.
+void answerProfile(const std::string& word) {
+    Answer answer;
+    answer.kind = Kind::profile;
+    answer.done = word == "refused" ? 0 : 1;
+    answer.channels = word == "none" ? 0 : word == "inks" ? 4 : word == "vast" ? ~0U : 3;
+    answer.isDestination = word == "maybe" ? 2 : 1;
+    if (word == "crash")
+        crash();
+    if (word == "hang")
+        hang();
+    if (word == "garbage")
+        return sendText("I am no answer");
+    send(answer, {});
+}
+
 } // namespace
 
 int main() {
@@ -179,6 +195,8 @@ int main() {
     const std::string word = text.data();
     if (request.kind == Kind::load)
         answerLoad(word);
+    else if (request.kind == Kind::profile)
+        answerProfile(word);
     else if (request.kind == Kind::rows)
         answerRows(word, descriptors->at(1).get());
     else if (word == "proofhang")

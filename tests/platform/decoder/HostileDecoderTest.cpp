@@ -88,6 +88,29 @@ TEST(HangingDecoder, isNotWaitedForForever) {
     EXPECT_LT(waited, patience);
 }
 
+SharedBytes profileOf(const std::string& word) {
+    std::string bytes = word + std::string(200 - word.size(), '\0');
+    bytes.replace(12, 8, "mntrRGB ");
+    bytes.replace(36, 4, "acsp");
+    const auto view = std::as_bytes(std::span(bytes));
+    return sharedBytes(Bytes(view.begin(), view.end()));
+}
+
+TEST_F(HostileDecoder, isBelievedOfAProfileOnlyWhatItsHeaderBears) {
+    const auto good = m_client.colorSpace(profileOf("good"));
+    ASSERT_TRUE(good && *good);
+    EXPECT_EQ((*good)->channels, 3);
+    EXPECT_TRUE((*good)->isDestination);
+    EXPECT_EQ(m_client.colorSpace(profileOf("none")), nullptr);
+    EXPECT_FALSE(m_client.colorSpace(profileOf("maybe")).value()->isDestination);
+    for (const char* word : {"inks", "vast", "refused", "crash", "garbage"})
+        EXPECT_EQ(m_client.colorSpace(profileOf(word)), std::nullopt) << word;
+}
+
+TEST_F(HangingDecoder, isNotWaitedForForeverOverAProfile) {
+    EXPECT_EQ(m_client.colorSpace(profileOf("hang")), std::nullopt);
+}
+
 TEST_F(HostileDecoder, cannotPassOffAnythingAsAJpegStream) {
     for (const char* word : {"jpeg", "jpegturn", "jpegsize"}) {
         const auto image = decode(word);
@@ -226,6 +249,7 @@ TEST(DecoderPool, decodesNothingWithoutItsProgram) {
     DecoderClient client(without);
     client.prepareSpare();
     EXPECT_FALSE(client.decode(FileUrl::fromPath(folder.write("photo", "good"))));
+    EXPECT_EQ(client.colorSpace(profileOf("good")), std::nullopt) << "not: no profile";
 }
 
 TEST(DecoderPool, leavesNoProcessBehind) {

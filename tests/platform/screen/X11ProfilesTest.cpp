@@ -1,7 +1,7 @@
 #include "X11Root.h"
-#include "platform/lcms/LcmsScreenConversion.h"
-#include "platform/lcms/TestProfiles.h"
 #include "platform/screen/DesktopScreenColors.h"
+#include "platform/screen/LcmsScreenConversion.h"
+#include "platform/screen/TestProfiles.h"
 
 #include <QGuiApplication>
 #include <QScreen>

@@ -1,4 +1,4 @@
-#include "platform/lcms/TestProfiles.h"
+#include "platform/screen/TestProfiles.h"
 
 #include <lcms2.h>
 

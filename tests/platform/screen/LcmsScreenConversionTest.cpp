@@ -1,6 +1,6 @@
-#include "platform/lcms/LcmsScreenConversion.h"
+#include "platform/screen/LcmsScreenConversion.h"
 
-#include "platform/lcms/TestProfiles.h"
+#include "platform/screen/TestProfiles.h"
 
 #include <gtest/gtest.h>
 #include <lcms2.h>

@@ -1,13 +1,23 @@
-#include "platform/lcms/LcmsScreenConversion.h"
+#include "platform/screen/LcmsScreenConversion.h"
 
-#include "platform/lcms/LcmsHandles.h"
+#include <lcms2.h>
 
 #include <bit>
 #include <limits>
+#include <type_traits>
 #include <utility>
 
 namespace lumivert {
 namespace {
+
+template <class Handle, auto close>
+struct Closer {
+    void operator()(Handle handle) const { close(handle); }
+};
+using Context =
+    std::unique_ptr<std::remove_pointer_t<cmsContext>, Closer<cmsContext, &cmsDeleteContext>>;
+using Profile = std::unique_ptr<void, Closer<cmsHPROFILE, &cmsCloseProfile>>;
+using Transform = std::unique_ptr<void, Closer<cmsHTRANSFORM, &cmsDeleteTransform>>;
 
 // 0xffRRGGBB in the machine's byte order.
 constexpr cmsUInt32Number words =
@@ -15,7 +25,7 @@ constexpr cmsUInt32Number words =
 
 class LcmsScreenConversion : public ScreenConversion {
 public:
-    LcmsScreenConversion(lcms::Context context, lcms::Transform transform)
+    LcmsScreenConversion(Context context, Transform transform)
         : m_context(std::move(context))
         , m_transform(std::move(transform)) {}
 
@@ -25,27 +35,28 @@ public:
     }
 
 private:
-    lcms::Context m_context;
-    lcms::Transform m_transform;
+    Context m_context;
+    Transform m_transform;
 };
 
 } // namespace
 
 std::shared_ptr<const ScreenConversion> lcmsScreenConversion(std::span<const std::byte> profile) {
-    lcms::Context context = lcms::silentContext();
+    // Of its own: what the library says of a damaged profile goes nowhere.
+    Context context(cmsCreateContext(nullptr, nullptr));
     if (!context || profile.size() > std::numeric_limits<cmsUInt32Number>::max())
         return nullptr;
-    const lcms::Profile screen(cmsOpenProfileFromMemTHR(
-        context.get(), profile.data(), static_cast<cmsUInt32Number>(profile.size())));
-    const lcms::Profile photo(cmsCreate_sRGBProfileTHR(context.get()));
+    const Profile screen(cmsOpenProfileFromMemTHR(context.get(), profile.data(),
+                                                  static_cast<cmsUInt32Number>(profile.size())));
+    const Profile photo(cmsCreate_sRGBProfileTHR(context.get()));
     if (!screen || !photo || cmsGetColorSpace(screen.get()) != cmsSigRgbData ||
         cmsGetDeviceClass(screen.get()) == cmsSigLinkClass)
         return nullptr;
     // No cache of the last pixel: with it a transform belongs to one thread. The fourth byte stays
     // as it is, converted in place.
-    lcms::Transform transform(cmsCreateTransformTHR(
-        context.get(), photo.get(), words, screen.get(), words, INTENT_RELATIVE_COLORIMETRIC,
-        cmsFLAGS_BLACKPOINTCOMPENSATION | cmsFLAGS_NOCACHE));
+    Transform transform(cmsCreateTransformTHR(context.get(), photo.get(), words, screen.get(),
+                                              words, INTENT_RELATIVE_COLORIMETRIC,
+                                              cmsFLAGS_BLACKPOINTCOMPENSATION | cmsFLAGS_NOCACHE));
     if (!transform)
         return nullptr;
     return std::make_shared<LcmsScreenConversion>(std::move(context), std::move(transform));
