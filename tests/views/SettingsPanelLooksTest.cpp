@@ -203,6 +203,39 @@ TEST_F(LooksTest, standsThePresetsTextInLineWithTheOtherItems) {
     EXPECT_EQ(place(button("Delete l")).right(), line.right());
 }
 
+TEST_F(LooksTest, keepsNothingOfAFormerFontPaletteOrStyle) {
+    load({600, 400});
+    pm->savePreset("One");
+    pm->lastPrintError = "Print failed";
+    pm->borderless = true;
+    pm->selectedPaperSizeID = "gone";
+    const auto painted = [](SettingsPanel& any) {
+        // A text that wraps hears of its width after what holds it.
+        for (int round = 0; round < 4; ++round) {
+            QApplication::processEvents();
+            any.widget()->resize(any.widget()->sizeHint());
+        }
+        return any.widget()->grab().toImage();
+    };
+    for (const bool borderless : {true, false}) {
+        pm->borderless = borderless;
+        showImageSize();
+        const QImage before = painted(*panel);
+        for (const char* style : {"Fusion", "Windows"}) {
+            QApplication::setStyle(style);
+            const WithPalette dark(darkPalette());
+            const WithFontSize large(12);
+            SettingsPanel another(*pm);
+            another.resize(panel->size());
+            another.show();
+            EXPECT_EQ(painted(*panel), painted(another)) << style;
+            EXPECT_NE(painted(*panel), before) << style;
+        }
+        QApplication::setStyle("Fusion");
+        EXPECT_EQ(painted(*panel), before) << "as it was at first";
+    }
+}
+
 TEST_F(LooksTest, hasItsItemsFromTopToBottom) {
     load({600, 400});
     showImageSize();

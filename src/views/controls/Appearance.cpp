@@ -1,9 +1,12 @@
 #include "views/controls/Appearance.h"
 
+#include "platform/Observable.h"
+
 #include <QApplication>
 #include <QEvent>
 #include <QFontDatabase>
 #include <QPalette>
+#include <QPointer>
 #include <QWidget>
 
 #include <algorithm>
@@ -35,43 +38,62 @@ QColor mixed(const QColor& from, const QColor& to, double share) {
 // contrast on that as well.
 constexpr double groupTint = 1.12;
 
+/// Tells of a new font or palette of the application when all of its widgets have heard of it.
+class AppearanceNews : public QObject {
+public:
+    static AppearanceNews& ofApplication() {
+        static QPointer<AppearanceNews> news;
+        if (!news)
+            qApp->installEventFilter(news = new AppearanceNews(qApp));
+        return *news;
+    }
+
+    Signal<> changed;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (watched == qApp && (event->type() == QEvent::ApplicationFontChange ||
+                                event->type() == QEvent::ApplicationPaletteChange))
+            QMetaObject::invokeMethod(
+                this, [this] { changed.fire(); }, Qt::QueuedConnection);
+        return false;
+    }
+
+private:
+    using QObject::QObject;
+};
+
 class AppearanceWatcher : public QObject {
 public:
     AppearanceWatcher(QWidget* widget, std::function<void()> apply)
         : QObject(widget)
-        , m_apply(std::move(apply)) {
+        , m_apply(std::move(apply))
+        , m_subscription(AppearanceNews::ofApplication().changed.subscribe([this] { run(); })) {
         widget->installEventFilter(this);
         run();
     }
 
 protected:
-    bool eventFilter(QObject* watched, QEvent* event) override {
-        switch (event->type()) {
-        case QEvent::ApplicationFontChange:
-        case QEvent::ApplicationPaletteChange:
-        case QEvent::FontChange: // passed down by a parent
-        case QEvent::PaletteChange:
-        case QEvent::StyleChange:
+    bool eventFilter(QObject*, QEvent* event) override {
+        // Of the widget's own, or passed down by a parent.
+        if (event->type() == QEvent::FontChange || event->type() == QEvent::PaletteChange ||
+            event->type() == QEvent::StyleChange)
             run();
-            break;
-        default:
-            break;
-        }
-        return QObject::eventFilter(watched, event);
+        return false;
     }
 
 private:
     // What is applied changes the widget's own palette, which comes back here.
     void run() {
-        if (m_running)
+        if (std::exchange(m_running, true))
             return;
-        m_running = true;
         m_apply();
         m_running = false;
     }
 
     std::function<void()> m_apply;
     bool m_running = false;
+    Subscription m_subscription;
 };
 
 } // namespace

@@ -249,8 +249,9 @@ void alignPickerLabels(QWidget* root) {
     whenAppearanceChanges(root, [root] {
         const auto labels = root->findChildren<QLabel*>(pickerLabelName);
         int width = 0;
+        // Not the hint, which is no smaller than the width that is set here.
         for (const QLabel* label : labels)
-            width = std::max(width, label->sizeHint().width());
+            width = std::max(width, label->fontMetrics().horizontalAdvance(label->text()));
         for (QLabel* label : labels)
             label->setFixedWidth(width);
     });
