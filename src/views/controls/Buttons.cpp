@@ -16,8 +16,10 @@ ActionButton::ActionButton(const QString& title, std::optional<Icon> icon, Butto
     : QPushButton(title)
     , m_size(size)
     , m_prominent(prominent) {
-    if (icon)
+    if (icon) {
         setIcon(lineIcon(*icon, prominent ? IconTint::onAccent : IconTint::buttonText));
+        setIconSize(iconSize() + QSize(4, 0)); // of which the text stays clear
+    }
     if (size == ButtonSize::small)
         setTextStyle(this, TextSize::callout, Tone::primary);
 }
@@ -31,10 +33,10 @@ QSize ActionButton::sizeHint() const {
 
 void ActionButton::paintEvent(QPaintEvent*) {
     QStylePainter painter(this);
+    QStyleOptionButton option;
+    initStyleOption(&option);
+    option.state &= ~QStyle::State_HasFocus; // the window draws a ring
     if (!m_prominent || !isEnabled()) {
-        QStyleOptionButton option;
-        initStyleOption(&option);
-        option.state &= ~QStyle::State_HasFocus; // the window draws a ring
         painter.drawControl(QStyle::CE_PushButton, option);
         return;
     }
@@ -42,17 +44,9 @@ void ActionButton::paintEvent(QPaintEvent*) {
     painter.setPen(Qt::NoPen);
     painter.setBrush(accentFill(palette(), isDown()));
     painter.drawRoundedRect(rect(), controlRadius, controlRadius);
-
-    constexpr int gap = 6;
-    const int iconWidth = icon().isNull() ? 0 : iconSize().width() + gap;
-    const int width = iconWidth + fontMetrics().horizontalAdvance(text());
-    const QRect label((this->width() - width) / 2, 0, width, height());
-    const QRect mark(label.topLeft(), QSize(iconSize().width(), height()));
-    icon().paint(&painter, QStyle::visualRect(layoutDirection(), rect(), mark));
-    painter.setPen(palette().color(QPalette::Active, QPalette::HighlightedText));
-    painter.drawText(
-        QStyle::visualRect(layoutDirection(), rect(), label.adjusted(iconWidth, 0, 0, 0)),
-        Qt::AlignCenter | Qt::TextSingleLine, text());
+    option.palette.setColor(QPalette::ButtonText,
+                            palette().color(QPalette::Active, QPalette::HighlightedText));
+    painter.drawControl(QStyle::CE_PushButtonLabel, option);
 }
 
 void CheckBox::paintEvent(QPaintEvent*) {

@@ -77,17 +77,9 @@ Picker::Picker(std::function<std::vector<PickerItem>()> items, Binding<std::stri
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     ignoreWheelInPassing(this);
     setMaxVisibleItems(20);
+    setSizeAdjustPolicy(AdjustToMinimumContentsLengthWithIcon); // whatever the names
+    setMinimumContentsLength(6);
     connect(this, &QComboBox::activated, this, &Picker::choose);
-}
-
-QSize Picker::sizeHint() const {
-    constexpr int leastCharacters = 6;
-    const QFontMetrics metrics = fontMetrics();
-    QStyleOptionComboBox option;
-    initStyleOption(&option);
-    return style()->sizeFromContents(
-        QStyle::CT_ComboBox, &option,
-        {metrics.averageCharWidth() * leastCharacters, std::max(metrics.height(), 14) + 2}, this);
 }
 
 void Picker::refresh() {
@@ -160,10 +152,10 @@ SegmentedPicker::SegmentedPicker(const std::vector<PickerItem>& items,
     for (const PickerItem& item : items) {
         auto* segment = new Segment(item);
         row->addWidget(segment);
-        connect(segment, &QPushButton::clicked, this, [this, id = item.id] {
-            if (id != m_selection.get())
+        // Not clicked: assistive technology toggles.
+        connect(segment, &QPushButton::toggled, this, [this, id = item.id](bool isDown) {
+            if (isDown && id != m_selection.get())
                 m_selection.set(id);
-            refresh();
         });
     }
     whenAppearanceChanges(this, [this, row] {

@@ -32,11 +32,6 @@ public:
     /// Shows the items and the selection as they are now, without writing.
     void refresh();
 
-    /// The same whatever the names. (QComboBox's own measures every item, and its policies that
-    /// do not make its list at once, for 0.3 ms each.)
-    QSize sizeHint() const override;
-    QSize minimumSizeHint() const override { return sizeHint(); }
-
     void showPopup() override;
 
 protected:
