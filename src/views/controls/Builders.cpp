@@ -212,7 +212,8 @@ QWidget* toggle(const QString& label, Binding<bool> value) {
         const QSignalBlocker blocker(box);
         box->setChecked(get());
     });
-    QObject::connect(box, &QCheckBox::clicked, box, std::move(value.set));
+    // Not clicked: assistive technology toggles.
+    QObject::connect(box, &QCheckBox::toggled, box, std::move(value.set));
     return box;
 }
 

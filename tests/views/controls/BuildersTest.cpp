@@ -61,6 +61,10 @@ TEST_F(BuildersTest, toggleIsBoundBothWays) {
     box.click();
     EXPECT_FALSE(model.on);
     EXPECT_EQ(notifications.taken(), 1);
+    QAccessible::queryAccessibleInterface(&box)->actionInterface()->doAction(
+        QAccessibleActionInterface::toggleAction());
+    EXPECT_TRUE(model.on) << "by assistive technology";
+    EXPECT_EQ(notifications.taken(), 1);
 }
 
 TEST_F(BuildersTest, pickerOfRecordsIsBoundBothWays) {

@@ -205,6 +205,14 @@ TEST_F(SegmentedPickerTest, isARowOfRadioButtonsForAssistiveTechnology) {
     }
 }
 
+TEST_F(SegmentedPickerTest, isOperatedByAssistiveTechnology) {
+    QAccessible::queryAccessibleInterface(buttons[0])
+        ->actionInterface()
+        ->doAction(QAccessibleActionInterface::toggleAction());
+    EXPECT_EQ(model.selection.get(), "a");
+    EXPECT_EQ(notifications.taken(), 1);
+}
+
 TEST_F(SegmentedPickerTest, fillsTheChosenSegment) {
     picker.resize(200, picker.sizeHint().height());
     picker.show();
