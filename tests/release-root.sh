@@ -13,6 +13,7 @@ release=$1 root=$(realpath -m "$2")
 shift 2
 tree=$(cd "$(dirname "$0")/.." && pwd)
 [ "$(id -u)" = 0 ] || { echo "This needs root." >&2; exit 1; }
+mkdir -p "$(dirname "$root")"
 if [ ! -e "$root/etc/debian_version" ]; then
     command -v debootstrap >/dev/null || { echo "debootstrap is missing." >&2; exit 1; }
     debootstrap --variant=minbase --include=ca-certificates "$release" "$root" >"$root.log" 2>&1 ||

@@ -22,7 +22,7 @@ packages_test=(
   qpdf weston xvfb xauth locales dbus icc-profiles-free colord-data cups-ipp-utils)
 packages_bench=(argyll colord-data icc-profiles-free img2pdf libraw-bin libvips-tools)
 packages_package=(
-  debhelper dpkg-dev librsvg2-bin lintian desktop-file-utils appstream apt-utils gnupg)
+  build-essential debhelper dpkg-dev librsvg2-bin lintian desktop-file-utils appstream apt-utils gnupg)
 
 # Runs a command with root's rights; fails where there is no way to them.
 as_root() {
