@@ -106,9 +106,12 @@ TEST(PhotoFacts, takesTheOtherAxisWhereOneIsUnusable) {
 }
 
 TEST(PhotoFacts, readsPngPixelsPerMetre) {
-    const auto image =
-        plain8({4, 4}, {9}).copy(vips::VImage::option()->set("xres", 11.811)->set("yres", 5.9055));
-    const Density density = densityOf(saved(image, ".png"));
+    // Some versions of libvips write the same for both axes.
+    std::string png = saved(plain8({4, 4}, {9}), ".png");
+    const std::size_t at = png.find("pHYs");
+    ASSERT_NE(at, std::string::npos);
+    png.replace(at + 4, 8, std::string("\0\0\x2e\x23\0\0\x17\x12", 8)); // 11811 and 5906
+    const Density density = densityOf(png);
     EXPECT_NEAR(density.x, 300, 0.01);
     EXPECT_NEAR(density.y, 150, 0.02);
 }
