@@ -194,7 +194,7 @@ void leaveSurroundings() {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
 }
 
-void shutDoor(int socket) {
+void shutDoor(int socket, bool tells) {
     if (!hasDoor)
         return;
     // Libraries' complaints about odd files are for nobody to read.
@@ -202,7 +202,9 @@ void shutDoor(int socket) {
     const Descriptor nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
     ::dup2(nowhere.get(), STDERR_FILENO);
     const auto tellThatThereIsNo = [&](const char* wall) {
-        ::dprintf(standardError.get(), "lumivert-decoder: no %s here; going on without\n", wall);
+        if (tells)
+            ::dprintf(standardError.get(), "lumivert-decoder: no %s here; going on without\n",
+                      wall);
     };
     if (!forbidFiles())
         tellThatThereIsNo("Landlock");

@@ -15,8 +15,8 @@ void leaveSurroundings();
 /// opened (EACCES; Landlock, where the kernel has it, says the same), threads can be started, and
 /// any system call that decoding has no use for, such as starting a process or a connection, kills
 /// the process (seccomp). Messages go out at `socket` alone. Where the kernel lacks one of the two,
-/// standard error is told so; then it leads nowhere.
-void shutDoor(int socket);
+/// standard error is told so with `tells`; then it leads nowhere.
+void shutDoor(int socket, bool tells);
 
 /// Ends the process as soon as the other end of `socket` closes, whatever it is doing: a request
 /// that nobody waits for any more, or a program that was gone before its end could be told. A

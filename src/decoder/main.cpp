@@ -13,7 +13,7 @@
 
 using namespace lumivert;
 
-int main(int, char** argv) {
+int main(int argc, char** argv) {
     constexpr int control = protocol::controlDescriptor;
     try {
         // It is started by its descriptor, and would be called by that one's number.
@@ -23,7 +23,7 @@ int main(int, char** argv) {
         decoder::leaveSurroundings();
         decoder::prepareLibraries(argv[0]);
         decoder::limitResources();
-        decoder::shutDoor(control);
+        decoder::shutDoor(control, argc < 2 || !*argv[1]);
         decoder::endWithPeer(control);
         protocol::Request request;
         auto descriptors = receivePacket(control, std::as_writable_bytes(std::span(&request, 1)));

@@ -135,7 +135,7 @@ int main(int, char** arguments) {
         decoder::leaveSurroundings();
         decoder::prepareLibraries(arguments[0]);
         decoder::limitResources();
-        decoder::shutDoor(control);
+        decoder::shutDoor(control, true);
     }
     ::_exit(trial->second());
 }

@@ -24,7 +24,7 @@ std::unique_ptr<DecoderProcess> DecoderProcess::start(const DecoderProgram& prog
     static_assert(protocol::controlDescriptor == 3);
     auto child =
         nowhere ? ChildProcess::start({.path = program.path,
-                                       .arguments = {},
+                                       .arguments = {program.hasRun.exchange(true) ? "silent" : ""},
                                        .descriptors = {nowhere.get(), nowhere.get(), -1, its.get()},
                                        .executable = program.file.get()})
                 : std::nullopt;

@@ -4,6 +4,7 @@
 #include "platform/system/ChildProcess.h"
 #include "platform/system/Descriptor.h"
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <mutex>
@@ -21,6 +22,8 @@ struct DecoderProgram {
 
     std::string path;
     Descriptor file;
+    /// The first decoder tells on standard error which walls the system lacks.
+    mutable std::atomic<bool> hasRun = false;
 };
 
 /// One running decoder. Destroyed, it is ended and waited for, whatever it is doing. One thread.
