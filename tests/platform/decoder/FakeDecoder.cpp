@@ -10,6 +10,7 @@
 #include <cstring>
 #include <limits>
 #include <string>
+#include <string_view>
 #include <unistd.h>
 
 using namespace lumivert;
@@ -76,6 +77,12 @@ void answerLoad(const std::string& word) {
         answer.kind = Kind::proof;
     if (word == "refused")
         answer.done = 0;
+    if (word == "done")
+        answer.done = 2;
+    if (word == "dense")
+        answer.densityY = std::numeric_limits<double>::infinity();
+    if (word == "dark")
+        answer.rawWhite = -1;
     if (word == "zero")
         answer.width = 0;
     if (word == "negative")
@@ -146,8 +153,16 @@ void answerRows(const std::string& word, int pipe) {
         answer.channels = 4;
     if (word == "rowsbits")
         answer.bitsPerComponent = 16;
-    send(answer, {});
     const std::string rows = "abcdefghijkl";
+    const auto write = [pipe](std::string_view bytes) {
+        if (::write(pipe, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size()))
+            std::_Exit(2);
+    };
+    if (word == "rowsfirst")
+        write(rows);
+    send(answer, {});
+    if (word == "rowsfirst")
+        return;
     if (word == "rowsdrip") { // never silent for long, and never done
         for (const char& byte : rows) {
             if (::write(pipe, &byte, 1) != 1)
@@ -156,11 +171,32 @@ void answerRows(const std::string& word, int pipe) {
         }
         return;
     }
-    const std::size_t count = word == "rowsend" || word == "rowsstall" ? 7 : rows.size();
-    if (::write(pipe, rows.data(), count) != static_cast<ssize_t>(count))
-        std::_Exit(2);
-    if (word == "rowsstall")
+    write(word == "rowsend" || word == "rowsstall" ? rows.substr(0, 7) : rows);
+    if (word == "rowsmore")
+        write(rows);
+    if (word == "rowsstall" || word == "rowslate")
         hang();
+}
+
+void answerProof(const std::string& word) {
+    if (!word.starts_with("proof"))
+        std::_Exit(3); // a proof never comes
+    Answer answer;
+    answer.kind = word == "proofkind" ? Kind::load : Kind::proof;
+    answer.done = 1;
+    answer.renditionWidth = word == "proofwide" ? protocol::maximumScreenEdge : 2;
+    answer.renditionHeight = word == "proofwide" ? 1 : 2;
+    if (word == "proofcrash")
+        crash();
+    if (word == "proofhang")
+        hang();
+    const Descriptor file =
+        memory(word == "proofwide"    ? std::size_t{4} * protocol::maximumScreenEdge
+               : word == "proofshort" ? 15
+                                      : 16,
+               word != "proofunsealed");
+    const std::array two{file.get(), file.get()};
+    send(answer, std::span(two).first(word == "proofnone" ? 0 : word == "prooftwo" ? 2 : 1));
 }
 
 // The word stands at the front of the profile, which goes on as an RGB one.
@@ -199,9 +235,7 @@ int main() {
         answerProfile(word);
     else if (request.kind == Kind::rows)
         answerRows(word, descriptors->at(1).get());
-    else if (word == "proofhang")
-        hang();
     else
-        std::_Exit(3); // a proof never comes
+        answerProof(word);
     return 0;
 }

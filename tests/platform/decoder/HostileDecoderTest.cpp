@@ -70,10 +70,11 @@ TEST_F(HostileDecoder, isBelievedWhenItBehaves) {
 TEST_F(HostileDecoder, isNoMoreThanAnImageThatDidNotDecode) {
     const auto start = std::chrono::steady_clock::now();
     for (const char* word :
-         {"crash",   "exit",     "garbage",  "long",         "magic",       "version",  "kind",
-          "refused", "zero",     "negative", "huge",         "vast",        "channels", "bits",
-          "density", "nan",      "white",    "rendition",    "norendition", "short",    "surplus",
-          "profile", "unsealed", "pipe",     "nodescriptor", "two"})
+         {"crash",        "exit",    "garbage", "long",     "magic",    "version",
+          "kind",         "refused", "zero",    "negative", "huge",     "vast",
+          "channels",     "bits",    "density", "nan",      "white",    "rendition",
+          "norendition",  "short",   "surplus", "profile",  "unsealed", "pipe",
+          "nodescriptor", "two",     "done",    "dense",    "dark"})
         EXPECT_FALSE(decode(word)) << word;
     EXPECT_LT(std::chrono::steady_clock::now() - start, patience) << "one was waited for";
 }
@@ -107,8 +108,9 @@ TEST_F(HostileDecoder, isBelievedOfAProfileOnlyWhatItsHeaderBears) {
         EXPECT_EQ(m_client.colorSpace(profileOf(word)), std::nullopt) << word;
 }
 
-TEST_F(HangingDecoder, isNotWaitedForForeverOverAProfile) {
-    EXPECT_EQ(m_client.colorSpace(profileOf("hang")), std::nullopt);
+TEST(HangingDecoder, isNotWaitedForForeverOverAProfile) {
+    DecoderClient client(options(impatience));
+    EXPECT_EQ(client.colorSpace(profileOf("hang")), std::nullopt);
 }
 
 TEST_F(HostileDecoder, cannotPassOffAnythingAsAJpegStream) {
@@ -136,6 +138,21 @@ void expectOneRowOnly(const std::shared_ptr<const Image>& image) {
     EXPECT_EQ(rows->readRows(row), 1u);
     EXPECT_FALSE(rows->readRows(row));
     EXPECT_FALSE(rows->readRows(row));
+}
+
+TEST_F(HostileDecoder, givesTheRowsWhenTheyComeTooEarlyTooManyOrWithoutAnEnd) {
+    const auto start = std::chrono::steady_clock::now();
+    for (const char* word : {"rowsfirst", "rowsmore", "rowslate"}) {
+        const auto image = decode(word);
+        ASSERT_TRUE(image) << word;
+        const auto rows = image->bitmap()->rows(std::nullopt);
+        ASSERT_TRUE(rows) << word;
+        Bytes buffer(60);
+        EXPECT_EQ(rows->readRows(buffer), 2u) << word;
+        EXPECT_EQ(buffer[11], std::byte{'l'}) << word;
+        EXPECT_EQ(rows->readRows(buffer), 0u) << word;
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, patience) << "an end was waited for";
 }
 
 TEST_F(HostileDecoder, breaksRowsOffWhenItEnds) {
@@ -204,17 +221,21 @@ TEST(SoftProof, doesNotHoldUpAProgramThatQuits) {
 }
 
 TEST_F(HostileDecoder, makesNoSoftProofThatCannotBeMade) {
-    const auto image = decode("good");
-    ASSERT_TRUE(image);
     auto space = std::make_shared<ColorSpace>();
     space->profile = sharedBytes(Bytes(128));
     space->channels = 3;
-    std::promise<std::shared_ptr<const ScreenRendition>> made;
-    image->softProof({space, RenderingIntent::relative},
-                     [&](std::shared_ptr<const ScreenRendition> proof) { made.set_value(proof); });
-    auto result = made.get_future();
-    ASSERT_EQ(result.wait_for(patience), std::future_status::ready);
-    EXPECT_FALSE(result.get());
+    for (const std::string word : {"proofgood", "good", "proofcrash", "proofkind", "proofwide",
+                                   "proofshort", "proofunsealed", "proofnone", "prooftwo"}) {
+        const auto image = decode(word);
+        ASSERT_TRUE(image) << word;
+        std::promise<std::shared_ptr<const ScreenRendition>> made;
+        image->softProof(
+            {space, RenderingIntent::relative},
+            [&](std::shared_ptr<const ScreenRendition> proof) { made.set_value(proof); });
+        auto result = made.get_future();
+        ASSERT_EQ(result.wait_for(patience), std::future_status::ready) << word;
+        EXPECT_EQ(result.get() != nullptr, word == "proofgood") << word;
+    }
 }
 
 TEST(DecoderPool, replacesASpareThatHasDied) {
