@@ -28,7 +28,7 @@ public:
 
     ~DecoderRows() override {
         m_process.reset();
-        m_service->pool().prepareSpare();
+        m_service->prepareSpare();
     }
 
     [[nodiscard]] const RowFormat& format() const override { return m_format; }
@@ -80,27 +80,25 @@ private:
     bool m_brokenOff = false;
 };
 
-} // namespace
+class DecoderBitmap : public Bitmap {
+public:
+    DecoderBitmap(std::shared_ptr<DecoderService> service,
+                  std::shared_ptr<const DecodedPhoto> photo, PixelRect part)
+        : m_service(std::move(service))
+        , m_photo(std::move(photo))
+        , m_part(part) {}
 
-std::uint32_t iccIntent(RenderingIntent intent) {
-    switch (intent) {
-    case RenderingIntent::perceptual:
-        return 0;
-    case RenderingIntent::relative:
-        return 1;
-    case RenderingIntent::saturation:
-        return 2;
-    case RenderingIntent::absolute:
-        return 3;
-    }
-    return 0;
-}
+    [[nodiscard]] PixelSize size() const override { return {m_part.width, m_part.height}; }
+    [[nodiscard]] std::shared_ptr<const Bitmap> cropped(PixelRect rect) const override;
+    [[nodiscard]] std::optional<JpegStream> jpegStream() const override;
+    [[nodiscard]] std::unique_ptr<RowSource>
+    rows(const std::optional<ColorTarget>& target) const override;
 
-DecoderBitmap::DecoderBitmap(std::shared_ptr<DecoderService> service,
-                             std::shared_ptr<const DecodedPhoto> photo, PixelRect part)
-    : m_service(std::move(service))
-    , m_photo(std::move(photo))
-    , m_part(part) {}
+private:
+    std::shared_ptr<DecoderService> m_service;
+    std::shared_ptr<const DecodedPhoto> m_photo;
+    PixelRect m_part;
+};
 
 std::shared_ptr<const Bitmap> DecoderBitmap::cropped(PixelRect rect) const {
     const auto cut = [](std::int64_t from, std::int64_t length, std::int64_t limit) {
@@ -162,7 +160,7 @@ std::unique_ptr<RowSource> DecoderBitmap::rows(const std::optional<ColorTarget>&
         descriptors.push_back(profile->get());
     }
 
-    auto process = m_service->pool().take();
+    auto process = m_service->take();
     if (!process)
         return nullptr;
     const auto reply = process->ask(request, descriptors, m_service->options().answerTimeout);
@@ -175,6 +173,20 @@ std::unique_ptr<RowSource> DecoderBitmap::rows(const std::optional<ColorTarget>&
     writeEnd.reset();
     return std::make_unique<DecoderRows>(m_service, std::move(process), std::move(readEnd),
                                          std::move(expected));
+}
+
+} // namespace
+
+std::uint32_t iccIntent(RenderingIntent intent) {
+    using enum RenderingIntent;
+    constexpr std::array inOrder{perceptual, relative, saturation, absolute};
+    return static_cast<std::uint32_t>(std::ranges::find(inOrder, intent) - inOrder.begin());
+}
+
+std::shared_ptr<const Bitmap> decoderBitmap(std::shared_ptr<DecoderService> service,
+                                            std::shared_ptr<const DecodedPhoto> photo,
+                                            PixelRect part) {
+    return std::make_shared<DecoderBitmap>(std::move(service), std::move(photo), part);
 }
 
 } // namespace lumivert

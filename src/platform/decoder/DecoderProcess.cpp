@@ -4,6 +4,7 @@
 
 #include <array>
 #include <fcntl.h>
+#include <new>
 #include <poll.h>
 #include <sys/socket.h>
 #include <utility>
@@ -45,7 +46,7 @@ bool DecoderProcess::isRunning() {
 
 std::optional<DecoderProcess::Reply> DecoderProcess::ask(const protocol::Request& request,
                                                          std::span<const int> descriptors,
-                                                         std::chrono::milliseconds timeout) {
+                                                         std::chrono::milliseconds timeout) try {
     if (!sendPacket(m_socket.get(), std::as_bytes(std::span(&request, 1)), descriptors) ||
         !waitReadable(m_socket.get(), std::chrono::steady_clock::now() + timeout))
         return std::nullopt;
@@ -58,29 +59,8 @@ std::optional<DecoderProcess::Reply> DecoderProcess::ask(const protocol::Request
         return std::nullopt;
     reply.descriptors = std::move(*received);
     return reply;
-}
-
-std::unique_ptr<DecoderProcess> DecoderPool::take() {
-    std::unique_ptr<DecoderProcess> spare;
-    {
-        const std::lock_guard lock(m_mutex);
-        spare = std::move(m_spare);
-    }
-    if (spare && spare->isRunning())
-        return spare;
-    return DecoderProcess::start(m_program);
-}
-
-void DecoderPool::prepareSpare() {
-    const std::lock_guard lock(m_mutex);
-    if (!m_closed && (!m_spare || !m_spare->isRunning()))
-        m_spare = DecoderProcess::start(m_program);
-}
-
-void DecoderPool::close() {
-    const std::lock_guard lock(m_mutex);
-    m_closed = true;
-    m_spare.reset();
+} catch (const std::bad_alloc&) {
+    return std::nullopt;
 }
 
 } // namespace lumivert

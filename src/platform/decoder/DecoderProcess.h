@@ -7,7 +7,6 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
@@ -52,28 +51,6 @@ private:
 
     ChildProcess m_child;
     Descriptor m_socket;
-};
-
-/// Hands out decoders and keeps one waiting, so that its start costs nobody time. Any thread.
-class DecoderPool {
-public:
-    explicit DecoderPool(std::string path)
-        : m_program(std::move(path)) {}
-
-    /// A decoder that waits for its request; null when none can be started.
-    [[nodiscard]] std::unique_ptr<DecoderProcess> take();
-
-    /// Starts the spare one, unless it waits already.
-    void prepareSpare();
-
-    /// Ends the spare one; no other is kept from here on.
-    void close();
-
-private:
-    const DecoderProgram m_program;
-    std::mutex m_mutex;
-    std::unique_ptr<DecoderProcess> m_spare;
-    bool m_closed = false;
 };
 
 } // namespace lumivert

@@ -9,31 +9,64 @@ namespace lumivert {
 
 DecoderService::DecoderService(DecoderOptions options)
     : m_options(std::move(options))
-    , m_pool(m_options.path) {}
+    , m_program(m_options.path) {}
 
 DecoderService::~DecoderService() {
     stop();
 }
 
-void DecoderService::runInBackground(const void* owner, std::function<void()> task,
-                                     std::function<void()> cancelled) {
-    std::function<void()> overtaken;
+std::unique_ptr<DecoderProcess> DecoderService::take() {
+    std::unique_ptr<DecoderProcess> spare;
+    {
+        const std::lock_guard lock(m_mutex);
+        spare = std::move(m_spare);
+    }
+    return spare && spare->isRunning() ? std::move(spare) : DecoderProcess::start(m_program);
+}
+
+void DecoderService::prepareSpare() {
+    const std::lock_guard lock(m_mutex);
+    if (!m_stopped && (!m_spare || !m_spare->isRunning()))
+        m_spare = DecoderProcess::start(m_program);
+}
+
+std::optional<DecoderProcess::Reply> DecoderService::answer(const protocol::Request& request,
+                                                            std::span<const int> descriptors) {
+    std::optional<DecoderProcess::Reply> reply;
+    if (const auto process = take()) {
+        {
+            const std::lock_guard lock(m_mutex);
+            if (m_stopped)
+                return std::nullopt;
+            m_answering.push_back(process->pid());
+        }
+        reply = process->ask(request, descriptors, m_options.answerTimeout);
+        // Before the number can be another process's.
+        const std::lock_guard lock(m_mutex);
+        std::erase(m_answering, process->pid());
+    }
+    prepareSpare();
+    return reply;
+}
+
+void DecoderService::runInBackground(const void* owner, Task task) {
+    Task cancelled;
     {
         const std::lock_guard lock(m_mutex);
         if (m_stopped || !hasThread()) {
-            overtaken = std::move(cancelled);
+            cancelled = std::move(task);
         } else {
-            const auto waiting = std::ranges::find(m_tasks, owner, &Task::owner);
+            const auto waiting = std::ranges::find(m_tasks, owner, &Waiting::owner);
             if (waiting != m_tasks.end()) {
-                overtaken = std::move(waiting->cancelled);
+                cancelled = std::move(waiting->run);
                 m_tasks.erase(waiting);
             }
-            m_tasks.push_back({owner, std::move(task), std::move(cancelled)});
+            m_tasks.push_back({owner, std::move(task)});
             m_wake.notify_one();
         }
     }
-    if (overtaken)
-        overtaken();
+    if (cancelled)
+        cancelled(true);
 }
 
 // With the lock held.
@@ -48,32 +81,20 @@ bool DecoderService::hasThread() {
 }
 
 void DecoderService::stop() {
-    std::deque<Task> left;
+    std::deque<Waiting> left;
     {
         const std::lock_guard lock(m_mutex);
         m_stopped = true;
         left.swap(m_tasks);
-        if (m_waitedFor > 0)
-            ::kill(m_waitedFor, SIGKILL);
+        m_spare.reset();
+        for (const pid_t pid : m_answering)
+            ::kill(pid, SIGKILL);
         m_wake.notify_one();
     }
-    for (const Task& task : left)
-        task.cancelled();
+    for (const Waiting& task : left)
+        task.run(true);
     if (m_thread.joinable())
         m_thread.join();
-    m_pool.close();
-}
-
-DecoderService::Interruptible::Interruptible(DecoderService& service, const DecoderProcess& process)
-    : m_service(service) {
-    const std::lock_guard lock(m_service.m_mutex);
-    m_stopped = m_service.m_stopped;
-    m_service.m_waitedFor = process.pid();
-}
-
-DecoderService::Interruptible::~Interruptible() {
-    const std::lock_guard lock(m_service.m_mutex);
-    m_service.m_waitedFor = -1;
 }
 
 void DecoderService::work() {
@@ -82,11 +103,11 @@ void DecoderService::work() {
         m_wake.wait(lock, [this] { return m_stopped || !m_tasks.empty(); });
         if (m_stopped)
             return;
-        Task task = std::move(m_tasks.front());
+        Task run = std::move(m_tasks.front().run);
         m_tasks.pop_front();
         lock.unlock();
-        task.run();
-        task = {}; // what it holds goes before the wait
+        run(false);
+        run = nullptr; // what it holds goes before the wait
         lock.lock();
     }
 }

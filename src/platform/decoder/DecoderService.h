@@ -1,6 +1,5 @@
 #pragma once
 
-#include "platform/Image.h"
 #include "platform/decoder/DecoderProcess.h"
 
 #include <chrono>
@@ -11,6 +10,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace lumivert {
 
@@ -30,56 +30,53 @@ struct DecoderOptions {
     std::chrono::milliseconds pageTimeout{600'000};
 };
 
-/// What images share with the client that made them, and keep when it is gone. Any thread.
+/// The decoders that a client and its images share; the images keep it when the client is gone. Any
+/// thread.
 class DecoderService {
 public:
     explicit DecoderService(DecoderOptions options);
     ~DecoderService();
 
     [[nodiscard]] const DecoderOptions& options() const { return m_options; }
-    [[nodiscard]] DecoderPool& pool() { return m_pool; }
 
+    /// A decoder that waits for its request: the spare one, else a new one. Null when none can be
+    /// started.
+    [[nodiscard]] std::unique_ptr<DecoderProcess> take();
+
+    /// Starts the spare decoder, so that its start costs nobody time, unless one waits already.
+    void prepareSpare();
+
+    /// Has a decoder answer, which ends with its answer; stop() ends it before that. Nothing when
+    /// there is no decoder or it does not answer in time (DecoderProcess::ask).
+    [[nodiscard]] std::optional<DecoderProcess::Reply> answer(const protocol::Request& request,
+                                                              std::span<const int> descriptors);
+
+    using Task = std::function<void(bool isCancelled)>;
     /// Runs `task`, which throws nothing, on the background thread, one after the other. A task of
-    /// the same `owner` that still waits is overtaken: its `cancelled` runs, and it does not. After
-    /// stop(), and where no thread can be started, `cancelled` runs at once.
-    void runInBackground(const void* owner, std::function<void()> task,
-                         std::function<void()> cancelled);
+    /// the same `owner` that still waits is overtaken: it runs cancelled. So do, at once, tasks
+    /// after stop() and where no thread can be started.
+    void runInBackground(const void* owner, Task task);
 
-    /// Ends the running task's decoder and waits for the task, cancels the waiting ones, ends the
-    /// spare decoder.
+    /// Ends the decoder that the running task waits for and the spare one, waits for the task, and
+    /// cancels the waiting ones. No task and no spare decoder from here on.
     void stop();
 
-    /// For a task: lets stop() end the decoder that it is about to wait for. Must go
-    /// before the process does.
-    class Interruptible {
-    public:
-        Interruptible(DecoderService& service, const DecoderProcess& process);
-        Interruptible(const Interruptible&) = delete;
-        Interruptible& operator=(const Interruptible&) = delete;
-        ~Interruptible();
-        [[nodiscard]] bool isStopped() const { return m_stopped; }
-
-    private:
-        DecoderService& m_service;
-        bool m_stopped;
-    };
-
 private:
-    struct Task {
+    struct Waiting {
         const void* owner;
-        std::function<void()> run;
-        std::function<void()> cancelled;
+        Task run;
     };
     [[nodiscard]] bool hasThread();
     void work();
 
-    DecoderOptions m_options;
-    DecoderPool m_pool;
+    const DecoderOptions m_options;
+    const DecoderProgram m_program;
     std::mutex m_mutex;
     std::condition_variable m_wake;
-    std::deque<Task> m_tasks;
+    std::unique_ptr<DecoderProcess> m_spare;
+    std::deque<Waiting> m_tasks;
+    std::vector<pid_t> m_answering;
     bool m_stopped = false;
-    pid_t m_waitedFor = -1;
     std::thread m_thread;
 };
 
