@@ -1,9 +1,11 @@
 #include "platform/pdf/PdfPageContext.h"
 
+#include "model/Models.h"
 #include "platform/pdf/ImageXObject.h"
 #include "platform/pdf/PdfText.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <new>
 #include <string_view>
@@ -46,21 +48,50 @@ bool isDrawable(const RectPoints& rect) {
            holds(rect.width) && holds(rect.height);
 }
 
-std::string component(double value) {
-    return pdfNumber(std::isnan(value) ? 0 : std::clamp(value, 0.0, 1.0));
+double component(double value) {
+    return std::isnan(value) ? 0 : std::clamp(value, 0.0, 1.0);
 }
 
-} // namespace
+/// One page on a PdfFile. Images and profiles are written as they are drawn, the page's content
+/// stream, which is short, at its end.
+class PdfPageContext final : public PdfContext {
+public:
+    explicit PdfPageContext(std::unique_ptr<PdfFile> file)
+        : m_file(std::move(file))
+        , m_pages(m_file->newObject())
+        , m_page(m_file->newObject()) {}
 
-PdfPageContext::PdfPageContext(std::unique_ptr<PdfFile> file)
-    : m_file(std::move(file))
-    , m_pages(m_file->newObject())
-    , m_page(m_file->newObject()) {}
+    void beginPage(RectPoints mediaBox) override {
+        m_onPage = true;
+        m_mediaBox = mediaBox;
+    }
+    void setRenderingIntent(RenderingIntent intent) override;
+    void setFillColorSpace(std::shared_ptr<const ColorSpace> space) override;
+    void setFillColorRGB(double red, double green, double blue) override;
+    void setInterpolationQuality(InterpolationQuality quality) override { m_quality = quality; }
+    void fillRect(RectPoints rect) override;
+    void draw(const Bitmap& bitmap, RectPoints rect) override;
+    void endPage() override;
+    [[nodiscard]] bool close() override;
 
-void PdfPageContext::beginPage(RectPoints mediaBox) {
-    m_onPage = true;
-    m_mediaBox = mediaBox;
-}
+private:
+    void place(int image, RectPoints rect, int orientation);
+
+    std::unique_ptr<PdfFile> m_file;
+    int m_pages;
+    int m_page;
+    bool m_onPage = false;
+    bool m_pageEnded = false;
+    RectPoints m_mediaBox;
+    std::string m_content;
+    std::string m_colorSpaces; // entries of the page's resources
+    std::string m_images;
+    int m_colorSpaceCount = 0;
+    int m_imageCount = 0;
+    RenderingIntent m_intent = RenderingIntent::relative; // a page's initial intent
+    std::shared_ptr<const ColorSpace> m_fillSpace;        // null: a device space
+    InterpolationQuality m_quality = InterpolationQuality::none;
+};
 
 void PdfPageContext::setRenderingIntent(RenderingIntent intent) {
     m_intent = intent;
@@ -85,11 +116,8 @@ void PdfPageContext::setFillColorRGB(double red, double green, double blue) {
     m_fillSpace = nullptr;
     // Device numbers: white stays bare paper. Through a profile, an absolute intent would print
     // the profile's white point.
-    m_content += component(red) + " " + component(green) + " " + component(blue) + " rg\n";
-}
-
-void PdfPageContext::setInterpolationQuality(InterpolationQuality quality) {
-    m_quality = quality;
+    m_content +=
+        pdfNumbers(std::array{component(red), component(green), component(blue)}) + " rg\n";
 }
 
 void PdfPageContext::fillRect(RectPoints rect) {
@@ -99,8 +127,7 @@ void PdfPageContext::fillRect(RectPoints rect) {
     // 10.6.5). The comparison also refuses what is not a number.
     if (!(std::abs(rect.width) >= smallestPdfNumber && std::abs(rect.height) >= smallestPdfNumber))
         return;
-    m_content += pdfNumber(rect.x) + " " + pdfNumber(rect.y) + " " + pdfNumber(rect.width) + " " +
-                 pdfNumber(rect.height) + " re f\n";
+    m_content += pdfNumbers(std::array{rect.x, rect.y, rect.width, rect.height}) + " re f\n";
 }
 
 void PdfPageContext::draw(const Bitmap& bitmap, RectPoints rect) try {
@@ -143,9 +170,9 @@ void PdfPageContext::endPage() {
     if (!m_images.empty())
         resources += " /XObject << " + m_images + ">>";
     m_file->writeObject(m_page, "<< /Type /Page /Parent " + pdfReference(m_pages) + " /MediaBox [" +
-                                    pdfNumber(x) + " " + pdfNumber(y) + " " + pdfNumber(x + width) +
-                                    " " + pdfNumber(y + height) + "] /Resources <<" + resources +
-                                    " >> /Contents " + pdfReference(contents) + " >>");
+                                    pdfNumbers(std::array{x, y, x + width, y + height}) +
+                                    "] /Resources <<" + resources + " >> /Contents " +
+                                    pdfReference(contents) + " >>");
 }
 
 bool PdfPageContext::close() {
@@ -157,6 +184,8 @@ bool PdfPageContext::close() {
     m_file->writeObject(catalog, "<< /Type /Catalog /Pages " + pdfReference(m_pages) + " >>");
     return m_file->finish(catalog);
 }
+
+} // namespace
 
 std::unique_ptr<PdfContext> createPdfFile(const std::string& path) {
     auto file = PdfFile::create(path);

@@ -40,9 +40,9 @@ PdfMatrix imagePlacement(RectPoints rect, int orientation) {
     }
 }
 
-std::string pdfNumbers(const PdfMatrix& matrix) {
+std::string pdfNumbers(std::span<const double> values) {
     std::string text;
-    for (const double value : matrix) {
+    for (const double value : values) {
         if (!text.empty())
             text += ' ';
         text += pdfNumber(value);

@@ -3,6 +3,7 @@
 #include "platform/Geometry.h"
 
 #include <array>
+#include <span>
 #include <string>
 
 namespace lumivert {
@@ -26,7 +27,7 @@ using PdfMatrix = std::array<double, 6>;
 /// square, its first row at the top.)
 [[nodiscard]] PdfMatrix imagePlacement(RectPoints rect, int orientation);
 
-/// The operands of cm, separated by spaces.
-[[nodiscard]] std::string pdfNumbers(const PdfMatrix& matrix);
+/// Numbers separated by spaces.
+[[nodiscard]] std::string pdfNumbers(std::span<const double> values);
 
 } // namespace lumivert

@@ -30,4 +30,10 @@ struct DeflateShape {
                                const std::function<bool(std::span<const std::byte>)>& sink,
                                DeflateShape shape = deflateShapeForThisMachine());
 
+/// Each row of `rows` minus the row above it, byte by byte, behind the filter type "up" (PNG, 9.2).
+/// `rows` begins with the row above the first one; `output` holds one row less, and a byte more for
+/// each.
+void predictUp(std::span<const std::byte> rows, std::size_t bytesPerRow,
+               std::span<std::byte> output);
+
 } // namespace lumivert
