@@ -110,7 +110,8 @@ void ContentView::showAbout() {
     auto* about = new QMessageBox(this);
     about->setAttribute(Qt::WA_DeleteOnClose);
     about->setWindowTitle(tr("About Lumivert"));
-    const QIcon icon = QIcon::fromTheme(QStringLiteral("lumivert"), lineIcon(Icon::printer));
+    const QIcon icon =
+        QIcon::fromTheme(QGuiApplication::desktopFileName(), lineIcon(Icon::printer));
     about->setIconPixmap(icon.pixmap(QSize(64, 64), devicePixelRatio()));
     about->setTextFormat(Qt::PlainText);
     // In one text: a message box wraps its second one at a few words.

@@ -182,6 +182,24 @@ TEST_F(ContentViewTest, tellsAboutItself) {
     about->close();
 }
 
+TEST_F(ContentViewTest, tellsAboutItselfUnderTheIconOfItsDesktopEntry) {
+    QTemporaryDir icons;
+    QImage icon(64, 64, QImage::Format_RGB32);
+    icon.fill(Qt::red);
+    ASSERT_TRUE(icon.save(icons.filePath("org.example.Program.png")));
+    QIcon::setThemeName("none"); // without a theme nothing is looked up
+    QIcon::setFallbackSearchPaths({icons.path()});
+    QGuiApplication::setDesktopFileName("org.example.Program");
+    action("About Lumivert")->trigger();
+    QGuiApplication::setDesktopFileName({});
+    QIcon::setFallbackSearchPaths({});
+    QIcon::setThemeName({});
+    auto* about = dialog<QMessageBox>();
+    ASSERT_NE(about, nullptr);
+    EXPECT_EQ(about->iconPixmap().toImage().pixelColor(32, 32), QColor(Qt::red));
+    about->close();
+}
+
 TEST_F(ContentViewTest, opensTheFileDialogByKeyEvenWithAnImage) {
     load({300, 200});
     window->activateWindow();
