@@ -150,7 +150,7 @@ bool ContentView::handleDrop(const ItemProviders& providers) {
                     load(url);
             });
         };
-    providers.front()->loadItem(fileUrlType, completion);
+    providers.front()(fileUrlType, completion);
     return true;
 }
 

@@ -18,8 +18,6 @@ class Dispatcher;
 class PrintManager;
 class ScreenColors;
 
-using ItemProviders = std::vector<std::unique_ptr<ItemProvider>>;
-
 /// The window: preview and settings side by side, the menus, the file dialog, the drop target and
 /// the question before a print. `pm` and `dispatcher` outlive it. It carries no title of its own:
 /// the desktop shows the application's name.

@@ -20,25 +20,11 @@
 namespace lumivert {
 namespace {
 
-/// Hands its bytes out when the test says so.
-class FakeItem : public ItemProvider {
-public:
-    struct Request {
-        int item; // which of the dropped ones
-        std::string type;
-        std::function<void(std::optional<std::string>)> completion;
-    };
-    FakeItem(int index, std::vector<Request>& requests)
-        : m_index(index)
-        , m_requests(requests) {}
-    void loadItem(const std::string& type,
-                  std::function<void(std::optional<std::string>)> completion) override {
-        m_requests.push_back({m_index, type, std::move(completion)});
-    }
-
-private:
-    int m_index;
-    std::vector<Request>& m_requests;
+/// What a dropped item was asked for, to be answered when the test says so.
+struct Request {
+    int item; // which of the dropped ones
+    std::string type;
+    std::function<void(std::optional<std::string>)> completion;
 };
 
 bool pointerIsBusy() {
@@ -74,7 +60,9 @@ protected:
     ItemProviders providers(int count) {
         ItemProviders made;
         for (int i = 0; i < count; ++i)
-            made.push_back(std::make_unique<FakeItem>(i, requests));
+            made.push_back([this, i](const std::string& type, auto completion) {
+                requests.push_back({i, type, std::move(completion)});
+            });
         return made;
     }
     template <class Dialog>
@@ -103,7 +91,7 @@ protected:
         return event.isAccepted();
     }
 
-    std::vector<FakeItem::Request> requests;
+    std::vector<Request> requests;
     std::unique_ptr<ContentView> window;
 };
 

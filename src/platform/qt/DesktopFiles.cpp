@@ -14,24 +14,6 @@
 namespace lumivert {
 namespace {
 
-class FileUrlProvider : public ItemProvider {
-public:
-    explicit FileUrlProvider(const QUrl& url)
-        : m_bytes(url.toEncoded(QUrl::FullyEncoded).toStdString()) {}
-
-    void loadItem(const std::string& typeIdentifier,
-                  std::function<void(std::optional<std::string>)> completion) override {
-        std::optional<std::string> item;
-        if (typeIdentifier == fileUrlType)
-            item = m_bytes;
-        QThreadPool::globalInstance()->start(
-            [item = std::move(item), completion = std::move(completion)] { completion(item); });
-    }
-
-private:
-    std::string m_bytes;
-};
-
 bool namesThisMachine(const QString& host) {
     return host.isEmpty() || host == "localhost" ||
            host.compare(QSysInfo::machineHostName(), Qt::CaseInsensitive) == 0;
@@ -39,13 +21,18 @@ bool namesThisMachine(const QString& host) {
 
 } // namespace
 
-std::vector<std::unique_ptr<ItemProvider>> itemProviders(const QMimeData& mime) {
-    std::vector<std::unique_ptr<ItemProvider>> providers;
+ItemProviders itemProviders(const QMimeData& mime) {
+    ItemProviders providers;
     for (QUrl url : mime.urls()) {
         if (!url.isLocalFile() || !namesThisMachine(url.host()))
             continue;
         url.setHost({});
-        providers.push_back(std::make_unique<FileUrlProvider>(url));
+        providers.push_back([bytes = url.toEncoded(QUrl::FullyEncoded).toStdString()](
+                                const std::string& typeIdentifier, auto completion) {
+            const auto item = typeIdentifier == fileUrlType ? std::optional(bytes) : std::nullopt;
+            QThreadPool::globalInstance()->start(
+                [item, completion = std::move(completion)] { completion(item); });
+        });
     }
     return providers;
 }

@@ -2,9 +2,7 @@
 
 #include "platform/ItemProvider.h"
 
-#include <memory>
 #include <string>
-#include <vector>
 
 class QMimeData;
 
@@ -16,7 +14,7 @@ namespace lumivert {
 ///
 /// Each has the form "public.file-url", the encoded URL, and delivers on a thread of Qt's global
 /// pool. `mime` is read at once and not kept.
-[[nodiscard]] std::vector<std::unique_ptr<ItemProvider>> itemProviders(const QMimeData& mime);
+[[nodiscard]] ItemProviders itemProviders(const QMimeData& mime);
 
 /// Opens the file with the desktop's choice of viewer, by way of xdg-open or its portal, without
 /// waiting for the viewer. A failure is silent. Main thread.

@@ -1,5 +1,6 @@
-#include "model/FileUrl.h"
 #include "platform/qt/DesktopFiles.h"
+
+#include "model/FileUrl.h"
 
 #include <QMimeData>
 #include <QSysInfo>
@@ -19,9 +20,9 @@ using testing::IsEmpty;
 
 using Item = std::optional<std::string>;
 
-Item load(ItemProvider& provider, const std::string& typeIdentifier = "public.file-url") {
+Item load(const ItemProvider& provider, const std::string& typeIdentifier = "public.file-url") {
     std::promise<Item> loaded;
-    provider.loadItem(typeIdentifier, [&](Item item) { loaded.set_value(std::move(item)); });
+    provider(typeIdentifier, [&](Item item) { loaded.set_value(std::move(item)); });
     return loaded.get_future().get();
 }
 
@@ -31,7 +32,7 @@ std::vector<Item> dropped(const std::string& uriList) {
     mime.setData("text/uri-list", QByteArray::fromStdString(uriList));
     std::vector<Item> items;
     for (const auto& provider : itemProviders(mime))
-        items.push_back(load(*provider));
+        items.push_back(load(provider));
     return items;
 }
 
@@ -66,7 +67,7 @@ TEST(MimeItemProviders, deliverEncodedAddresses) {
     mime.setUrls({QUrl::fromLocalFile("/tmp/Åre 100 % #1?.JPG")});
     const auto providers = itemProviders(mime);
     ASSERT_EQ(providers.size(), 1u);
-    EXPECT_EQ(load(*providers[0]), "file:///tmp/%C3%85re%20100%20%25%20%231%3F.JPG");
+    EXPECT_EQ(load(providers[0]), "file:///tmp/%C3%85re%20100%20%25%20%231%3F.JPG");
 }
 
 TEST(MimeItemProviders, keepNamesThatAreNoText) {
@@ -80,9 +81,9 @@ TEST(MimeItemProviders, haveNoOtherForm) {
     QMimeData mime;
     mime.setUrls({QUrl("file:///a.jpg")});
     const auto providers = itemProviders(mime);
-    EXPECT_EQ(load(*providers[0], "public.jpeg"), std::nullopt);
-    EXPECT_EQ(load(*providers[0], ""), std::nullopt);
-    EXPECT_EQ(load(*providers[0]), "file:///a.jpg");
+    EXPECT_EQ(load(providers[0], "public.jpeg"), std::nullopt);
+    EXPECT_EQ(load(providers[0], ""), std::nullopt);
+    EXPECT_EQ(load(providers[0]), "file:///a.jpg");
 }
 
 TEST(MimeItemProviders, returnAtOnceAndDeliverOnAnotherThread) {
@@ -90,11 +91,11 @@ TEST(MimeItemProviders, returnAtOnceAndDeliverOnAnotherThread) {
     mime.setUrls({QUrl("file:///a.jpg")});
     std::promise<void> mayGoOn;
     std::promise<std::thread::id> ranOn;
-    itemProviders(mime)[0]->loadItem("public.file-url", [&](const Item&) {
+    itemProviders(mime)[0]("public.file-url", [&](const Item&) {
         mayGoOn.get_future().wait();
         ranOn.set_value(std::this_thread::get_id());
     });
-    mayGoOn.set_value(); // stalls before this line if the completion ran inside loadItem
+    mayGoOn.set_value(); // stalls before this line if the completion ran inside it
     EXPECT_NE(ranOn.get_future().get(), std::this_thread::get_id());
 }
 
@@ -104,7 +105,7 @@ TEST(MimeItemProviders, deliverAlthoughProviderAndDropAreGone) {
         QMimeData mime;
         mime.setUrls({QUrl("file:///a.jpg")});
         auto providers = itemProviders(mime);
-        providers[0]->loadItem("public.file-url", [&](Item item) {
+        providers[0]("public.file-url", [&](Item item) {
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
             loaded.set_value(std::move(item));
         });
