@@ -1,7 +1,7 @@
 #include "Memory.h"
 
 #include "Timing.h"
-#include "model/NumberText.h"
+#include "model/Text.h"
 
 #include <chrono>
 #include <fcntl.h>

@@ -1,6 +1,6 @@
 #include "Timing.h"
 
-#include "model/NumberText.h"
+#include "model/Text.h"
 
 #include <algorithm>
 #include <chrono>

@@ -3,7 +3,6 @@
 #include "manager/PrintManager.h"
 #include "manager/Selection.h"
 #include "manager/Shell.h"
-#include "model/NumberText.h"
 #include "model/Text.h"
 #include "platform/FatalError.h"
 #include "platform/FileSystem.h"

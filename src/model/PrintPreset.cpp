@@ -2,7 +2,7 @@
 
 #include "model/HashFields.h"
 #include "model/Models.h"
-#include "model/NumberText.h"
+#include "model/Text.h"
 
 #include <nlohmann/json.hpp>
 

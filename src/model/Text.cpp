@@ -1,6 +1,9 @@
 #include "model/Text.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
@@ -63,6 +66,23 @@ std::string without(std::string_view text, char character) {
     std::string result;
     std::remove_copy(text.begin(), text.end(), std::back_inserter(result), character);
     return result;
+}
+
+std::string fixedText(double value, int decimals) {
+    // The largest double has 309 digits before the point.
+    std::array<char, 352> text{};
+    const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), value,
+                                            std::chars_format::fixed, decimals);
+    return error == std::errc{} ? std::string(text.data(), end) : std::string{};
+}
+
+std::string truncatedText(double value) {
+    // Adding zero turns the -0 that truncation leaves of -0.5 into 0.
+    return fixedText(std::trunc(value) + 0.0, 0);
+}
+
+std::string millimetresText(double value) {
+    return fixedText(value, 1) + " mm";
 }
 
 } // namespace lumivert

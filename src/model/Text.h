@@ -4,7 +4,8 @@
 #include <string_view>
 #include <vector>
 
-// Plain string work on bytes, whatever the locale. Views look into the argument.
+// Plain string work on bytes, and numbers as text, whatever the locale. Views look into the
+// argument.
 namespace lumivert {
 
 /// `text` with the capital letters of ASCII made small.
@@ -22,5 +23,15 @@ namespace lumivert {
 
 /// `text` without any `character`.
 [[nodiscard]] std::string without(std::string_view text, char character);
+
+/// `value` with exactly `decimals` digits after the point, rounded as "%.*f" rounds, whatever the
+/// locale ("12.5", "-0.0", "inf").
+[[nodiscard]] std::string fixedText(double value, int decimals);
+
+/// `value` cut off toward zero, in decimal, without exponent or sign of zero ("99" for 99.99).
+[[nodiscard]] std::string truncatedText(double value);
+
+/// Millimetres as a person reads them: one decimal and the unit ("12.5 mm").
+[[nodiscard]] std::string millimetresText(double value);
 
 } // namespace lumivert

@@ -2,7 +2,7 @@
 
 #include "manager/PageGeometry.h"
 #include "manager/PrintManager.h"
-#include "model/NumberText.h"
+#include "model/Text.h"
 #include "platform/Image.h"
 #include "views/MillimetreInputs.h"
 #include "views/PresetRow.h"

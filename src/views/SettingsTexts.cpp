@@ -1,7 +1,7 @@
 #include "views/SettingsTexts.h"
 
 #include "manager/PrintManager.h"
-#include "model/NumberText.h"
+#include "model/Text.h"
 
 #include <algorithm>
 

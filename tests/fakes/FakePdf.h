@@ -2,7 +2,7 @@
 
 #include "fakes/FakeImage.h"
 #include "model/Models.h"
-#include "model/NumberText.h"
+#include "model/Text.h"
 #include "platform/PdfContext.h"
 
 #include <functional>

@@ -3,7 +3,7 @@
 #include "journey/TestPhoto.h"
 #include "journey/Widgets.h"
 #include "manager/PrintManager.h"
-#include "model/NumberText.h"
+#include "model/Text.h"
 #include "support/PrivateScheduler.h"
 
 #include <QAction>

@@ -1,5 +1,4 @@
-#include "model/NumberText.h"
-
+#include "model/Text.h"
 #include "support/CommaLocale.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "model/NumberText.h"
+#include "model/Text.h"
 #include "views/PanelFixture.h"
 
 #include <QHelpEvent>

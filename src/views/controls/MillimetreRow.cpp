@@ -1,6 +1,6 @@
 #include "views/controls/MillimetreRow.h"
 
-#include "model/NumberText.h"
+#include "model/Text.h"
 #include "views/controls/Labels.h"
 #include "views/controls/Refresh.h"
 

@@ -3,7 +3,7 @@
 #include "manager/PageGeometry.h"
 #include "manager/PrintManager.h"
 #include "manager/SoftProof.h"
-#include "model/NumberText.h"
+#include "model/Text.h"
 
 namespace lumivert {
 
