@@ -1,7 +1,6 @@
 #include "platform/packagekit/PackageKitEngine.h"
 
 #include "platform/bus/BusConnection.h"
-#include "platform/packagekit/NetworkCost.h"
 #include "platform/packagekit/PackageKitTransaction.h"
 
 #include <QMetaObject>
@@ -130,17 +129,48 @@ private:
         return std::exchange(m_check, nullptr);
     }
 
+    // What traffic costs is NetworkManager's to say (NMMetered); where there is none, the package
+    // service tells a mobile network from a wired one.
     void askForCost() {
-        findNetworkCost(*m_bus, this, [this, check = std::weak_ptr(m_check)](NetworkCost cost) {
-            if (check.expired())
-                return;
-            if (cost == NetworkCost::offline || cost == NetworkCost::metered) {
+        const QString manager = QStringLiteral("org.freedesktop.NetworkManager");
+        QDBusMessage metered =
+            propertyCall(manager, QStringLiteral("/org/freedesktop/NetworkManager"), manager,
+                         QStringLiteral("Metered"));
+        metered.setAutoStartService(false);
+        ask(metered, [this](uint value) {
+            if (value == 1 || value == 3) // yes, and a guess of it
                 finishCheck(UpdateUnanswered{});
-                return;
-            }
-            m_check->localOnly = cost == NetworkCost::unknown;
-            findInstalled();
+            else if (value == 2 || value == 4) // no, and a guess of it
+                findInstalled();
+            else
+                askServiceForCost();
         });
+    }
+
+    void askServiceForCost() {
+        constexpr uint offline = 1;
+        constexpr uint wired = 3;
+        constexpr uint mobile = 5;
+        ask(propertyCall(packageKitService, packageKitPath, packageKitService,
+                         QStringLiteral("NetworkState")),
+            [this](uint value) {
+                if (value == offline || value == mobile)
+                    return finishCheck(UpdateUnanswered{});
+                m_check->localOnly = value != wired; // a wireless one may be a telephone's
+                findInstalled();
+            });
+    }
+
+    /// Reads a number, 0 where there is none, for the check that is under way.
+    void ask(const QDBusMessage& question, std::function<void(uint)> answered) {
+        constexpr int timeoutMs = 25'000;
+        callBus(*m_bus, question, timeoutMs, this,
+                [check = std::weak_ptr(m_check),
+                 answered = std::move(answered)](const QDBusMessage& reply) {
+                    const QVariant value = propertyIn(reply);
+                    if (!check.expired())
+                        answered(value.typeId() == QMetaType::UInt ? value.toUInt() : 0);
+                });
     }
 
     void findInstalled() {
