@@ -83,8 +83,11 @@ PrintPreset randomPreset(std::mt19937_64& random) {
             field = random() % 2;
         else if constexpr (std::same_as<Field, double>)
             field = randomLength(random);
-        else
+        else {
+            static_assert(std::same_as<Field, std::string>,
+                          "say here which values a field of this type takes");
             field = randomText(random);
+        }
     });
     return preset;
 }
