@@ -7,6 +7,7 @@
 #include <QFrame>
 #include <QGroupBox>
 #include <QHBoxLayout>
+#include <QLineEdit>
 #include <QSpinBox>
 #include <QVBoxLayout>
 
@@ -220,6 +221,8 @@ QWidget* toggle(const QString& label, Binding<bool> value) {
 QWidget* numberField(const QString& label, Binding<int> value, int least, int most) {
     auto* field = new QSpinBox;
     field->setRange(least, most);
+    // Assistive technology comes upon what is inside, too.
+    field->findChild<QLineEdit*>()->setAccessibleName(label);
     ignoreWheelInPassing(field);
     whenRefreshed(field, [field, get = value.get] {
         const QSignalBlocker blocker(field);

@@ -10,6 +10,7 @@
 #include <QGroupBox>
 #include <QHelpEvent>
 #include <QImage>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QStyleOptionButton>
@@ -85,6 +86,7 @@ TEST_F(BuildersTest, numberFieldIsBoundBothWaysWithinItsBounds) {
     build(numberField("Copies", binding(model.copies), 1, 99));
     auto* field = control<QSpinBox>(*root, "Copies");
     ASSERT_NE(field, nullptr);
+    EXPECT_NE(control<QLineEdit>(*root, "Copies"), nullptr) << "what is typed into, too";
     EXPECT_EQ(field->value(), 3);
     model.copies = 200;
     refreshed();
