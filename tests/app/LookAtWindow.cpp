@@ -90,6 +90,8 @@ void lookAt(const Look& look, const QStringList& photos, const AppServices& serv
 
     for (const QString& photo : photos) {
         pm.loadImage(FileUrl::fromPath(photo.toStdString()));
+        if (QWidget* focused = window.focusWidget())
+            focused->clearFocus();
         look.save(window,
                   "photo-" + QString::fromStdString(pm.imageURL.get()->lastPathComponent()));
     }
@@ -111,10 +113,10 @@ void lookAt(const Look& look, const QStringList& photos, const AppServices& serv
     pm.selectedICCProfileID = profile;
 
     const QFont usual = QApplication::font();
-    QApplication::setFont(QFont(usual.family(), 12));
+    QApplication::setFont(QFont(usual.family(), 16));
     settle();
     panel->verticalScrollBar()->setValue(panel->verticalScrollBar()->maximum() / 2);
-    look.save(window, "font-of-12");
+    look.save(window, "font-of-16");
     QApplication::setFont(usual);
 
     const std::string size = pm.selectedPaperSizeID;
