@@ -53,7 +53,12 @@ void DecoderService::runInBackground(const void* owner, Task task) {
     Task cancelled;
     {
         const std::lock_guard lock(m_mutex);
-        if (m_stopped || !hasThread()) {
+        try {
+            if (!m_stopped && !m_thread.joinable())
+                m_thread = std::thread([this] { work(); });
+        } catch (const std::system_error&) { // there is none to be had
+        }
+        if (m_stopped || !m_thread.joinable()) {
             cancelled = std::move(task);
         } else {
             const auto waiting = std::ranges::find(m_tasks, owner, &Waiting::owner);
@@ -67,17 +72,6 @@ void DecoderService::runInBackground(const void* owner, Task task) {
     }
     if (cancelled)
         cancelled(true);
-}
-
-// With the lock held.
-bool DecoderService::hasThread() {
-    try {
-        if (!m_thread.joinable())
-            m_thread = std::thread([this] { work(); });
-        return true;
-    } catch (const std::system_error&) {
-        return false;
-    }
 }
 
 void DecoderService::stop() {

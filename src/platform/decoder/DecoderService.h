@@ -66,7 +66,6 @@ private:
         const void* owner;
         Task run;
     };
-    [[nodiscard]] bool hasThread();
     void work();
 
     const DecoderOptions m_options;

@@ -19,17 +19,11 @@ namespace {
 constexpr double largestPage = 14400;
 
 std::string_view intentName(RenderingIntent intent) {
-    switch (intent) {
-    case RenderingIntent::perceptual:
-        return "/Perceptual";
-    case RenderingIntent::relative:
-        return "/RelativeColorimetric";
-    case RenderingIntent::saturation:
-        return "/Saturation";
-    case RenderingIntent::absolute:
-        return "/AbsoluteColorimetric";
-    }
-    return "/RelativeColorimetric";
+    using enum RenderingIntent;
+    return intent == perceptual   ? "/Perceptual"
+           : intent == saturation ? "/Saturation"
+           : intent == absolute   ? "/AbsoluteColorimetric"
+                                  : "/RelativeColorimetric";
 }
 
 // Cuts the stretch from `start` over `length` to what a page can show.
@@ -65,17 +59,104 @@ public:
         m_onPage = true;
         m_mediaBox = mediaBox;
     }
-    void setRenderingIntent(RenderingIntent intent) override;
-    void setFillColorSpace(std::shared_ptr<const ColorSpace> space) override;
-    void setFillColorRGB(double red, double green, double blue) override;
+
+    void setRenderingIntent(RenderingIntent intent) override {
+        m_intent = intent;
+        m_content += intentName(intent);
+        m_content += " ri\n";
+    }
+
+    void setFillColorSpace(std::shared_ptr<const ColorSpace> space) override {
+        if (!space || m_file->failed())
+            return;
+        m_fillSpace = std::move(space);
+        const std::string value =
+            writeIccBasedSpace(*m_file, m_fillSpace->profile, m_fillSpace->channels);
+        if (value.empty())
+            return;
+        const std::string name = "/CS" + std::to_string(m_colorSpaceCount++);
+        m_colorSpaces += name + " " + value + " ";
+        m_content += name + " cs\n";
+    }
+
+    void setFillColorRGB(double red, double green, double blue) override {
+        m_fillSpace = nullptr;
+        // Device numbers: white stays bare paper. Through a profile, an absolute intent would print
+        // the profile's white point.
+        m_content +=
+            pdfNumbers(std::array{component(red), component(green), component(blue)}) + " rg\n";
+    }
+
     void setInterpolationQuality(InterpolationQuality quality) override { m_quality = quality; }
-    void fillRect(RectPoints rect) override;
-    void draw(const Bitmap& bitmap, RectPoints rect) override;
-    void endPage() override;
-    [[nodiscard]] bool close() override;
+
+    void fillRect(RectPoints rect) override {
+        cutToLargestPage(rect.x, rect.width);
+        cutToLargestPage(rect.y, rect.height);
+        // A path without area would still paint every device pixel that it touches (ISO 32000-1,
+        // 10.6.5). The comparison also refuses what is not a number.
+        if (!(std::abs(rect.width) >= smallestPdfNumber &&
+              std::abs(rect.height) >= smallestPdfNumber))
+            return;
+        m_content += pdfNumbers(std::array{rect.x, rect.y, rect.width, rect.height}) + " re f\n";
+    }
+
+    void draw(const Bitmap& bitmap, RectPoints rect) override try {
+        if (!m_onPage || m_file->failed() || !isDrawable(rect))
+            return;
+        const bool interpolate = m_quality == InterpolationQuality::high;
+        const bool converts = m_fillSpace && m_fillSpace->isDestination;
+        if (!converts) {
+            if (const auto stream = bitmap.jpegStream(); stream && isEmbeddable(*stream)) {
+                place(writeJpegImage(*m_file, *stream, interpolate), rect, stream->orientation);
+                return;
+            }
+        }
+        const auto target =
+            converts ? std::optional(ColorTarget{m_fillSpace, m_intent}) : std::nullopt;
+        if (const auto rows = bitmap.rows(target))
+            place(writeRowsImage(*m_file, *rows, interpolate), rect, 1);
+        else
+            m_file->fail(); // a sheet without its photo would go to the printer
+    } catch (const std::bad_alloc&) {
+        m_file->fail();
+    }
+
+    void endPage() override {
+        if (!m_onPage)
+            return;
+        m_onPage = false;
+        m_pageEnded = true;
+        const int contents = m_file->newObject();
+        m_file->writeStream(contents, "", m_content);
+        const auto [x, y, width, height] = m_mediaBox;
+        std::string resources;
+        if (!m_colorSpaces.empty())
+            resources += " /ColorSpace << " + m_colorSpaces + ">>";
+        if (!m_images.empty())
+            resources += " /XObject << " + m_images + ">>";
+        m_file->writeObject(
+            m_page, "<< /Type /Page /Parent " + pdfReference(m_pages) + " /MediaBox [" +
+                        pdfNumbers(std::array{x, y, x + width, y + height}) + "] /Resources <<" +
+                        resources + " >> /Contents " + pdfReference(contents) + " >>");
+    }
+
+    [[nodiscard]] bool close() override {
+        if (!m_pageEnded)
+            m_file->fail();
+        m_file->writeObject(m_pages,
+                            "<< /Type /Pages /Kids [" + pdfReference(m_page) + "] /Count 1 >>");
+        const int catalog = m_file->newObject();
+        m_file->writeObject(catalog, "<< /Type /Catalog /Pages " + pdfReference(m_pages) + " >>");
+        return m_file->finish(catalog);
+    }
 
 private:
-    void place(int image, RectPoints rect, int orientation);
+    void place(int image, RectPoints rect, int orientation) {
+        const std::string name = "/Im" + std::to_string(m_imageCount++);
+        m_images += name + " " + pdfReference(image) + " ";
+        m_content +=
+            "q " + pdfNumbers(imagePlacement(rect, orientation)) + " cm " + name + " Do Q\n";
+    }
 
     std::unique_ptr<PdfFile> m_file;
     int m_pages;
@@ -92,98 +173,6 @@ private:
     std::shared_ptr<const ColorSpace> m_fillSpace;        // null: a device space
     InterpolationQuality m_quality = InterpolationQuality::none;
 };
-
-void PdfPageContext::setRenderingIntent(RenderingIntent intent) {
-    m_intent = intent;
-    m_content += intentName(intent);
-    m_content += " ri\n";
-}
-
-void PdfPageContext::setFillColorSpace(std::shared_ptr<const ColorSpace> space) {
-    if (!space || m_file->failed())
-        return;
-    m_fillSpace = std::move(space);
-    const std::string value =
-        writeIccBasedSpace(*m_file, m_fillSpace->profile, m_fillSpace->channels);
-    if (value.empty())
-        return;
-    const std::string name = "/CS" + std::to_string(m_colorSpaceCount++);
-    m_colorSpaces += name + " " + value + " ";
-    m_content += name + " cs\n";
-}
-
-void PdfPageContext::setFillColorRGB(double red, double green, double blue) {
-    m_fillSpace = nullptr;
-    // Device numbers: white stays bare paper. Through a profile, an absolute intent would print
-    // the profile's white point.
-    m_content +=
-        pdfNumbers(std::array{component(red), component(green), component(blue)}) + " rg\n";
-}
-
-void PdfPageContext::fillRect(RectPoints rect) {
-    cutToLargestPage(rect.x, rect.width);
-    cutToLargestPage(rect.y, rect.height);
-    // A path without area would still paint every device pixel that it touches (ISO 32000-1,
-    // 10.6.5). The comparison also refuses what is not a number.
-    if (!(std::abs(rect.width) >= smallestPdfNumber && std::abs(rect.height) >= smallestPdfNumber))
-        return;
-    m_content += pdfNumbers(std::array{rect.x, rect.y, rect.width, rect.height}) + " re f\n";
-}
-
-void PdfPageContext::draw(const Bitmap& bitmap, RectPoints rect) try {
-    if (!m_onPage || m_file->failed() || !isDrawable(rect))
-        return;
-    const bool interpolate = m_quality == InterpolationQuality::high;
-    const bool converts = m_fillSpace && m_fillSpace->isDestination;
-    if (!converts) {
-        if (const auto stream = bitmap.jpegStream(); stream && isEmbeddable(*stream)) {
-            place(writeJpegImage(*m_file, *stream, interpolate), rect, stream->orientation);
-            return;
-        }
-    }
-    const auto target = converts ? std::optional(ColorTarget{m_fillSpace, m_intent}) : std::nullopt;
-    if (const auto rows = bitmap.rows(target))
-        place(writeRowsImage(*m_file, *rows, interpolate), rect, 1);
-    else
-        m_file->fail(); // a sheet without its photo would go to the printer
-} catch (const std::bad_alloc&) {
-    m_file->fail();
-}
-
-void PdfPageContext::place(int image, RectPoints rect, int orientation) {
-    const std::string name = "/Im" + std::to_string(m_imageCount++);
-    m_images += name + " " + pdfReference(image) + " ";
-    m_content += "q " + pdfNumbers(imagePlacement(rect, orientation)) + " cm " + name + " Do Q\n";
-}
-
-void PdfPageContext::endPage() {
-    if (!m_onPage)
-        return;
-    m_onPage = false;
-    m_pageEnded = true;
-    const int contents = m_file->newObject();
-    m_file->writeStream(contents, "", m_content);
-    const auto [x, y, width, height] = m_mediaBox;
-    std::string resources;
-    if (!m_colorSpaces.empty())
-        resources += " /ColorSpace << " + m_colorSpaces + ">>";
-    if (!m_images.empty())
-        resources += " /XObject << " + m_images + ">>";
-    m_file->writeObject(m_page, "<< /Type /Page /Parent " + pdfReference(m_pages) + " /MediaBox [" +
-                                    pdfNumbers(std::array{x, y, x + width, y + height}) +
-                                    "] /Resources <<" + resources + " >> /Contents " +
-                                    pdfReference(contents) + " >>");
-}
-
-bool PdfPageContext::close() {
-    if (!m_pageEnded)
-        m_file->fail();
-    m_file->writeObject(m_pages,
-                        "<< /Type /Pages /Kids [" + pdfReference(m_page) + "] /Count 1 >>");
-    const int catalog = m_file->newObject();
-    m_file->writeObject(catalog, "<< /Type /Catalog /Pages " + pdfReference(m_pages) + " >>");
-    return m_file->finish(catalog);
-}
 
 } // namespace
 
