@@ -1,5 +1,5 @@
 // The inspection that lets a JPEG's own stream go into the page.
-#include "decoder/JpegMarkers.h"
+#include "decoder/Jpeg.h"
 
 #include <cstddef>
 #include <cstdint>

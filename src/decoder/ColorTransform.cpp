@@ -1,6 +1,7 @@
 #include "decoder/ColorTransform.h"
 
 #include "decoder/ColorGrid.h"
+#include "decoder/Strips.h"
 
 #include <atomic>
 #include <cstring>
@@ -11,15 +12,6 @@ namespace lumivert::decoder {
 namespace {
 
 using Transform = std::unique_ptr<const ColorTransform>;
-
-cmsUInt32Number pixelType(const Profile& profile, const PixelLayout& layout) {
-    const cmsUInt32Number space = cmsGetColorSpace(profile.get()) == cmsSigLabData ? PT_Lab
-                                  : layout.channels == 1                           ? PT_GRAY
-                                  : layout.channels == 3                           ? PT_RGB
-                                                                                   : PT_CMYK;
-    return COLORSPACE_SH(space) | CHANNELS_SH(static_cast<cmsUInt32Number>(layout.channels)) |
-           BYTES_SH(static_cast<cmsUInt32Number>(layout.bits / 8));
-}
 
 class Exact : public ColorTransform {
 public:
@@ -34,23 +26,17 @@ private:
     std::unique_ptr<void, void (*)(cmsHTRANSFORM)> m_handle;
 };
 
-// Every grey there is, converted beforehand.
+// Every grey there is, converted beforehand; `exact` takes 16 bits.
 class FromGrey : public ColorTransform {
 public:
     FromGrey(const ColorTransform& exact, int inBits, int outChannels)
         : m_inBits(inBits)
         , m_outChannels(static_cast<std::size_t>(outChannels)) {
-        const std::size_t count = std::size_t{1} << inBits;
-        m_table.resize(count * m_outChannels);
-        std::vector<std::uint16_t> wide(count);
-        std::vector<std::uint8_t> narrow(count);
-        for (std::size_t i = 0; i < count; ++i) {
-            wide[i] = static_cast<std::uint16_t>(i);
-            narrow[i] = static_cast<std::uint8_t>(i);
-        }
-        const bool isWide = inBits == 16;
-        exact.convert(isWide ? static_cast<const void*>(wide.data()) : narrow.data(),
-                      m_table.data(), count);
+        std::vector<std::uint16_t> greys(std::size_t{1} << inBits);
+        for (std::size_t i = 0; i < greys.size(); ++i)
+            greys[i] = static_cast<std::uint16_t>(inBits == 8 ? i * 257 : i);
+        m_table.resize(greys.size() * m_outChannels);
+        exact.convert(greys.data(), m_table.data(), greys.size());
     }
 
     void convert(const void* in, void* out, std::size_t pixels) const override {
@@ -130,14 +116,20 @@ int generate(VipsRegion* out, void* sequence, void*, void* transform, gboolean*)
 } // namespace
 
 Transform ColorTransform::createExact(const ColorRoute& route, PixelLayout in, PixelLayout out) {
-    if (!*route.from || !*route.to || (route.paper && !*route.paper))
+    const auto format = [](const Profile& profile, PixelLayout layout) {
+        const bool fits = profile && cmsChannelsOf(cmsGetColorSpace(profile.get())) ==
+                                         static_cast<cmsUInt32Number>(layout.channels);
+        const auto bytes = static_cast<cmsUInt32Number>(layout.bits / 8);
+        return fits ? cmsFormatterForColorspaceOfProfile(profile.get(), bytes, FALSE) : 0;
+    };
+    const cmsUInt32Number from = format(*route.from, in);
+    const cmsUInt32Number to = format(*route.to, out);
+    if (from == 0 || to == 0 || (route.paper && !*route.paper))
         return nullptr;
     // No cache either: threads would share it.
     cmsUInt32Number flags = cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE;
     if (route.intent != INTENT_ABSOLUTE_COLORIMETRIC)
         flags |= cmsFLAGS_BLACKPOINTCOMPENSATION;
-    const cmsUInt32Number from = pixelType(*route.from, in);
-    const cmsUInt32Number to = pixelType(*route.to, out);
     cmsHTRANSFORM handle =
         route.paper
             ? cmsCreateProofingTransform(
@@ -148,41 +140,36 @@ Transform ColorTransform::createExact(const ColorRoute& route, PixelLayout in, P
 }
 
 Transform ColorTransform::create(const ColorRoute& route, PixelLayout in, PixelLayout out) {
-    const bool isToBytes = out.bits == 8;
-    const bool isOnGrid = isToBytes && in.channels == 3;
-    auto exact =
-        isOnGrid ? createExact(route, {3, 16}, {out.channels, 16}) : createExact(route, in, out);
+    if (out.bits != 8 || (in.channels == 4 && in.bits == 16))
+        return createExact(route, in, out);
+    auto exact = createExact(route, {in.channels, in.channels == 4 ? 8 : 16},
+                             {out.channels, in.channels == 3 ? 16 : 8});
     if (!exact)
         return nullptr;
-    if (isOnGrid)
-        return std::make_unique<const ColorGrid>(std::move(exact), *route.from, in.bits,
-                                                 out.channels);
-    if (isToBytes && in.channels == 1)
+    if (in.channels == 1)
         return std::make_unique<const FromGrey>(*exact, in.bits, out.channels);
-    if (isToBytes && in.channels == 4 && in.bits == 8)
+    if (in.channels == 4)
         return std::make_unique<const FromCmyk>(std::move(exact), out.channels);
-    return exact;
+    return std::make_unique<const ColorGrid>(std::move(exact), *route.from, in.bits, out.channels);
 }
 
 vips::VImage ColorTransform::apply(Transform transform, PixelLayout layout,
                                    const vips::VImage& image) {
+    struct Used {
+        Transform transform;
+        vips::VImage source;
+    };
     VipsImage* out = vips_image_new();
-    vips::VImage result(out);
     VipsImage* in = image.get_image();
+    auto* converting = const_cast<ColorTransform*>(transform.get());
+    // Let go when the image is finalised, after the last region of it.
+    const vips::VImage result =
+        holding(vips::VImage(out), std::make_shared<Used>(Used{std::move(transform), image}));
     if (vips_image_pipelinev(out, VIPS_DEMAND_STYLE_THINSTRIP, in, nullptr) != 0)
         throw vips::VError();
     out->Bands = layout.channels;
     out->BandFmt = layout.bits == 16 ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR;
-    out->Coding = VIPS_CODING_NONE;
-    out->Type = layout.channels == 1   ? VIPS_INTERPRETATION_B_W
-                : layout.channels == 4 ? VIPS_INTERPRETATION_CMYK
-                                       : VIPS_INTERPRETATION_sRGB;
-    // Both are let go when the image is finalised, after the last region of it.
-    auto* held = const_cast<ColorTransform*>(transform.release());
-    g_object_set_data_full(G_OBJECT(out), "lumivert-transform", held,
-                           [](void* data) { delete static_cast<ColorTransform*>(data); });
-    g_object_set_data_full(G_OBJECT(out), "lumivert-source", g_object_ref(in), g_object_unref);
-    if (vips_image_generate(out, vips_start_one, generate, vips_stop_one, in, held) != 0)
+    if (vips_image_generate(out, vips_start_one, generate, vips_stop_one, in, converting) != 0)
         throw vips::VError();
     return result;
 }

@@ -1,7 +1,9 @@
 #include "decoder/Confinement.h"
 
+#include "platform/decoder/DecoderProtocol.h"
 #include "platform/system/Descriptor.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -11,9 +13,13 @@
 #include <cstring>
 #include <fcntl.h>
 #include <linux/capability.h>
+#include <memory>
 #include <poll.h>
 #include <sched.h>
 #include <seccomp.h>
+#include <sstream>
+#include <stdexcept>
+#include <string>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -25,9 +31,9 @@ namespace lumivert::decoder {
 namespace {
 
 #if defined(LUMIVERT_SANITIZED)
-constexpr bool hasDoor = false;
+constexpr bool isSanitized = true;
 #else
-constexpr bool hasDoor = true;
+constexpr bool isSanitized = false;
 #endif
 
 // What /proc shows as the environment is the memory that the process was started with.
@@ -89,6 +95,15 @@ private:
     scmp_filter_ctx m_context;
 };
 
+constexpr const char* harmlessCalls =
+    "read pread64 readv write writev close lseek fstat ftruncate fallocate poll ppoll "
+    "brk mmap mprotect mremap munmap madvise "
+    "futex membarrier rseq set_robust_list set_tid_address "
+    "sched_yield sched_getaffinity sched_getattr getcpu "
+    "clock_gettime clock_getres clock_nanosleep nanosleep gettimeofday alarm setitimer "
+    "getpid gettid getrusage getrlimit sysinfo uname umask getrandom "
+    "rt_sigaction rt_sigprocmask rt_sigreturn sigaltstack restart_syscall exit exit_group";
+
 bool forbidCalls(int socket) {
     CallFilter filter;
     const auto is = [](unsigned argument, std::uint64_t value) {
@@ -98,56 +113,9 @@ bool forbidCalls(int socket) {
         return scmp_arg_cmp{argument, SCMP_CMP_MASKED_EQ, mask, value};
     };
     const auto number = [](auto value) { return static_cast<std::uint64_t>(value); };
-    for (const int call : {SCMP_SYS(read),
-                           SCMP_SYS(pread64),
-                           SCMP_SYS(readv),
-                           SCMP_SYS(write),
-                           SCMP_SYS(writev),
-                           SCMP_SYS(close),
-                           SCMP_SYS(lseek),
-                           SCMP_SYS(fstat),
-                           SCMP_SYS(ftruncate),
-                           SCMP_SYS(fallocate),
-                           SCMP_SYS(poll),
-                           SCMP_SYS(ppoll),
-                           SCMP_SYS(brk),
-                           SCMP_SYS(mmap),
-                           SCMP_SYS(mprotect),
-                           SCMP_SYS(mremap),
-                           SCMP_SYS(munmap),
-                           SCMP_SYS(madvise),
-                           SCMP_SYS(futex),
-                           SCMP_SYS(membarrier),
-                           SCMP_SYS(rseq),
-                           SCMP_SYS(set_robust_list),
-                           SCMP_SYS(set_tid_address),
-                           SCMP_SYS(sched_yield),
-                           SCMP_SYS(sched_getaffinity),
-                           SCMP_SYS(sched_getattr),
-                           SCMP_SYS(getcpu),
-                           SCMP_SYS(clock_gettime),
-                           SCMP_SYS(clock_getres),
-                           SCMP_SYS(clock_nanosleep),
-                           SCMP_SYS(nanosleep),
-                           SCMP_SYS(gettimeofday),
-                           SCMP_SYS(alarm),
-                           SCMP_SYS(setitimer),
-                           SCMP_SYS(getpid),
-                           SCMP_SYS(gettid),
-                           SCMP_SYS(getrusage),
-                           SCMP_SYS(getrlimit),
-                           SCMP_SYS(sysinfo),
-                           SCMP_SYS(uname),
-                           SCMP_SYS(umask),
-                           SCMP_SYS(getrandom),
-                           SCMP_SYS(rt_sigaction),
-                           SCMP_SYS(rt_sigprocmask),
-                           SCMP_SYS(rt_sigreturn),
-                           SCMP_SYS(sigaltstack),
-                           SCMP_SYS(restart_syscall),
-                           SCMP_SYS(exit),
-                           SCMP_SYS(exit_group)})
-        filter.answer(SCMP_ACT_ALLOW, call);
+    std::istringstream names(harmlessCalls);
+    for (std::string name; names >> name;)
+        filter.answer(SCMP_ACT_ALLOW, seccomp_syscall_resolve_name(name.c_str()));
     filter.answer(SCMP_ACT_ALLOW, SCMP_SYS(sendmsg), {is(0, number(socket))});
     filter.answer(SCMP_ACT_ALLOW, SCMP_SYS(recvmsg), {is(0, number(socket))});
     filter.answer(SCMP_ACT_ALLOW, SCMP_SYS(tgkill), {is(0, number(::getpid()))}); // abort()
@@ -170,6 +138,57 @@ bool forbidCalls(int socket) {
         filter.answer(SCMP_ACT_ERRNO(EACCES), call);
     filter.answer(SCMP_ACT_ERRNO(ENOTTY), SCMP_SYS(ioctl));
     return filter.load();
+}
+
+using Resource = decltype(RLIMIT_CORE);
+
+constexpr std::uint64_t gibibyte = std::uint64_t{1} << 30;
+constexpr std::uint64_t largestPixel = 8; // four inks of 16 bits
+constexpr rlim_t cpuSeconds = 60;
+
+// Those of one thread more than the libraries start at once for a core: its stack and the room
+// that malloc reserves for it.
+constexpr std::uint64_t addressesOfCore = 256u << 20;
+
+// A limit that raise() can widen up to `most`.
+void limit(Resource resource, rlim_t value, rlim_t most) {
+    rlimit now{};
+    ::getrlimit(resource, &now);
+    most = std::min(most, now.rlim_max);
+    const rlimit both{std::min(value, most), most};
+    ::setrlimit(resource, &both);
+}
+
+void raise(Resource resource, rlim_t value) {
+    rlimit now{};
+    if (::getrlimit(resource, &now) != 0 || now.rlim_cur >= value)
+        return;
+    now.rlim_cur = std::min(value, now.rlim_max);
+    ::setrlimit(resource, &now);
+}
+
+std::uint64_t pages(int name) {
+    return static_cast<std::uint64_t>(::sysconf(name)) *
+           static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+}
+
+std::uint64_t halfOfMachine() {
+    static const std::uint64_t half = pages(_SC_PHYS_PAGES) / 2;
+    return half;
+}
+
+// Addresses that cost no memory: libraries, the photo's bytes, the answer's, stacks never filled.
+std::uint64_t freeAddresses() {
+    static const std::uint64_t addresses = [] {
+        unsigned long long inUse = 0;
+        const std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen("/proc/self/statm", "re"),
+                                                         &std::fclose);
+        if (!file || std::fscanf(file.get(), "%llu", &inUse) != 1)
+            inUse = (1 << 20);
+        return inUse * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE)) + halfOfMachine() +
+               2 * gibibyte + std::thread::hardware_concurrency() * addressesOfCore;
+    }();
+    return addresses;
 }
 
 } // namespace
@@ -195,7 +214,7 @@ void leaveSurroundings() {
 }
 
 void shutDoor(int socket, bool tells) {
-    if (!hasDoor)
+    if (isSanitized)
         return;
     // Libraries' complaints about odd files are for nobody to read.
     const Descriptor standardError(::dup(STDERR_FILENO));
@@ -219,6 +238,36 @@ void endWithPeer(int socket) {
         }
         ::_exit(0);
     }).detach();
+}
+
+void limitResources() {
+    limit(RLIMIT_CORE, 0, 0);
+    limit(RLIMIT_NOFILE, 32, 32);
+    const std::uint64_t largestPhoto = largestPixel * protocol::maximumPixels;
+    limit(RLIMIT_CPU, cpuSeconds, cpuSeconds + (protocol::maximumPixels >> 20));
+    if (isSanitized)
+        return;
+    limit(RLIMIT_FSIZE, 2 * gibibyte, largestPhoto);
+    // Private memory that can be written; mappings of the photo and of files do not count.
+    limit(RLIMIT_DATA, 2 * gibibyte, halfOfMachine());
+    limit(RLIMIT_AS, freeAddresses() + 2 * gibibyte,
+          freeAddresses() + halfOfMachine() + largestPhoto);
+}
+
+void allowPhoto(PixelSize size, std::size_t heldBytesAPixel) {
+    const auto pixels = protocol::isPossible(size) ? static_cast<std::uint64_t>(size.width) *
+                                                         static_cast<std::uint64_t>(size.height)
+                                                   : 0;
+    const std::uint64_t heldBytes = pixels * heldBytesAPixel;
+    if (pixels == 0 || heldBytes >= halfOfMachine())
+        throw std::runtime_error("too large a photo");
+    raise(RLIMIT_CPU, cpuSeconds + (pixels >> 20));
+    if (isSanitized)
+        return;
+    const std::uint64_t memory = 2 * gibibyte + 4 * heldBytes;
+    raise(RLIMIT_FSIZE, pixels * largestPixel);
+    raise(RLIMIT_DATA, memory);
+    raise(RLIMIT_AS, freeAddresses() + std::min(memory, halfOfMachine()) + pixels * largestPixel);
 }
 
 } // namespace lumivert::decoder

@@ -1,14 +1,19 @@
 #pragma once
 
-/// The walls around the decoder: what a photo that takes it over can reach. Under a sanitizer,
-/// whose reports need files and calls of their own, shutDoor() leaves Landlock and seccomp out.
+#include "platform/Geometry.h"
+
+#include <cstddef>
+
+/// The walls around the decoder: what a photo that takes it over can reach, and what it may take
+/// from the machine. Under a sanitizer, whose reports need files and calls of their own and whose
+/// shadow memory is larger than any photo, shutDoor() leaves Landlock and seccomp out, and memory
+/// and the length of files are not limited.
 namespace lumivert::decoder {
 
 /// To be called first, on the only thread. Empties the environment, leaves the working directory
-/// for
-/// `/`, gives up every right and every way to new ones, and moves into a network without a device
-/// where the system lets it; there the number of threads is bounded as well. From here on the
-/// process is killed when the thread that started it ends, which must outlive it.
+/// for `/`, gives up every right and every way to new ones, and moves into a network without a
+/// device where the system lets it; there the number of threads is bounded as well. From here on
+/// the process is killed when the thread that started it ends, which must outlive it.
 void leaveSurroundings();
 
 /// To be called when libraries and files are open, on the only thread. From here on nothing can be
@@ -22,5 +27,19 @@ void shutDoor(int socket, bool tells);
 /// that nobody waits for any more, or a program that was gone before its end could be told. A
 /// thread of its own watches.
 void endWithPeer(int socket);
+
+/// Seconds that a photo may take to load; a decoder that takes longer ends.
+inline constexpr unsigned loadSeconds = 30;
+
+/// To be called once, before any photo: 2 GiB of memory, less than half of what the machine has,
+/// and a minute of processor time, until allowPhoto() widens them. No bound on what is mapped of
+/// files, beyond half of the machine's memory for the photo's own.
+void limitResources();
+
+/// Widens the limits for a photo of the size that it states, of whose decoded pixels so many bytes
+/// each are held until the last is made: four times these for memory, a second of processor time a
+/// megapixel. Never beyond what limitResources() left. Throws std::runtime_error for a size that is
+/// none, and where the pixels held would alone take half of the machine's memory.
+void allowPhoto(PixelSize size, std::size_t heldBytesAPixel);
 
 } // namespace lumivert::decoder

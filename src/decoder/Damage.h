@@ -1,8 +1,6 @@
 #pragma once
 
-#include <cstddef>
-#include <span>
-#include <string_view>
+#include "decoder/Blocks.h"
 
 /// Damage that libraries paint over instead of failing: a photo with it prints grey or as noise.
 /// docs/reliability.md says which damage each format can show.
@@ -13,7 +11,7 @@ namespace lumivert::decoder {
 /// picture ends where a block begins. HEIF: no coded data that zeros have replaced. DNG: every tile
 /// there, those of JPEG whole. Decodes a JPEG once more, on this thread; any thread. True for
 /// formats that it has no word on.
-[[nodiscard]] bool isWhole(std::span<const std::byte> bytes);
+[[nodiscard]] bool isWhole(ByteView bytes);
 
 /// Whether these lines, of what libvips tells of errors, say nothing but what isWhole() takes for
 /// harmless.

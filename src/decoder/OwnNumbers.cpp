@@ -24,8 +24,7 @@ bool isLabLike(const VImage& image) {
 }
 
 VImage firstBands(const VImage& image, int count) {
-    return image.bands() == count ? image
-                                  : image.extract_band(0, VImage::option()->set("n", count));
+    return image.extract_band(0, VImage::option()->set("n", count));
 }
 
 // How many channels are colour, the rest being alpha or something else.
@@ -111,12 +110,10 @@ OwnNumbers ownNumbers(VImage image, const Bytes& embeddedProfile, bool isIccLab)
         own.profile = embeddedProfile;
     switch (image.format()) {
     case VIPS_FORMAT_UCHAR:
-    case VIPS_FORMAT_USHORT:
-        own.pixels = image;
-        break;
     case VIPS_FORMAT_CHAR:
         own.pixels = image.cast(VIPS_FORMAT_UCHAR);
         break;
+    case VIPS_FORMAT_USHORT:
     case VIPS_FORMAT_SHORT:
         own.pixels = image.cast(VIPS_FORMAT_USHORT);
         break;

@@ -1,7 +1,7 @@
 #include "decoder/Photo.h"
 
+#include "decoder/Confinement.h"
 #include "decoder/Damage.h"
-#include "decoder/Limits.h"
 #include "decoder/OwnNumbers.h"
 #include "decoder/PhotoFacts.h"
 #include "decoder/Profiles.h"
@@ -37,25 +37,18 @@ std::span<const std::byte> blob(const VImage& image, const char* name) {
     return {static_cast<const std::byte*>(bytes), size};
 }
 
-// The loader's own reduction that keeps the longer edge at `edge` or above; 1 for none. Libjpeg
-// scales in the frequency domain, a proper low pass, so that no reserve for a second one is kept.
-int shrinkOnLoad(PixelSize size, int edge) {
-    const int longer = std::max(size.width, size.height);
+// With the loader's own reduction that keeps the longer edge at `edge` or above. Libjpeg scales in
+// the frequency domain, a proper low pass, so that no reserve for a second one is kept.
+VImage shrunk(const PhotoFormat& format, const VSource& source, const VImage& whole, int edge) {
+    const int longer = std::max(whole.width(), whole.height());
     int shrink = 8;
     while (shrink > 1 && longer / shrink < edge)
         shrink /= 2;
-    return shrink;
-}
-
-VImage shrunk(const PhotoFormat& format, const VSource& source, VImage whole, int edge) {
-    const PixelSize size{whole.width(), whole.height()};
-    if (format.kind == PhotoKind::jpeg)
-        if (const int shrink = shrinkOnLoad(size, edge); shrink > 1)
-            return load(format, source, VImage::option()->set("shrink", shrink));
-    if (format.kind == PhotoKind::webp)
-        if (const int longer = std::max(size.width, size.height); longer > edge)
-            return load(format, source,
-                        VImage::option()->set("scale", static_cast<double>(edge) / longer));
+    if (format.kind == PhotoKind::jpeg && shrink > 1)
+        return load(format, source, VImage::option()->set("shrink", shrink));
+    if (format.kind == PhotoKind::webp && longer > edge)
+        return load(format, source,
+                    VImage::option()->set("scale", static_cast<double>(edge) / longer));
     return whole;
 }
 

@@ -1,16 +1,20 @@
 #pragma once
 
-#include "decoder/JpegMarkers.h"
+#include "decoder/Jpeg.h"
 #include "platform/Bytes.h"
 #include "platform/Geometry.h"
 
 #include <vips/vips8>
 
-#include <memory>
 #include <optional>
 #include <span>
 
 namespace lumivert::decoder {
+
+/// Of a sample: 8 or 16.
+[[nodiscard]] inline int bitsOf(const vips::VImage& image) {
+    return image.format() == VIPS_FORMAT_USHORT ? 16 : 8;
+}
 
 /// A photo opened for one pass over its pixels. The pixels are stored (not yet upright), of 1, 3 or
 /// 4 channels (0 is no ink) or CIELAB, 8 or 16 bits in the machine's byte order, without alpha;
@@ -29,11 +33,9 @@ struct Photo {
     std::optional<JpegMarkers> jpeg;
     /// See the protocol's Answer::rawWhite.
     double rawWhite = 0;
-    /// Memory that `pixels` looks at.
-    std::shared_ptr<void> backing;
 
     [[nodiscard]] int channels() const { return pixels.bands(); }
-    [[nodiscard]] int bits() const { return pixels.format() == VIPS_FORMAT_USHORT ? 16 : 8; }
+    [[nodiscard]] int bits() const { return bitsOf(pixels); }
     [[nodiscard]] bool isLab() const;
     /// What paper is told of the numbers: CIELAB gets there as wide-gamut RGB.
     [[nodiscard]] const Bytes& paperProfile() const;

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
-#include <cstring>
 #include <string>
 
 namespace lumivert::decoder {
@@ -13,39 +12,21 @@ namespace {
 
 constexpr double millimetresPerInch = 25.4;
 
-bool beginsWith(std::span<const std::byte> bytes, std::string_view pattern) {
-    if (bytes.size() < pattern.size())
-        return false;
-    for (std::size_t i = 0; i < pattern.size(); ++i)
-        if (pattern[i] != '?' && std::to_integer<char>(bytes[i]) != pattern[i])
-            return false;
-    return true;
+bool beginsWith(ByteView bytes, std::string_view pattern) {
+    return bytes.size() >= pattern.size() &&
+           std::ranges::equal(
+               pattern, asText(bytes).substr(0, pattern.size()),
+               [](char wanted, char found) { return wanted == '?' || wanted == found; });
 }
 
-std::uint32_t bigEndian32(std::span<const std::byte> bytes, std::size_t at) {
-    std::uint32_t value = 0;
-    for (std::size_t i = 0; i < 4; ++i)
-        value = value << 8 | std::to_integer<std::uint32_t>(bytes[at + i]);
-    return value;
-}
-
-// The pHYs chunk (PNG, 11.3.5.3); it stands before the first IDAT. Libvips keeps no difference
-// between a density and a mere aspect ratio, nor between one pixel a millimetre and none stated.
-std::optional<Density> pngDensity(std::span<const std::byte> bytes) {
-    for (std::uint64_t at = 8; at + 12 <= bytes.size();) {
-        const std::uint32_t length = bigEndian32(bytes, at);
-        const auto type = bytes.subspan(at + 4);
-        if (beginsWith(type, "IDAT"))
-            return std::nullopt;
-        if (beginsWith(type, "pHYs") && length == 9 && at + 17 <= bytes.size()) {
-            if (bytes[at + 16] != std::byte{1})
-                return std::nullopt; // an aspect ratio only
-            constexpr double metresPerInch = millimetresPerInch / 1000;
-            return usableDensity(bigEndian32(bytes, at + 8) * metresPerInch,
-                                 bigEndian32(bytes, at + 12) * metresPerInch);
-        }
-        at += 12 + std::uint64_t{length};
-    }
+// The pHYs chunk (PNG, 11.3.5.3). Libvips keeps no difference between a density and a mere aspect
+// ratio, nor between one pixel a millimetre and none stated.
+std::optional<Density> pngDensity(ByteView bytes) {
+    constexpr double metresPerInch = millimetresPerInch / 1000;
+    for (const auto& [name, content] : pngChunks(bytes))
+        if (name == "pHYs" && content.size() == 9 && content[8] == std::byte{1})
+            return usableDensity(static_cast<double>(bigEndian(content, 0, 4)) * metresPerInch,
+                                 static_cast<double>(bigEndian(content, 4, 4)) * metresPerInch);
     return std::nullopt;
 }
 
@@ -78,7 +59,7 @@ std::optional<Density> exifDensity(const vips::VImage& image) {
 
 } // namespace
 
-const PhotoFormat* formatOf(std::span<const std::byte> bytes) {
+const PhotoFormat* formatOf(ByteView bytes) {
     const auto found = std::ranges::find_if(photoFormats(), [&](const PhotoFormat& format) {
         return std::ranges::any_of(format.beginnings, [&](std::string_view beginning) {
             return beginsWith(bytes, beginning);
@@ -87,8 +68,8 @@ const PhotoFormat* formatOf(std::span<const std::byte> bytes) {
     return found == photoFormats().end() ? nullptr : &*found;
 }
 
-PhotoFacts readFacts(const PhotoFormat& format, std::span<const std::byte> bytes,
-                     const vips::VImage& image, const std::optional<JpegMarkers>& jpeg) {
+PhotoFacts readFacts(const PhotoFormat& format, ByteView bytes, const vips::VImage& image,
+                     const std::optional<JpegMarkers>& jpeg) {
     PhotoFacts facts;
     if (format.upright == UprightBy::exif && image.get_typeof("orientation") == G_TYPE_INT)
         facts.orientation = image.get_int("orientation");
@@ -100,27 +81,22 @@ PhotoFacts readFacts(const PhotoFormat& format, std::span<const std::byte> bytes
                             textOf(image, "exif-ifd4-InteroperabilityIndex").starts_with("R03"));
 
     std::optional<Density> density;
-    switch (format.density) {
-    case DensityFrom::tiffTags:
+    if (format.density == DensityFrom::tiffTags) {
         density = TiffFile(bytes).density();
-        break;
-    case DensityFrom::physThenExif:
-        density = pngDensity(bytes);
-        break;
-    case DensityFrom::exif:
-    case DensityFrom::exifThenJfif:
-        break;
+    } else {
+        if (format.density == DensityFrom::physThenExif)
+            density = pngDensity(bytes);
+        if (!density)
+            density = exifDensity(image);
+        if (!density && jpeg && format.density == DensityFrom::exifThenJfif)
+            density = jpeg->jfifDensity;
     }
-    if (!density && format.density != DensityFrom::tiffTags)
-        density = exifDensity(image);
-    if (!density && jpeg && format.density == DensityFrom::exifThenJfif)
-        density = jpeg->jfifDensity;
     facts.density = density.value_or(Density{});
     return facts;
 }
 
-bool isPlainTiff(std::span<const std::byte> bytes) {
-    const bool isCanonRaw = bytes.size() > 8 && beginsWith(bytes.subspan(8), "CR");
+bool isPlainTiff(ByteView bytes) {
+    const bool isCanonRaw = asText(part(bytes, 8, 2)) == "CR";
     return !isCanonRaw && TiffFile(bytes).isPicture();
 }
 

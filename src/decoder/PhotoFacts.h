@@ -1,18 +1,16 @@
 #pragma once
 
-#include "decoder/JpegMarkers.h"
+#include "decoder/Jpeg.h"
 #include "model/PhotoFormats.h"
 
 #include <vips/vips8>
 
-#include <cstddef>
 #include <optional>
-#include <span>
 
 namespace lumivert::decoder {
 
 /// By the first bytes alone; null for what none of the formats begins with.
-[[nodiscard]] const PhotoFormat* formatOf(std::span<const std::byte> bytes);
+[[nodiscard]] const PhotoFormat* formatOf(ByteView bytes);
 
 /// What a file says about its photo beside the pixels. What is broken or missing is as if it were
 /// not there.
@@ -26,11 +24,11 @@ struct PhotoFacts {
 };
 
 /// `image` is what libvips made of `bytes`; `jpeg` their markers where they are a JPEG.
-[[nodiscard]] PhotoFacts readFacts(const PhotoFormat& format, std::span<const std::byte> bytes,
+[[nodiscard]] PhotoFacts readFacts(const PhotoFormat& format, ByteView bytes,
                                    const vips::VImage& image,
                                    const std::optional<JpegMarkers>& jpeg);
 
 /// A TIFF that is an ordinary picture, not a camera's sensor data in TIFF clothes.
-[[nodiscard]] bool isPlainTiff(std::span<const std::byte> bytes);
+[[nodiscard]] bool isPlainTiff(ByteView bytes);
 
 } // namespace lumivert::decoder

@@ -6,45 +6,39 @@
 #include <vips/vips8>
 
 #include <algorithm>
-#include <array>
 #include <cstring>
-#include <stdexcept>
 
 namespace lumivert::decoder {
 namespace {
 
 using Texts = std::unique_ptr<cmsMLU, decltype(&cmsMLUfree)>;
 
-ToneCurve gammaCurve(double gamma) {
-    return {cmsBuildGamma(nullptr, gamma), &cmsFreeToneCurve};
-}
-
-void name(void* profile, const char* description) {
-    const Texts text(cmsMLUalloc(nullptr, 1), &cmsMLUfree);
-    cmsMLUsetASCII(text.get(), "en", "US", description);
-    cmsWriteTag(profile, cmsSigProfileDescriptionTag, text.get());
-    const Texts rights(cmsMLUalloc(nullptr, 1), &cmsMLUfree);
-    cmsMLUsetASCII(rights.get(), "en", "US", "No copyright, use freely");
-    cmsWriteTag(profile, cmsSigCopyrightTag, rights.get());
+void writeText(const Profile& profile, cmsTagSignature tag, const char* text) {
+    const Texts texts(cmsMLUalloc(nullptr, 1), &cmsMLUfree);
+    cmsMLUsetASCII(texts.get(), "en", "US", text);
+    cmsWriteTag(profile.get(), tag, texts.get());
 }
 
 Bytes savedBytes(const Profile& profile) {
     cmsUInt32Number size = 0;
-    if (!cmsSaveProfileToMem(profile.get(), nullptr, &size))
-        throw std::runtime_error("no profile");
+    if (!profile || !cmsSaveProfileToMem(profile.get(), nullptr, &size))
+        return {};
     Bytes bytes(size);
     if (!cmsSaveProfileToMem(profile.get(), bytes.data(), &size))
-        throw std::runtime_error("no profile");
+        return {};
     // ICC.1, 7.2: the date of creation (24-35) must not change from run to run.
     constexpr std::array<unsigned char, 12> date{0x07, 0xce, 0, 1, 0, 1, 0, 0, 0, 0, 0, 0};
     std::memcpy(bytes.data() + 24, date.data(), date.size());
     return bytes;
 }
 
-Bytes rgbBytes(cmsCIExyY white, cmsCIExyYTRIPLE primaries, double gamma, const char* description) {
-    const ToneCurve curve = gammaCurve(gamma);
-    const std::array curves{curve.get(), curve.get(), curve.get()};
-    return madeBytes(Profile(cmsCreateRGBProfile(&white, &primaries, curves.data())), description);
+Bytes describedBytes(const Profile& profile, const char* description) {
+    if (!profile)
+        return {};
+    cmsSetProfileVersion(profile.get(), 2.1);
+    writeText(profile, cmsSigProfileDescriptionTag, description);
+    writeText(profile, cmsSigCopyrightTag, "No copyright, use freely");
+    return savedBytes(profile);
 }
 
 Profile genericCmyk() {
@@ -64,9 +58,7 @@ constexpr std::array allIntents{INTENT_PERCEPTUAL, INTENT_RELATIVE_COLORIMETRIC,
 // That the tags are there says little: they may be damaged, and one may stand for another.
 bool connects(const Profile& from, const Profile& to, cmsUInt32Number intent) {
     const auto format = [](const Profile& profile) {
-        const cmsColorSpaceSignature space = cmsGetColorSpace(profile.get());
-        return COLORSPACE_SH(static_cast<cmsUInt32Number>(_cmsLCMScolorSpace(space))) |
-               CHANNELS_SH(cmsChannelsOf(space)) | BYTES_SH(2);
+        return cmsFormatterForColorspaceOfProfile(profile.get(), 2, FALSE);
     };
     const std::unique_ptr<void, void (*)(cmsHTRANSFORM)> way(
         cmsCreateTransform(from.get(), format(from), to.get(), format(to), intent,
@@ -90,19 +82,26 @@ bool hasWayBack(const Profile& lab, const Profile& profile) {
 
 } // namespace
 
-ToneCurve srgbCurve() {
-    // IEC 61966-2-1 in Little CMS's form: Y = (aX + b)^gamma for X >= d, else cX.
-    const std::array parameters{2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045};
-    return {cmsBuildParametricToneCurve(nullptr, 4, parameters.data()), &cmsFreeToneCurve};
+ToneCurve parametricCurve(int type, const std::vector<double>& parameters) {
+    return {cmsBuildParametricToneCurve(nullptr, type, parameters.data()), &cmsFreeToneCurve};
 }
 
-Bytes madeBytes(const Profile& profile, const char* description) {
-    if (!profile)
-        throw std::runtime_error("no profile");
-    // Version 2: what a reader of PDF 1.4 knows.
-    cmsSetProfileVersion(profile.get(), 2.1);
-    name(profile.get(), description);
-    return savedBytes(profile);
+ToneCurve srgbCurve() {
+    // IEC 61966-2-1 in Little CMS's form: Y = (aX + b)^gamma for X >= d, else cX.
+    return parametricCurve(4, {2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045});
+}
+
+Bytes rgbBytes(const Chromaticities& colors, const ToneCurve& curve, const char* description) {
+    const auto& [xw, yw, xr, yr, xg, yg, xb, yb] = colors;
+    const cmsCIExyY white{xw, yw, 1};
+    const cmsCIExyYTRIPLE primaries{{xr, yr, 1}, {xg, yg, 1}, {xb, yb, 1}};
+    const std::array curves{curve.get(), curve.get(), curve.get()};
+    return describedBytes(Profile(cmsCreateRGBProfile(&white, &primaries, curves.data())),
+                          description);
+}
+
+Bytes greyBytes(const ToneCurve& curve, const char* description) {
+    return describedBytes(Profile(cmsCreateGrayProfile(cmsD50_xyY(), curve.get())), description);
 }
 
 Profile openProfile(std::span<const std::byte> bytes) {
@@ -166,15 +165,16 @@ Profile srgbProfile() {
 
 const Bytes& adobeRgbBytes() {
     static const Bytes bytes =
-        rgbBytes({0.3127, 0.3290, 1}, {{0.64, 0.33, 1}, {0.21, 0.71, 1}, {0.15, 0.06, 1}},
-                 563.0 / 256, "Adobe RGB (1998) compatible");
+        rgbBytes({0.3127, 0.3290, 0.64, 0.33, 0.21, 0.71, 0.15, 0.06},
+                 parametricCurve(1, {563.0 / 256}), "Adobe RGB (1998) compatible");
     return bytes;
 }
 
 const Bytes& wideGamutBytes() {
+    const auto [x, y, light] = *cmsD50_xyY();
     static const Bytes bytes =
-        rgbBytes(*cmsD50_xyY(), {{0.7347, 0.2653, 1}, {0.1596, 0.8404, 1}, {0.0366, 0.0001, 1}},
-                 1.8, "Wide gamut RGB with the primaries of ROMM");
+        rgbBytes({x, y, 0.7347, 0.2653, 0.1596, 0.8404, 0.0366, 0.0001}, parametricCurve(1, {1.8}),
+                 "Wide gamut RGB with the primaries of ROMM");
     return bytes;
 }
 
@@ -184,8 +184,7 @@ const Bytes& labBytes() {
 }
 
 const Bytes& plainGreyBytes() {
-    static const Bytes bytes = madeBytes(
-        Profile(cmsCreateGrayProfile(cmsD50_xyY(), gammaCurve(1.8).get())), "Grey, gamma 1.8");
+    static const Bytes bytes = greyBytes(parametricCurve(1, {1.8}), "Grey, gamma 1.8");
     return bytes;
 }
 

@@ -4,8 +4,10 @@
 
 #include <lcms2.h>
 
+#include <array>
 #include <memory>
 #include <span>
+#include <vector>
 
 /// ICC profiles in the decoder. Those made here have the same bytes every time.
 namespace lumivert::decoder {
@@ -17,11 +19,19 @@ struct CloseProfile {
 using Profile = std::unique_ptr<void, CloseProfile>;
 
 using ToneCurve = std::unique_ptr<cmsToneCurve, decltype(&cmsFreeToneCurve)>;
+/// One of Little CMS's parametric curves (cmsBuildParametricToneCurve).
+[[nodiscard]] ToneCurve parametricCurve(int type, const std::vector<double>& parameters);
 /// That of sRGB.
 [[nodiscard]] ToneCurve srgbCurve();
 
-/// A profile's bytes, in version 2 (what a reader of PDF 1.4 knows) and the same every time.
-[[nodiscard]] Bytes madeBytes(const Profile& profile, const char* description);
+/// x and y of white, red, green and blue.
+using Chromaticities = std::array<double, 8>;
+
+/// The bytes of a profile, in version 2 (what a reader of PDF 1.4 knows); empty where no profile
+/// can be made of that.
+[[nodiscard]] Bytes rgbBytes(const Chromaticities& colors, const ToneCurve& curve,
+                             const char* description);
+[[nodiscard]] Bytes greyBytes(const ToneCurve& curve, const char* description);
 
 /// Null where the bytes are no profile, or more than 64 MiB.
 [[nodiscard]] Profile openProfile(std::span<const std::byte> bytes);

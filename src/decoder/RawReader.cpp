@@ -1,7 +1,8 @@
 #include "decoder/RawReader.h"
 
-#include "decoder/Limits.h"
+#include "decoder/Confinement.h"
 #include "decoder/Profiles.h"
+#include "decoder/Strips.h"
 
 #include <libraw/libraw.h>
 
@@ -122,8 +123,9 @@ std::optional<Photo> openRaw(std::span<const std::byte> bytes, const OpenOptions
 
     photo.rawWhite = options.rawWhite > 0 ? options.rawWhite : findWhite(*raw, channels);
     const std::size_t size = std::size_t{sizes.width} * sizes.height * sizeof(*raw->imgdata.image);
-    const VImage linear = VImage::new_from_memory(raw->imgdata.image, size, developed.width,
-                                                  developed.height, 4, VIPS_FORMAT_USHORT);
+    const VImage linear = holding(VImage::new_from_memory(raw->imgdata.image, size, developed.width,
+                                                          developed.height, 4, VIPS_FORMAT_USHORT),
+                                  development);
     development->table = toneTable(photo.rawWhite);
     const VImage table = VImage::new_from_memory(
         development->table.data(), development->table.size() * sizeof(std::uint16_t),
@@ -135,7 +137,6 @@ std::optional<Photo> openRaw(std::span<const std::byte> bytes, const OpenOptions
                                                                  : VIPS_INTERPRETATION_RGB16));
     photo.profile = channels == 1 ? plainGreyBytes() : wideGamutBytes();
     photo.isRandomAccess = true;
-    photo.backing = development;
     return photo;
 }
 

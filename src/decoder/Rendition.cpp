@@ -1,16 +1,46 @@
 #include "decoder/Rendition.h"
 
 #include "decoder/ColorTransform.h"
-#include "decoder/Orientation.h"
 #include "decoder/Strips.h"
 
 #include <algorithm>
+#include <bit>
 #include <stdexcept>
 
 namespace lumivert::decoder {
 namespace {
 
 using vips::VImage;
+
+// Exif's orientations (CIPA DC-008, 4.6.5, tag 274) from 3 on ask for rows in another order than
+// they are stored.
+bool needsRandomAccess(const Photo& photo) {
+    return photo.orientation > 2;
+}
+
+VImage upright(const VImage& stored, int orientation) {
+    VImage image = stored.copy();
+    image.set(VIPS_META_ORIENTATION, orientation);
+    return image.autorot();
+}
+
+// Where the rectangle of the upright photo lies in the stored one.
+PixelRect storedRect(PixelRect rect, const Photo& photo) {
+    const int turn = photo.orientation;
+    if (turn >= 5)
+        rect = {rect.y, rect.x, rect.height, rect.width};
+    if (turn == 2 || turn == 3 || turn == 7 || turn == 8)
+        rect.x = photo.storedSize.width - rect.x - rect.width;
+    if (turn == 3 || turn == 4 || turn == 6 || turn == 7)
+        rect.y = photo.storedSize.height - rect.y - rect.height;
+    return rect;
+}
+
+bool isInside(PixelRect rect, PixelSize size) {
+    return rect.x >= 0 && rect.y >= 0 && rect.width > 0 && rect.height > 0 &&
+           rect.width <= size.width && rect.height <= size.height &&
+           rect.x <= size.width - rect.width && rect.y <= size.height - rect.height;
+}
 
 VImage fitted(const VImage& image, PixelSize storedSize, int edge) {
     const int longer = std::max(storedSize.width, storedSize.height);
@@ -27,43 +57,67 @@ VImage fitted(const VImage& image, PixelSize storedSize, int edge) {
         VImage::option()->set("vscale", static_cast<double>(height) / image.height()));
 }
 
+VImage converted(const VImage& image, const Photo& photo, ColorRoute route, int bits) {
+    const Profile from = sourceProfile(photo.profile, photo.channels());
+    route.from = &from;
+    const PixelLayout out{*route.to ? channelsOf(*route.to) : 0, bits};
+    auto transform = out.channels > 0
+                         ? ColorTransform::create(route, {photo.channels(), photo.bits()}, out)
+                         : nullptr;
+    if (!transform)
+        throw std::runtime_error("no way from the photo's colours to these");
+    return ColorTransform::apply(std::move(transform), out, image);
+}
+
 } // namespace
 
 VImage screenRendition(const Photo& photo, int screenEdge, const std::optional<Paper>& paper) {
     VImage image = fitted(photo.pixels, photo.storedSize, screenEdge);
-    if (needsRandomAccess(photo.orientation))
+    if (needsRandomAccess(photo))
         image = image.copy_memory();
     image = upright(image, photo.orientation);
-
-    const int channels = photo.channels();
-    if (!paper && channels == 3 && photo.bits() == 8 && photo.profile.empty())
+    if (!paper && photo.channels() == 3 && photo.bits() == 8 && photo.profile.empty())
         return image;
-    const Profile from = sourceProfile(photo.profile, channels);
     const Profile screen = srgbProfile();
-    const Profile through = paper ? openProfile(paper->profile) : nullptr;
-    const ColorRoute route =
-        paper ? ColorRoute{&from, &screen, &through, paper->intent}
-              : ColorRoute{&from, &screen, nullptr, INTENT_RELATIVE_COLORIMETRIC};
-    const PixelLayout out{3, 8};
-    auto transform = ColorTransform::create(route, {channels, photo.bits()}, out);
-    if (!transform)
-        throw std::runtime_error("no way from the photo's colours to the screen");
-    return ColorTransform::apply(std::move(transform), out, image);
+    if (!paper)
+        return converted(image, photo, {.to = &screen, .intent = INTENT_RELATIVE_COLORIMETRIC}, 8);
+    const Profile through = openProfile(paper->profile);
+    return converted(image, photo, {.to = &screen, .paper = &through, .intent = paper->intent}, 8);
 }
 
 void writeWords(const VImage& rendition, std::uint32_t* pixels) {
-    const auto width = static_cast<std::size_t>(rendition.width());
-    forEachStrip(rendition, [&](const Strip& strip) {
-        for (int i = 0; i < strip.lines; ++i) {
-            const std::byte* from = strip.line(i).data();
-            std::uint32_t* to = pixels + static_cast<std::size_t>(strip.top + i) * width;
-            for (std::size_t x = 0; x < width; ++x, from += 3)
-                to[x] = 0xff000000u | std::to_integer<std::uint32_t>(from[0]) << 16 |
-                        std::to_integer<std::uint32_t>(from[1]) << 8 |
-                        std::to_integer<std::uint32_t>(from[2]);
-        }
+    forEachStrip(rendition, [&](std::span<const std::byte> rows, int top) {
+        std::uint32_t* to =
+            pixels + static_cast<std::size_t>(top) * static_cast<std::size_t>(rendition.width());
+        for (const std::byte* from = rows.data(); from != rows.data() + rows.size(); from += 3)
+            *to++ = 0xff000000u | std::to_integer<std::uint32_t>(from[0]) << 16 |
+                    std::to_integer<std::uint32_t>(from[1]) << 8 |
+                    std::to_integer<std::uint32_t>(from[2]);
         return true;
     });
+}
+
+VImage paperRows(const Photo& photo, PixelRect crop, const std::optional<Paper>& target) {
+    if (!isInside(crop, photo.uprightSize()))
+        throw std::runtime_error("crop outside the photo");
+    const PixelRect part = storedRect(crop, photo);
+    VImage image = photo.pixels;
+    if (part != PixelRect{0, 0, photo.storedSize.width, photo.storedSize.height})
+        image = image.extract_area(part.x, part.y, part.width, part.height);
+    if (needsRandomAccess(photo) && !photo.isRandomAccess)
+        image = keptWhole(image);
+    image = upright(image, photo.orientation);
+    if (target) {
+        const Profile to = openProfile(target->profile);
+        return converted(image, photo, {.to = &to, .intent = target->intent}, 8);
+    }
+    if (photo.isLab()) {
+        const Profile to = openProfile(photo.paperProfile());
+        image = converted(image, photo, {.to = &to, .intent = INTENT_RELATIVE_COLORIMETRIC}, 16);
+    }
+    const bool isSwapped =
+        image.format() == VIPS_FORMAT_USHORT && std::endian::native == std::endian::little;
+    return isSwapped ? image.byteswap() : image;
 }
 
 } // namespace lumivert::decoder

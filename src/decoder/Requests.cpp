@@ -4,7 +4,6 @@
 #include "decoder/Photo.h"
 #include "decoder/Profiles.h"
 #include "decoder/Rendition.h"
-#include "decoder/Rows.h"
 #include "decoder/Strips.h"
 #include "model/PhotoFormats.h"
 #include "platform/system/Packets.h"
@@ -30,10 +29,6 @@ using protocol::Answer;
 using protocol::Kind;
 using protocol::Request;
 
-bool send(int socket, const Answer& answer, std::span<const int> descriptors = {}) {
-    return sendPacket(socket, std::as_bytes(std::span(&answer, 1)), descriptors);
-}
-
 SharedBytes mapped(const Descriptor& file) {
     auto bytes = mapSealed(file.get());
     if (!bytes)
@@ -41,18 +36,32 @@ SharedBytes mapped(const Descriptor& file) {
     return *bytes;
 }
 
-Photo opened(std::span<const std::byte> bytes, const OpenOptions& options) {
-    auto photo = openPhoto(bytes, options);
+Photo opened(const SharedBytes& bytes, const OpenOptions& options) {
+    auto photo = openPhoto(bytes.view, options);
     if (!photo)
         throw std::runtime_error("not a photo");
     return std::move(*photo);
+}
+
+int edgeOf(const Request& request) {
+    if (request.screenEdge <= 0 || request.screenEdge > protocol::maximumScreenEdge)
+        throw std::runtime_error("not an edge");
+    return request.screenEdge;
+}
+
+bool send(int socket, const Answer& answer, std::span<const int> descriptors = {}) {
+    return sendPacket(socket, std::as_bytes(std::span(&answer, 1)), descriptors);
 }
 
 // Made before nothing can be made any more; a decoder answers once.
 Descriptor preparedAnswer;
 
 // The answer's memory: pixels, then the profile; sealed.
-Descriptor answerFile(const vips::VImage& rendition, const Bytes& profile) {
+Descriptor answerFile(Answer& answer, const vips::VImage& rendition, const Bytes& profile) {
+    answer.done = 1;
+    answer.renditionWidth = rendition.width();
+    answer.renditionHeight = rendition.height();
+    answer.profileSize = profile.size();
     const std::size_t pixelBytes = std::size_t{4} * static_cast<std::size_t>(rendition.width()) *
                                    static_cast<std::size_t>(rendition.height());
     const std::size_t size = pixelBytes + profile.size();
@@ -74,22 +83,20 @@ void load(int socket, const Request& request, std::span<const Descriptor> descri
     const SharedBytes bytes = mapped(descriptors[0]);
     // Beside the rendition, which leaves a core to it.
     auto wholeness = std::async(std::launch::async, [&bytes] { return isWhole(bytes.view); });
-    const Photo photo = opened(bytes.view, {request.screenEdge, 0});
-    const vips::VImage rendition = screenRendition(photo, request.screenEdge, std::nullopt);
-    const Descriptor file = answerFile(rendition, photo.paperProfile());
+    const Photo photo = opened(bytes, {edgeOf(request), 0});
+    Answer answer;
+    answer.kind = Kind::load;
+    const Descriptor file = answerFile(
+        answer, screenRendition(photo, request.screenEdge, std::nullopt), photo.paperProfile());
     if (!wholeness.get())
         throw std::runtime_error("a damaged photo");
 
-    Answer answer;
-    answer.kind = Kind::load;
-    answer.done = 1;
     answer.width = photo.uprightSize().width;
     answer.height = photo.uprightSize().height;
     answer.channels = static_cast<std::uint32_t>(photo.channels());
     answer.bitsPerComponent = static_cast<std::uint32_t>(photo.bits());
     answer.densityX = photo.uprightDensity().x;
     answer.densityY = photo.uprightDensity().y;
-    answer.profileSize = photo.paperProfile().size();
     answer.rawWhite = photo.rawWhite;
     if (photo.jpeg) {
         answer.jpegStream = 1;
@@ -98,8 +105,6 @@ void load(int socket, const Request& request, std::span<const Descriptor> descri
         answer.storedHeight = photo.jpeg->height;
         answer.inverted = photo.jpeg->inverted ? 1 : 0;
     }
-    answer.renditionWidth = rendition.width();
-    answer.renditionHeight = rendition.height();
     const int fd = file.get();
     send(socket, answer, {&fd, 1});
 }
@@ -107,16 +112,12 @@ void load(int socket, const Request& request, std::span<const Descriptor> descri
 void proof(int socket, const Request& request, std::span<const Descriptor> descriptors) {
     const SharedBytes bytes = mapped(descriptors[0]);
     const SharedBytes profile = mapped(descriptors[1]);
-    const Photo photo = opened(bytes.view, {request.screenEdge, request.rawWhite});
-    const vips::VImage rendition =
-        screenRendition(photo, request.screenEdge, Paper{profile.view, request.intent});
-    const Descriptor file = answerFile(rendition, {});
-
+    const Photo photo = opened(bytes, {edgeOf(request), request.rawWhite});
     Answer answer;
     answer.kind = Kind::proof;
-    answer.done = 1;
-    answer.renditionWidth = rendition.width();
-    answer.renditionHeight = rendition.height();
+    const Descriptor file = answerFile(
+        answer, screenRendition(photo, request.screenEdge, Paper{profile.view, request.intent}),
+        {});
     const int fd = file.get();
     send(socket, answer, {&fd, 1});
 }
@@ -135,38 +136,26 @@ void profile(int socket, std::span<const Descriptor> descriptors) {
 bool rows(int socket, const Request& request, std::span<const Descriptor> descriptors) {
     const SharedBytes bytes = mapped(descriptors[0]);
     const int pipe = descriptors[1].get();
-    std::optional<SharedBytes> profile;
-    std::optional<Paper> target;
-    if (request.hasTarget != 0) {
-        profile = mapped(descriptors[2]);
-        target = Paper{profile->view, request.intent};
-    }
-    const Photo photo = opened(bytes.view, {std::nullopt, request.rawWhite});
-    const Rows rows =
-        photoRows(photo, {request.x, request.y, request.width, request.height}, target);
+    const SharedBytes profile = request.hasTarget != 0 ? mapped(descriptors[2]) : SharedBytes();
+    const auto target =
+        request.hasTarget != 0 ? std::optional(Paper{profile.view, request.intent}) : std::nullopt;
+    const Photo photo = opened(bytes, {std::nullopt, request.rawWhite});
+    const vips::VImage pixels =
+        paperRows(photo, {request.x, request.y, request.width, request.height}, target);
 
     Answer answer;
     answer.kind = Kind::rows;
     answer.done = 1;
-    answer.width = rows.pixels.width();
-    answer.height = rows.pixels.height();
-    answer.channels = static_cast<std::uint32_t>(rows.channels);
-    answer.bitsPerComponent = static_cast<std::uint32_t>(rows.bits);
+    answer.width = pixels.width();
+    answer.height = pixels.height();
+    answer.channels = static_cast<std::uint32_t>(pixels.bands());
+    answer.bitsPerComponent = static_cast<std::uint32_t>(bitsOf(pixels));
     bool answered = false;
     try {
-        forEachStrip(rows.pixels, [&](const Strip& strip) {
+        forEachStrip(pixels, [&](std::span<const std::byte> strip, int) {
             // Not before the first rows stand ready: until then a photo can still be refused.
-            if (!answered)
-                answered = send(socket, answer);
-            if (!answered)
-                return false;
-            if (strip.stride == strip.bytesPerLine)
-                return writeAll(
-                    pipe, {strip.first, strip.stride * static_cast<std::size_t>(strip.lines)});
-            for (int i = 0; i < strip.lines; ++i)
-                if (!writeAll(pipe, strip.line(i)))
-                    return false;
-            return true;
+            answered = answered || send(socket, answer);
+            return answered && writeAll(pipe, strip);
         });
     } catch (...) {
         if (!answered)
@@ -198,18 +187,13 @@ bool serve(int socket, const Request& request, std::vector<Descriptor> descripto
                              descriptors.size() == descriptorsOf(request);
         if (isWhole && request.kind == Kind::rows)
             return rows(socket, request, descriptors);
-        const bool hasEdge =
-            request.screenEdge > 0 && request.screenEdge <= protocol::maximumScreenEdge;
-        if (isWhole && hasEdge && request.kind == Kind::load) {
-            load(socket, request, descriptors);
-            return true;
-        }
-        if (isWhole && hasEdge && request.kind == Kind::proof) {
-            proof(socket, request, descriptors);
-            return true;
-        }
-        if (isWhole && request.kind == Kind::profile) {
-            profile(socket, descriptors);
+        if (isWhole) {
+            if (request.kind == Kind::load)
+                load(socket, request, descriptors);
+            else if (request.kind == Kind::proof)
+                proof(socket, request, descriptors);
+            else
+                profile(socket, descriptors);
             return true;
         }
     } catch (const std::exception&) {

@@ -1,19 +1,13 @@
 #include "decoder/StatedColors.h"
 
-#include "decoder/Profiles.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <libheif/heif.h>
 #include <memory>
-#include <vector>
 
 namespace lumivert::decoder {
 namespace {
-
-using Chromaticities = std::array<double, 8>; // white, red, green, blue
 
 constexpr double paperWhite = 203; // cd/m²
 constexpr double sceneWhite = 1000;
@@ -83,25 +77,21 @@ double onPaper(double light) {
     return std::min(lightOfPq(mapped * most) / paperWhite, 1.0);
 }
 
-ToneCurve parametric(int type, std::vector<double> parameters) {
-    return {cmsBuildParametricToneCurve(nullptr, type, parameters.data()), &cmsFreeToneCurve};
-}
-
 ToneCurve curveOf(const StatedColors& colors) {
     if (colors.gamma)
-        return parametric(1, {1 / *colors.gamma});
+        return parametricCurve(1, {1 / *colors.gamma});
     switch (colors.transfer) {
     case 1: // and the same curve by other names
     case 6:
     case 14:
     case 15:
-        return parametric(4, {1 / 0.45, 1 / 1.099, 0.099 / 1.099, 1 / 4.5, 0.081});
+        return parametricCurve(4, {1 / 0.45, 1 / 1.099, 0.099 / 1.099, 1 / 4.5, 0.081});
     case 4:
-        return parametric(1, {2.2});
+        return parametricCurve(1, {2.2});
     case 5:
-        return parametric(1, {2.8});
+        return parametricCurve(1, {2.8});
     case 8:
-        return parametric(1, {1});
+        return parametricCurve(1, {1});
     case 13:
         return srgbCurve();
     case 16:
@@ -121,55 +111,38 @@ ToneCurve curveOf(const StatedColors& colors) {
     }
 }
 
-std::uint32_t word(std::span<const std::byte> bytes, std::size_t at) {
-    std::uint32_t value = 0;
-    for (std::size_t i = 0; i < 4; ++i)
-        value = value << 8 | std::to_integer<std::uint32_t>(bytes[at + i]);
-    return value;
-}
-
 } // namespace
 
-std::optional<StatedColors> pngColors(std::span<const std::byte> bytes, bool isAboveProfile) {
-    StatedColors byGamma;
+std::optional<StatedColors> pngColors(ByteView file, bool isAboveProfile) {
+    StatedColors byGamma{.primaries = 1};
     bool isSrgb = false;
-    for (std::uint64_t at = 8; at + 12 <= bytes.size();) {
-        const std::uint64_t length = word(bytes, at);
-        if (length > bytes.size() - at - 12)
-            break;
-        const auto data = bytes.subspan(at + 8, length);
-        const auto is = [&](const char* type, std::size_t size) {
-            return std::memcmp(bytes.data() + at + 4, type, 4) == 0 && length >= size;
+    for (const auto& [name, data] : pngChunks(file)) {
+        const auto fraction = [&](std::size_t index) {
+            return static_cast<double>(bigEndian(data, 4 * index, 4)) / 100000;
         };
-        const auto fraction = [&](std::size_t index) { return word(data, 4 * index) / 100000.0; };
-        if (is("IDAT", 0))
-            break;
         // The third number, of a matrix, is 0 for RGB; the fourth 1 for the full range.
-        if (is("cICP", 4)) {
+        if (name == "cICP" && data.size() >= 4) {
             const StatedColors colors{std::to_integer<int>(data[0]), std::to_integer<int>(data[1])};
             if (data[2] == std::byte{0} && data[3] == std::byte{1} && !profileOf(colors, 3).empty())
                 return colors;
         }
-        isSrgb = isSrgb || is("sRGB", 1);
-        if (is("gAMA", 4) && word(data, 0) > 0)
+        isSrgb = isSrgb || (name == "sRGB" && !data.empty());
+        if (name == "gAMA" && fraction(0) > 0)
             byGamma.gamma = fraction(0);
-        if (is("cHRM", 32)) {
-            Chromaticities xy{};
-            for (std::size_t i = 0; i < xy.size(); ++i)
-                xy[i] = fraction(i);
-            byGamma.chromaticities = xy;
+        if (name == "cHRM" && data.size() >= 32) {
+            byGamma.chromaticities.emplace();
+            for (std::size_t i = 0; i < 8; ++i)
+                (*byGamma.chromaticities)[i] = fraction(i);
         }
-        at += 12 + length;
     }
     if (isAboveProfile)
         return std::nullopt;
     if (isSrgb)
         return StatedColors{1, 13};
-    byGamma.primaries = 1;
     return byGamma.gamma ? std::optional(byGamma) : std::nullopt;
 }
 
-std::optional<StatedColors> heifColors(std::span<const std::byte> bytes) {
+std::optional<StatedColors> heifColors(ByteView bytes) {
     const std::unique_ptr<heif_context, decltype(&heif_context_free)> context(heif_context_alloc(),
                                                                               &heif_context_free);
     heif_image_handle* found = nullptr;
@@ -194,13 +167,8 @@ Bytes profileOf(const StatedColors& colors, int channels) {
     const ToneCurve curve = curveOf(colors);
     if (!xy || !curve || (channels != 1 && channels != 3))
         return {};
-    const auto& [xw, yw, xr, yr, xg, yg, xb, yb] = *xy;
-    const cmsCIExyY white{xw, yw, 1};
-    const cmsCIExyYTRIPLE primaries{{xr, yr, 1}, {xg, yg, 1}, {xb, yb, 1}};
-    const std::array curves{curve.get(), curve.get(), curve.get()};
-    const Profile profile(channels == 1 ? cmsCreateGrayProfile(cmsD50_xyY(), curve.get())
-                                        : cmsCreateRGBProfile(&white, &primaries, curves.data()));
-    return profile ? madeBytes(profile, "As the photo states") : Bytes();
+    constexpr const char* name = "As the photo states";
+    return channels == 1 ? greyBytes(curve, name) : rgbBytes(*xy, curve, name);
 }
 
 } // namespace lumivert::decoder

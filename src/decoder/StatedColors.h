@@ -1,11 +1,9 @@
 #pragma once
 
-#include "platform/Bytes.h"
+#include "decoder/Blocks.h"
+#include "decoder/Profiles.h"
 
-#include <array>
-#include <cstddef>
 #include <optional>
-#include <span>
 
 namespace lumivert::decoder {
 
@@ -16,18 +14,17 @@ struct StatedColors {
     int transfer = 2;
     /// Of the file's numbers, in place of `transfer`: 0.45455 and the like (PNG, gAMA).
     std::optional<double> gamma = std::nullopt;
-    /// In place of `primaries`: x and y of white, red, green and blue (PNG, cHRM).
-    std::optional<std::array<double, 8>> chromaticities = std::nullopt;
+    /// In place of `primaries` (PNG, cHRM).
+    std::optional<Chromaticities> chromaticities = std::nullopt;
 };
 
 /// PNG, 3rd edition, 4.3: of the chunks cICP, sRGB, gAMA with cHRM the first that is there and
 /// whose meaning is known. A profile in iCCP stands behind cICP and before the others:
 /// `isAboveProfile` asks for cICP alone.
-[[nodiscard]] std::optional<StatedColors> pngColors(std::span<const std::byte> bytes,
-                                                    bool isAboveProfile);
+[[nodiscard]] std::optional<StatedColors> pngColors(ByteView file, bool isAboveProfile);
 
 /// The main picture's colr box of type nclx (ISO/IEC 23008-12), through libheif.
-[[nodiscard]] std::optional<StatedColors> heifColors(std::span<const std::byte> bytes);
+[[nodiscard]] std::optional<StatedColors> heifColors(ByteView bytes);
 
 /// A profile with that meaning for 1 or 3 channels; empty where it is not known. Light brighter
 /// than paper (PQ, HLG) is brought down to it by the curve of ITU-R BT.2390, 5.4.1, in each

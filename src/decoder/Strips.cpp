@@ -1,30 +1,96 @@
 #include "decoder/Strips.h"
 
 #include "decoder/Damage.h"
+#include "platform/system/Descriptor.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <fcntl.h>
+#include <stdexcept>
+#include <string>
+#include <sys/mman.h>
+#include <utility>
 
 namespace lumivert::decoder {
 namespace {
 
-int takeRegion(VipsRegion* region, VipsRect* area, void* context) {
-    const auto& take = *static_cast<const std::function<bool(const Strip&)>*>(context);
-    Strip strip;
-    strip.first = reinterpret_cast<const std::byte*>(VIPS_REGION_ADDR(region, 0, area->top));
-    strip.bytesPerLine = VIPS_IMAGE_SIZEOF_LINE(region->im);
-    strip.stride = VIPS_REGION_LSKIP(region);
-    strip.top = area->top;
-    strip.lines = area->height;
-    return take(strip) ? 0 : -1;
+using vips::VImage;
+using Memory = std::shared_ptr<const void>;
+
+constexpr std::size_t mostInMemory = std::size_t{256} << 20;
+
+// Made before files are out of reach.
+Descriptor prepared;
+
+// The sink's buffers are as wide as the image, so that their rows touch.
+int takeRegion(VipsRegion* region, VipsRect* area, void* take) {
+    const std::span rows(reinterpret_cast<const std::byte*>(VIPS_REGION_ADDR(region, 0, area->top)),
+                         VIPS_REGION_LSKIP(region) * static_cast<std::size_t>(area->height));
+    return (*static_cast<TakeRows*>(take))(rows, area->top) ? 0 : -1;
+}
+
+Descriptor namelessFile() {
+    const char* folder = std::getenv("TMPDIR");
+    const std::string path = folder && *folder == '/' ? folder : "/tmp";
+    Descriptor file(::open(path.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
+    if (!file) { // a file system without O_TMPFILE
+        std::string name = path + "/lumivert-XXXXXX";
+        file = Descriptor(::mkostemp(name.data(), O_CLOEXEC));
+        if (file)
+            ::unlink(name.c_str());
+    }
+    return file;
+}
+
+std::shared_ptr<std::byte> mapping(std::size_t size) {
+    const bool isInMemory = size <= mostInMemory;
+    const Descriptor file = isInMemory ? Descriptor()
+                            : prepared ? std::move(prepared)
+                                       : namelessFile();
+    void* address = MAP_FAILED;
+    if (isInMemory || (file && ::posix_fallocate(file.get(), 0, static_cast<off_t>(size)) == 0))
+        address = ::mmap(nullptr, size, PROT_READ | PROT_WRITE,
+                         isInMemory ? MAP_PRIVATE | MAP_ANONYMOUS : MAP_SHARED, file.get(), 0);
+    if (address == MAP_FAILED)
+        throw std::runtime_error("no room for the photo's pixels");
+    return {static_cast<std::byte*>(address),
+            [size](std::byte* mapped) { ::munmap(mapped, size); }};
 }
 
 } // namespace
 
-void forEachStrip(const vips::VImage& image, const std::function<bool(const Strip&)>& take) {
-    auto context = take;
+void forEachStrip(const VImage& image, const TakeRows& take) {
+    TakeRows context = take;
     // A cache behind the loader may paint what one thread failed to read black, and another thread
     // then finds nothing wrong: the message is what stays.
     if (vips_sink_disc(image.get_image(), takeRegion, &context) != 0 ||
         !isHarmless(vips_error_buffer()) || isDamaged())
         throw vips::VError();
+}
+
+VImage holding(const VImage& image, Memory memory) {
+    g_object_set_data_full(G_OBJECT(image.get_image()), "lumivert-memory",
+                           new Memory(std::move(memory)),
+                           [](void* held) { delete static_cast<Memory*>(held); });
+    return image;
+}
+
+void preparePixelFile() {
+    prepared = namelessFile();
+}
+
+VImage keptWhole(const VImage& image) {
+    const std::size_t line = VIPS_IMAGE_SIZEOF_LINE(image.get_image());
+    const std::size_t size = line * static_cast<std::size_t>(image.height());
+    const auto memory = mapping(size);
+    forEachStrip(image, [&](std::span<const std::byte> rows, int top) {
+        std::ranges::copy(rows, memory.get() + static_cast<std::size_t>(top) * line);
+        return true;
+    });
+    const VImage kept = VImage::new_from_memory(memory.get(), size, image.width(), image.height(),
+                                                image.bands(), image.format());
+    return holding(kept, memory)
+        .copy(VImage::option()->set("interpretation", image.interpretation()));
 }
 
 } // namespace lumivert::decoder

@@ -4,26 +4,31 @@
 
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <span>
 
+/// How an image is evaluated: once, top to bottom.
 namespace lumivert::decoder {
 
-/// A stack of whole rows; `lines` of `bytesPerLine`, `stride` bytes apart.
-struct Strip {
-    const std::byte* first = nullptr;
-    std::size_t bytesPerLine = 0;
-    std::size_t stride = 0;
-    int top = 0;
-    int lines = 0;
+/// Takes a stack of whole rows without padding, the first of which is row `top` of the image. False
+/// for no more of them.
+using TakeRows = std::function<bool(std::span<const std::byte> rows, int top)>;
 
-    [[nodiscard]] std::span<const std::byte> line(int index) const {
-        return {first + static_cast<std::size_t>(index) * stride, bytesPerLine};
-    }
-};
+/// Evaluates the image on as many threads as there are cores, and hands over its rows in order, one
+/// strip at a time, on some thread. Throws vips::VError when the pixels cannot be made or `take`
+/// returns false.
+void forEachStrip(const vips::VImage& image, const TakeRows& take);
 
-/// Evaluates the image once, top to bottom, on as many threads as there are cores, and hands over
-/// its rows in order, one strip at a time, on some thread. Throws vips::VError when the pixels
-/// cannot be made or `take` returns false.
-void forEachStrip(const vips::VImage& image, const std::function<bool(const Strip&)>& take);
+/// The image, which keeps what its pixels look at as long as it lives.
+[[nodiscard]] vips::VImage holding(const vips::VImage& image, std::shared_ptr<const void> memory);
+
+/// Makes the file that keptWhole() may need once, as long as one can be made. To be called where
+/// the decoder is confined afterwards.
+void preparePixelFile();
+
+/// The image evaluated, to be asked for its pixels in any order: in memory up to 256 MiB, beyond
+/// that in a file without a name in the folder for temporary files, which the system writes out
+/// when memory is short. Throws vips::VError or std::exception.
+[[nodiscard]] vips::VImage keptWhole(const vips::VImage& image);
 
 } // namespace lumivert::decoder

@@ -1,7 +1,6 @@
 #include "decoder/Confinement.h"
-#include "decoder/Limits.h"
-#include "decoder/PixelStore.h"
 #include "decoder/Requests.h"
+#include "decoder/Strips.h"
 #include "platform/decoder/DecoderProtocol.h"
 #include "platform/system/Packets.h"
 

@@ -1,4 +1,5 @@
-#include "decoder/Limits.h"
+#include "decoder/Confinement.h"
+
 #include "decoder/TestPhotos.h"
 #include "files/SensorPhoto.h"
 #include "model/FileUrl.h"

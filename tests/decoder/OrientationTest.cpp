@@ -1,6 +1,4 @@
-#include "decoder/Orientation.h"
-
-#include "decoder/PixelStore.h"
+#include "decoder/Strips.h"
 #include "decoder/TestPhotos.h"
 
 #include <gtest/gtest.h>
@@ -137,12 +135,12 @@ TEST(Orientation, swapsSizeAndDensityOfATurnedPhoto) {
     EXPECT_EQ(photo->uprightDensity().y, 100);
 }
 
-TEST(PixelStore, keepsPixelsInAFileWithoutANameBeyondItsLimit) {
+TEST(Strips, keepPixelsInAFileWithoutANameBeyondItsLimit) {
     // 257 MiB of one colour: more than is kept in memory.
     const auto large = vips::VImage::black(16448, 16384).linear(1, 7).cast(VIPS_FORMAT_UCHAR);
-    const PixelStore store = keepPixels(large);
-    EXPECT_EQ(store.pixels.width(), 16448);
-    EXPECT_EQ(store.pixels.getpoint(16447, 16383), (std::vector<double>{7}));
+    const vips::VImage kept = keptWhole(large);
+    EXPECT_EQ(kept.width(), 16448);
+    EXPECT_EQ(kept.getpoint(16447, 16383), (std::vector<double>{7}));
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include "decoder/TestPhotos.h"
 
 #include "decoder/Damage.h"
-#include "decoder/Rows.h"
 #include "decoder/Strips.h"
 #include "files/TiffWriter.h"
 
@@ -139,18 +138,15 @@ std::optional<ReadRows> readRows(const std::string& file, std::optional<PixelRec
         if (!photo || !isWhole(asBytes(file)))
             return std::nullopt;
         const PixelSize whole = photo->uprightSize();
-        const Rows rows =
-            photoRows(*photo, crop.value_or(PixelRect{0, 0, whole.width, whole.height}), target);
+        const VImage pixels =
+            paperRows(*photo, crop.value_or(PixelRect{0, 0, whole.width, whole.height}), target);
         ReadRows result;
-        result.size = {rows.pixels.width(), rows.pixels.height()};
-        result.channels = rows.channels;
-        result.bits = rows.bits;
+        result.size = {pixels.width(), pixels.height()};
+        result.channels = pixels.bands();
+        result.bits = bitsOf(pixels);
         result.profile = photo->paperProfile();
-        forEachStrip(rows.pixels, [&](const Strip& strip) {
-            for (int i = 0; i < strip.lines; ++i) {
-                const auto line = strip.line(i);
-                result.samples.insert(result.samples.end(), line.begin(), line.end());
-            }
+        forEachStrip(pixels, [&](std::span<const std::byte> strip, int) {
+            result.samples.insert(result.samples.end(), strip.begin(), strip.end());
             return true;
         });
         return result;

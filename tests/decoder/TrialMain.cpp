@@ -2,9 +2,8 @@
 // names. Ends with 0 where it could, with errno where it was told that it cannot; a wall may also
 // kill it.
 #include "decoder/Confinement.h"
-#include "decoder/Limits.h"
-#include "decoder/PixelStore.h"
 #include "decoder/Requests.h"
+#include "decoder/Strips.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstddef>
+#include "decoder/Blocks.h"
+
 #include <optional>
-#include <span>
 
 namespace lumivert::decoder {
 
@@ -34,6 +34,10 @@ struct JpegMarkers {
 };
 
 /// Nothing where the bytes do not start as a JPEG with a frame.
-[[nodiscard]] std::optional<JpegMarkers> readJpegMarkers(std::span<const std::byte> bytes);
+[[nodiscard]] std::optional<JpegMarkers> readJpegMarkers(ByteView bytes);
+
+/// Whether libjpeg reads the JPEG to its end, with every scan, and finds nothing that makes pixels
+/// wrong. Any thread.
+[[nodiscard]] bool isWholeJpeg(ByteView bytes);
 
 } // namespace lumivert::decoder
