@@ -4,127 +4,67 @@
 #include <cmath>
 #include <cstdlib>
 #include <new>
-#include <numeric>
 #include <sys/mman.h>
 #include <utility>
 
 namespace lumivert::decoder {
 namespace {
 
-constexpr std::size_t nodeCount = std::size_t{1} << 24;
-constexpr std::size_t gridBytes = nodeCount * sizeof(std::uint64_t);
+constexpr std::size_t gridBytes = (std::size_t{1} << 24) * sizeof(std::uint64_t);
+constexpr std::uint32_t fineSteps = 255;
+constexpr std::uint32_t coarseSteps = 51;
 
-// Blocks of 8 x 8 x 8 neighbours, a page each: the part of the index that a coordinate decides,
-// red's shifted by 6 and 19, green's by 3 and 14, blue's by 0 and 9.
-constexpr std::uint32_t spread(std::uint32_t coordinate, int low, int high) {
-    return (coordinate & 7) << low | (coordinate >> 3) << high;
+// Of 65535, at the points where a cell is measured. Of what every fifth plane shows of a kink,
+// every one has a fifth, wherever in the cell it is.
+constexpr int mostCoarseError = 257 / 4;
+constexpr int mostCoarseErrorOfFine = 257 * 2;
+constexpr int mostFineError = 257 / 2;
+
+// The places along a side where a cell is measured, in twentieths.
+constexpr std::array<std::uint32_t, 5> probes{0, 2, 7, 12, 18};
+
+// The bits of a number, each with two zeros above it: those of three coordinates, interleaved, are
+// the place of a point beside its neighbours in every direction (Morton).
+constexpr auto spread = [] {
+    std::array<std::uint32_t, 256> result{};
+    for (std::uint32_t i = 0; i < result.size(); ++i)
+        for (int bit = 0; bit < 8; ++bit)
+            result[i] |= (i >> bit & 1) << (3 * bit);
+    return result;
+}();
+
+// IEC 61966-2-1: planes at equal steps of it are about equally far apart to the eye.
+double encoded(double light) {
+    return light <= 0.0031308 ? light * 12.92 : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
 }
 
-constexpr std::uint32_t step = 5;
-constexpr std::uint32_t coarsePlanes = 255 / step + 1;
-constexpr std::array<std::uint32_t, 3> coarseStrides{coarsePlanes * coarsePlanes, coarsePlanes, 1};
-constexpr std::array<std::uint32_t, 3> fineStrides{1u << 16, 1u << 8, 1};
-
-// Of 65535. Between all planes a kink is a fifth of what it is between every fifth.
-constexpr int coarseError = 257 / 4;
-constexpr int fineError = 257;
-
-// Where a cell is measured, in quarters of its sides: a kink crosses faces and edges too.
-constexpr std::array<std::array<std::uint32_t, 3>, 15> probes{{{2, 2, 2},
-                                                               {2, 1, 3},
-                                                               {3, 2, 1},
-                                                               {1, 3, 2},
-                                                               {1, 1, 1},
-                                                               {3, 3, 3},
-                                                               {2, 2, 0},
-                                                               {2, 0, 2},
-                                                               {0, 2, 2},
-                                                               {2, 2, 4},
-                                                               {2, 4, 2},
-                                                               {4, 2, 2},
-                                                               {2, 0, 0},
-                                                               {0, 2, 0},
-                                                               {0, 0, 2}}};
-
-constexpr std::uint32_t packed(std::uint32_t r, std::uint32_t g, std::uint32_t b) {
-    return r << 16 | g << 8 | b;
+// The plane of a grid's point along an axis.
+template <std::uint32_t steps>
+std::uint32_t planeOf(std::uint32_t point, std::size_t axis) {
+    constexpr std::array<std::uint32_t, 3> strides{(steps + 1) * (steps + 1), steps + 1, 1};
+    return point / strides[axis] % (steps + 1) * (fineSteps / steps);
 }
 
-void keepOneOfEach(std::vector<std::uint32_t>& values) {
-    std::ranges::sort(values);
-    const auto repeated = std::ranges::unique(values);
-    values.erase(repeated.begin(), repeated.end());
-}
-
-// Linear light that sRGB encodes as `encoded` (IEC 61966-2-1): planes at equal steps of it are
-// about equally far apart to the eye.
-double decoded(double encoded) {
-    return encoded <= 0.04045 ? encoded / 12.92 : std::pow((encoded + 0.055) / 1.055, 2.4);
-}
-
-// Four values of 16 bits, two sums of 32 bits side by side in each half: the weights add up to
-// 65536, so that neither runs over into the other.
-class WeightedSum {
-public:
-    void add(std::uint64_t values, std::uint32_t weight) {
-        m_even += (values & lanes) * weight;
-        m_odd += (values >> 16 & lanes) * weight;
-    }
-    [[nodiscard]] std::uint64_t result() const { return (m_even >> 16 & lanes) | (m_odd & ~lanes); }
-
-private:
-    static constexpr std::uint64_t lanes = 0x0000ffff0000ffff;
-    std::uint64_t m_even = 0;
-    std::uint64_t m_odd = 0;
-};
-
-// Sakamoto's tetrahedra: from the cell's low corner along the axes in the order of their fractions.
-template <class Corners, class Positions>
-Corners cornersOf(const Positions& positions, const std::array<std::uint32_t, 3>& strides,
-                  const std::uint16_t* pixel) {
-    std::array<std::uint64_t, 3> steps; // fraction above, stride below
-    std::uint32_t point = 0;
-    for (std::size_t c = 0; c < 3; ++c) {
-        const auto position = positions[c][pixel[c]];
-        point += position.plane * strides[c];
-        steps[c] = std::uint64_t{position.fraction} << 32 | strides[c];
-    }
-    // Without a branch: which fraction is the larger cannot be predicted.
-    const auto order = [](std::uint64_t& first, std::uint64_t& second) {
-        const std::uint64_t larger = std::max(first, second);
-        second = std::min(first, second);
-        first = larger;
-    };
-    order(steps[0], steps[1]);
-    order(steps[1], steps[2]);
-    order(steps[0], steps[1]);
-    Corners corners;
-    std::uint32_t before = 65536;
-    for (std::size_t i = 0; i < 3; ++i) {
-        const auto fraction = static_cast<std::uint32_t>(steps[i] >> 32);
-        corners.points[i] = point;
-        corners.weights[i] = before - fraction;
-        before = fraction;
-        // Without a fraction the axis may be at its last plane.
-        point += fraction > 0 ? static_cast<std::uint32_t>(steps[i]) : 0;
-    }
-    corners.points[3] = point;
-    corners.weights[3] = before;
-    return corners;
+int channelOf(std::uint64_t value, std::size_t channel) {
+    return static_cast<int>(value >> (16 * channel) & 0xffff);
 }
 
 } // namespace
+
+void ColorGrid::Unmap::operator()(Node* nodes) const {
+    ::munmap(nodes, gridBytes);
+}
 
 ColorGrid::ColorGrid(std::unique_ptr<const ColorTransform> exact, const Profile& from, int inBits,
                      int outChannels)
     : m_exact(std::move(exact))
     , m_inBits(inBits)
-    , m_outChannels(outChannels) {
+    , m_outChannels(static_cast<std::size_t>(outChannels)) {
     void* memory = ::mmap(nullptr, gridBytes, PROT_READ | PROT_WRITE,
                           MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (memory == MAP_FAILED)
         throw std::bad_alloc();
-    m_nodes = static_cast<Node*>(memory);
+    m_nodes.reset(static_cast<Node*>(memory));
     for (auto& planes : m_planes)
         for (std::size_t i = 0; i < planes.size(); ++i)
             planes[i] = static_cast<std::uint16_t>(i * 257);
@@ -132,248 +72,171 @@ ColorGrid::ColorGrid(std::unique_ptr<const ColorTransform> exact, const Profile&
         placePlanes(from);
 }
 
-ColorGrid::~ColorGrid() {
-    ::munmap(m_nodes, gridBytes);
-}
-
 void ColorGrid::placePlanes(const Profile& from) {
     constexpr std::array tags{cmsSigRedTRCTag, cmsSigGreenTRCTag, cmsSigBlueTRCTag};
     const bool hasCurves = cmsIsMatrixShaper(from.get());
     for (std::size_t c = 0; c < tags.size(); ++c) {
-        auto& planes = m_planes[c];
-        if (hasCurves) {
-            const auto* curve = static_cast<const cmsToneCurve*>(cmsReadTag(from.get(), tags[c]));
-            // The first value that is as light as the plane wants; never two planes at one value.
-            std::uint32_t value = 0;
-            for (std::uint32_t i = 1; i < 255; ++i) {
-                const double light = decoded(i / 255.0);
-                const std::uint32_t last = 65535 - (255 - i);
-                ++value;
-                while (curve && value < last &&
-                       cmsEvalToneCurveFloat(curve, static_cast<float>(value) / 65535) < light)
-                    ++value;
-                planes[i] = static_cast<std::uint16_t>(value);
-            }
+        const auto* curve =
+            hasCurves ? static_cast<const cmsToneCurve*>(cmsReadTag(from.get(), tags[c])) : nullptr;
+        m_places[c].resize(65536);
+        std::uint16_t place = 0;
+        std::size_t plane = 1;
+        for (std::size_t value = 0; value < 65536; ++value) {
+            double share = static_cast<double>(value) / 65535;
+            if (curve)
+                share = encoded(std::clamp<double>(
+                    cmsEvalToneCurveFloat(curve, static_cast<float>(share)), 0, 1));
+            // Never back, whatever the curve does.
+            place = std::max(place, static_cast<std::uint16_t>(65535 * share + 0.5));
+            m_places[c][value] = place;
+            for (; plane < fineSteps && place >= plane * 257; ++plane)
+                m_planes[c][plane] = static_cast<std::uint16_t>(value);
         }
-        const auto between = [&](std::vector<Position>& positions, std::uint32_t stride) {
-            positions.resize(65536);
-            for (std::uint32_t i = 0; i < 255; i += stride) {
-                const std::uint32_t low = planes[i];
-                const std::uint32_t high = planes[i + stride];
-                for (std::uint32_t value = low; value < high; ++value)
-                    positions[value] = {
-                        static_cast<std::uint16_t>(i / stride),
-                        static_cast<std::uint16_t>((value - low) * 65536 / (high - low))};
-            }
-            positions[65535] = {static_cast<std::uint16_t>(255 / stride), 0};
-        };
-        between(m_coarse[c], step);
-        between(m_fine[c], 1);
+        m_places[c].back() = 65535;
     }
-    m_coarseNodes = std::vector<Node>(coarsePlanes * coarsePlanes * coarsePlanes);
+    m_coarseNodes = std::vector<Node>((coarseSteps + 1) * (coarseSteps + 1) * (coarseSteps + 1));
     m_ways = std::vector<std::atomic<Way>>(m_coarseNodes.size());
 }
 
-ColorGrid::Node& ColorGrid::node(std::uint32_t color) const {
-    return m_nodes[spread(color >> 16, 6, 19) | spread(color >> 8 & 255, 3, 14) |
-                   spread(color & 255, 0, 9)];
+std::uint64_t ColorGrid::evaluatedAt(const std::uint16_t* pixel) const {
+    std::array<std::uint16_t, 4> channels{};
+    m_exact->convert(pixel, channels.data(), 1);
+    std::uint64_t value = std::max<std::uint64_t>(channels[0], 1);
+    for (std::size_t c = 1; c < channels.size(); ++c)
+        value |= std::uint64_t{channels[c]} << (16 * c);
+    return value;
 }
 
-void ColorGrid::evaluate(std::vector<std::uint32_t> colors) const {
-    std::erase_if(colors, [&](std::uint32_t color) {
-        return node(color).load(std::memory_order_relaxed) != 0;
-    });
-    if (colors.empty())
-        return;
-    keepOneOfEach(colors);
-    std::vector<std::uint16_t> in(colors.size() * 3);
-    std::vector<std::uint16_t> out(colors.size() * static_cast<std::size_t>(m_outChannels));
-    for (std::size_t i = 0; i < colors.size(); ++i) {
-        in[i * 3] = m_planes[0][colors[i] >> 16];
-        in[i * 3 + 1] = m_planes[1][colors[i] >> 8 & 255];
-        in[i * 3 + 2] = m_planes[2][colors[i] & 255];
+template <std::uint32_t steps>
+std::uint64_t ColorGrid::valueAt(std::uint32_t point) const {
+    Node& node = steps == coarseSteps
+                     ? m_coarseNodes[point]
+                     : m_nodes.get()[spread[point >> 16] << 2 | spread[point >> 8 & 255] << 1 |
+                                     spread[point & 255]];
+    std::uint64_t value = node.load(std::memory_order_relaxed);
+    if (value == 0) [[unlikely]] {
+        std::array<std::uint16_t, 3> pixel;
+        for (std::size_t c = 0; c < 3; ++c)
+            pixel[c] = m_planes[c][planeOf<steps>(point, c)];
+        value = evaluatedAt(pixel.data());
+        node.store(value, std::memory_order_relaxed);
     }
-    m_exact->convert(in.data(), out.data(), colors.size());
-    const std::uint16_t* from = out.data();
-    for (const std::uint32_t color : colors) {
-        std::uint64_t value = std::max<std::uint64_t>(from[0], 1);
-        for (int c = 1; c < m_outChannels; ++c)
-            value |= std::uint64_t{from[c]} << (16 * c);
-        from += m_outChannels;
-        node(color).store(value, std::memory_order_relaxed);
-    }
+    return value;
 }
 
-void ColorGrid::store(std::uint64_t value, std::uint8_t* out) const {
-    for (int c = 0; c < m_outChannels; ++c, value >>= 16)
-        out[c] = static_cast<std::uint8_t>(((value & 0xffff) * 255 + 32895) >> 16);
+// Sakamoto's tetrahedra: from the cell's low corner along the axes in the order of their fractions.
+// Inlined by order, for every pixel comes here: that halves its time.
+template <std::uint32_t steps>
+[[gnu::always_inline]] inline ColorGrid::Corners
+ColorGrid::cornersOf(const std::uint16_t* pixel) const {
+    constexpr std::array<std::uint32_t, 3> strides{(steps + 1) * (steps + 1), steps + 1, 1};
+    std::array<std::uint64_t, 3> moves; // fraction above, stride below
+    std::uint32_t point = 0;
+    for (std::size_t c = 0; c < 3; ++c) {
+        const std::uint32_t place = m_places[c][pixel[c]];
+        const std::uint32_t position = (place + (place >> 15)) * steps; // 65536 at the last plane
+        point += (position >> 16) * strides[c];
+        moves[c] = std::uint64_t{position & 0xffff} << 32 | strides[c];
+    }
+    // Without a branch: which fraction is the larger cannot be predicted.
+    const auto order = [](std::uint64_t& first, std::uint64_t& second) {
+        const std::uint64_t change = (first ^ second) & -std::uint64_t{first < second};
+        first ^= change;
+        second ^= change;
+    };
+    order(moves[0], moves[1]);
+    order(moves[1], moves[2]);
+    order(moves[0], moves[1]);
+    Corners corners;
+    std::uint32_t before = 65536;
+    for (std::size_t i = 0; i < 3; ++i) {
+        const auto fraction = static_cast<std::uint32_t>(moves[i] >> 32);
+        corners.points[i] = point;
+        corners.weights[i] = before - fraction;
+        before = fraction;
+        // Without a fraction the axis may be at its last plane.
+        point += fraction > 0 ? static_cast<std::uint32_t>(moves[i]) : 0;
+    }
+    corners.points[3] = point;
+    corners.weights[3] = before;
+    return corners;
+}
+
+template <std::uint32_t steps>
+[[gnu::always_inline]] inline std::uint64_t ColorGrid::between(const Corners& corners) const {
+    // Two sums of 32 bits side by side in each: the weights add up to 65536, so that neither runs
+    // over into the other.
+    constexpr std::uint64_t lanes = 0x0000ffff0000ffff;
+    std::uint64_t even = 0;
+    std::uint64_t odd = 0;
+    for (std::size_t i = 0; i < 4; ++i) {
+        const std::uint64_t value = valueAt<steps>(corners.points[i]);
+        even += (value & lanes) * corners.weights[i];
+        odd += (value >> 16 & lanes) * corners.weights[i];
+    }
+    return (even >> 16 & lanes) | (odd & ~lanes);
+}
+
+ColorGrid::Way ColorGrid::measured(std::uint32_t cell) const {
+    int coarseError = 0;
+    int fineError = 0;
+    bool isAtBlack = false;
+    // Every pair of places along two axes once: a kink crosses faces and edges too.
+    for (std::uint32_t i = 0; i < 25; ++i) {
+        const std::array places{probes[i % 5], probes[i / 5], probes[(i + 2 * (i / 5)) % 5]};
+        std::array<std::uint16_t, 3> pixel;
+        for (std::size_t c = 0; c < 3; ++c) {
+            const std::uint32_t plane = planeOf<coarseSteps>(cell, c);
+            const std::uint32_t first = m_planes[c][plane];
+            const std::uint32_t last =
+                m_planes[c][std::min(plane + fineSteps / coarseSteps, fineSteps)];
+            pixel[c] = static_cast<std::uint16_t>(first + (last - first) * places[c] / 20);
+        }
+        const std::uint64_t exact = evaluatedAt(pixel.data());
+        // Where light begins, a device's curve may be as steep as it likes; that of inks is not.
+        for (std::size_t c = 0; c < m_outChannels && m_outChannels < 4; ++c)
+            isAtBlack = isAtBlack || channelOf(exact, c) <= 1;
+        const auto errorOf = [&](std::uint64_t value) {
+            int error = 0;
+            for (std::size_t c = 0; c < m_outChannels; ++c)
+                error = std::max(error, std::abs(channelOf(value, c) - channelOf(exact, c)));
+            return error;
+        };
+        coarseError = std::max(coarseError,
+                               errorOf(between<coarseSteps>(cornersOf<coarseSteps>(pixel.data()))));
+        if (coarseError > mostCoarseError)
+            fineError = std::max(fineError,
+                                 errorOf(between<fineSteps>(cornersOf<fineSteps>(pixel.data()))));
+    }
+    const bool isFine =
+        coarseError <= mostCoarseErrorOfFine && fineError <= mostFineError && !isAtBlack;
+    const Way way = coarseError <= mostCoarseError ? coarse : isFine ? fine : evaluated;
+    m_ways[cell].store(way, std::memory_order_relaxed);
+    return way;
+}
+
+std::uint64_t ColorGrid::converted(const std::uint16_t* pixel) const {
+    const Corners corners = cornersOf<coarseSteps>(pixel);
+    Way way = m_ways[corners.points[0]].load(std::memory_order_relaxed);
+    if (way == unmeasured)
+        way = measured(corners.points[0]);
+    return way == coarse ? between<coarseSteps>(corners)
+           : way == fine ? between<fineSteps>(cornersOf<fineSteps>(pixel))
+                         : evaluatedAt(pixel);
 }
 
 void ColorGrid::convert(const void* in, void* out, std::size_t pixels) const {
+    const auto* narrow = static_cast<const std::uint8_t*>(in);
+    const auto* wide = static_cast<const std::uint16_t*>(in);
     auto* to = static_cast<std::uint8_t*>(out);
-    if (m_inBits == 16)
-        convert16(static_cast<const std::uint16_t*>(in), to, pixels);
-    else
-        convert8(static_cast<const std::uint8_t*>(in), to, pixels);
-}
-
-void ColorGrid::convert8(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels) const {
-    const auto channels = static_cast<std::size_t>(m_outChannels);
-    std::vector<std::uint32_t> missing;
-    std::vector<std::uint32_t> places;
-    for (std::size_t i = 0; i < pixels; ++i) {
-        const std::uint8_t* pixel = in + i * 3;
-        const std::uint32_t color = packed(pixel[0], pixel[1], pixel[2]);
-        const std::uint64_t value = node(color).load(std::memory_order_relaxed);
-        if (value == 0) {
-            missing.push_back(color);
-            places.push_back(static_cast<std::uint32_t>(i));
-        } else {
-            store(value, out + i * channels);
-        }
+    for (std::size_t i = 0; i < 3 * pixels; i += 3) {
+        std::uint64_t value =
+            m_inBits == 16
+                ? converted(wide + i)
+                : valueAt<fineSteps>(narrow[i] << 16 | narrow[i + 1] << 8 | narrow[i + 2]);
+        for (std::size_t c = 0; c < m_outChannels; ++c, value >>= 16)
+            *to++ = static_cast<std::uint8_t>(((value & 0xffff) * 255 + 32895) >> 16);
     }
-    evaluate(std::move(missing));
-    for (const std::uint32_t i : places) {
-        const std::uint8_t* pixel = in + std::size_t{i} * 3;
-        store(node(packed(pixel[0], pixel[1], pixel[2])).load(std::memory_order_relaxed),
-              out + i * channels);
-    }
-}
-
-ColorGrid::Corners ColorGrid::fineCorners(const std::uint16_t* pixel) const {
-    return cornersOf<Corners>(m_fine, fineStrides, pixel);
-}
-
-ColorGrid::Corners ColorGrid::coarseCorners(const std::uint16_t* pixel) const {
-    return cornersOf<Corners>(m_coarse, coarseStrides, pixel);
-}
-
-std::uint64_t ColorGrid::betweenCoarse(const Corners& corners) const {
-    WeightedSum sum;
-    for (std::size_t i = 0; i < 4; ++i)
-        sum.add(m_coarseNodes[corners.points[i]].load(std::memory_order_relaxed),
-                corners.weights[i]);
-    return sum.result();
-}
-
-std::optional<std::uint64_t> ColorGrid::betweenFine(const Corners& corners) const {
-    WeightedSum sum;
-    for (std::size_t i = 0; i < 4; ++i) {
-        const std::uint64_t value = node(corners.points[i]).load(std::memory_order_relaxed);
-        if (value == 0)
-            return std::nullopt;
-        sum.add(value, corners.weights[i]);
-    }
-    return sum.result();
-}
-
-std::uint32_t ColorGrid::cellOf(const std::uint16_t* pixel) const {
-    std::uint32_t cell = 0;
-    for (std::size_t c = 0; c < 3; ++c)
-        cell += m_coarse[c][pixel[c]].plane * coarseStrides[c];
-    return cell;
-}
-
-void ColorGrid::measure(std::vector<std::uint32_t>& cells) const {
-    keepOneOfEach(cells);
-    std::vector<std::uint32_t> corners;
-    std::vector<std::uint16_t> pixels;
-    for (const std::uint32_t cell : cells) {
-        std::array<std::uint32_t, 3> low{};
-        for (std::size_t c = 0; c < 3; ++c)
-            low[c] = cell / coarseStrides[c] % coarsePlanes * step;
-        const auto high = [&](std::size_t c) { return std::min(low[c] + step, 255u); };
-        for (int i = 0; i < 8; ++i)
-            corners.push_back(packed(i & 4 ? high(0) : low[0], i & 2 ? high(1) : low[1],
-                                     i & 1 ? high(2) : low[2]));
-        for (const auto& probe : probes)
-            for (std::size_t c = 0; c < 3; ++c) {
-                const std::uint32_t first = m_planes[c][low[c]];
-                const std::uint32_t last = m_planes[c][high(c)];
-                pixels.push_back(static_cast<std::uint16_t>(first + (last - first) * probe[c] / 4));
-            }
-    }
-    evaluate(corners);
-    for (const std::uint32_t color : corners)
-        m_coarseNodes[(color >> 16) / step * coarseStrides[0] +
-                      (color >> 8 & 255) / step * coarseStrides[1] + (color & 255) / step]
-            .store(node(color).load(std::memory_order_relaxed), std::memory_order_relaxed);
-    const auto channels = static_cast<std::size_t>(m_outChannels);
-    const std::size_t count = pixels.size() / 3;
-    std::vector<std::uint16_t> expected(count * channels);
-    m_exact->convert(pixels.data(), expected.data(), count);
-    for (std::size_t cell = 0; cell < cells.size(); ++cell) {
-        int error = 0;
-        for (std::size_t i = cell * probes.size(); i < (cell + 1) * probes.size(); ++i) {
-            const std::uint64_t value = betweenCoarse(coarseCorners(pixels.data() + i * 3));
-            for (std::size_t c = 0; c < channels; ++c)
-                error = std::max(error, std::abs(static_cast<int>(value >> (16 * c) & 0xffff) -
-                                                 expected[i * channels + c]));
-        }
-        m_ways[cells[cell]].store(error <= coarseError ? coarse
-                                  : error <= fineError ? fine
-                                                       : evaluated,
-                                  std::memory_order_release);
-    }
-}
-
-void ColorGrid::convert16(const std::uint16_t* in, std::uint8_t* out, std::size_t pixels) const {
-    const auto channels = static_cast<std::size_t>(m_outChannels);
-    std::vector<std::uint32_t> steep;
-    std::vector<std::uint32_t> pending(pixels);
-    std::iota(pending.begin(), pending.end(), 0);
-    // Three rounds at most: a cell is measured, its points evaluated, its pixels interpolated.
-    while (!pending.empty()) {
-        std::vector<std::uint32_t> late;
-        std::vector<std::uint32_t> cells;
-        std::vector<std::uint32_t> missing;
-        for (const std::uint32_t i : pending) {
-            const std::uint16_t* pixel = in + std::size_t{i} * 3;
-            const std::uint32_t cell = cellOf(pixel);
-            const Way way = m_ways[cell].load(std::memory_order_acquire);
-            if (way == coarse) {
-                store(betweenCoarse(coarseCorners(pixel)), out + i * channels);
-                continue;
-            }
-            if (way == evaluated) {
-                steep.push_back(i);
-                continue;
-            }
-            if (way == unmeasured) {
-                cells.push_back(cell);
-                late.push_back(i);
-                continue;
-            }
-            const Corners corners = fineCorners(pixel);
-            if (const auto value = betweenFine(corners)) {
-                store(*value, out + i * channels);
-                continue;
-            }
-            missing.insert(missing.end(), corners.points.begin(), corners.points.end());
-            late.push_back(i);
-        }
-        if (!cells.empty())
-            measure(cells);
-        evaluate(std::move(missing));
-        pending.swap(late);
-    }
-    convertExactly(in, out, steep);
-}
-
-void ColorGrid::convertExactly(const std::uint16_t* in, std::uint8_t* out,
-                               const std::vector<std::uint32_t>& places) const {
-    if (places.empty())
-        return;
-    const auto channels = static_cast<std::size_t>(m_outChannels);
-    std::vector<std::uint16_t> from(places.size() * 3);
-    std::vector<std::uint16_t> to(places.size() * channels);
-    for (std::size_t i = 0; i < places.size(); ++i)
-        std::copy_n(in + std::size_t{places[i]} * 3, 3, from.data() + i * 3);
-    m_exact->convert(from.data(), to.data(), places.size());
-    for (std::size_t i = 0; i < places.size(); ++i)
-        for (std::size_t c = 0; c < channels; ++c)
-            out[places[i] * channels + c] =
-                static_cast<std::uint8_t>((to[i * channels + c] * 255u + 32895) >> 16);
 }
 
 } // namespace lumivert::decoder
