@@ -1,0 +1,56 @@
+#include "decoder/Rendition.h"
+
+#include "decoder/PlainPhotos.h"
+#include "decoder/Profiles.h"
+
+#include <gtest/gtest.h>
+
+namespace lumivert::decoder {
+namespace {
+
+using namespace test;
+using vips::VImage;
+
+TEST(Rendition, isAsLongAsTheScreenWantsAndNoLongerThanThePhoto) {
+    const std::string jpeg = saved(plain8({1000, 500}, {200, 60, 40}), ".jpg");
+    EXPECT_EQ(readRendition(jpeg, 300)->size, (PixelSize{300, 150}));
+    EXPECT_EQ(readRendition(jpeg, 125)->size, (PixelSize{125, 62}));
+    EXPECT_EQ(readRendition(jpeg, 4000)->size, (PixelSize{1000, 500}));
+    const std::string thin = saved(plain8({1000, 1}, {1, 2, 3}), ".png");
+    EXPECT_EQ(readRendition(thin, 10)->size, (PixelSize{10, 1}));
+}
+
+TEST(Rendition, isInSrgb) {
+    // Greener than sRGB can be.
+    const auto rendition =
+        readRendition(saved(tagged(plain8(small, {0, 255, 0}), adobeRgbBytes()), ".png"), 16);
+    ASSERT_TRUE(rendition);
+    EXPECT_EQ(rendition->words.front(), 0xff00ff00);
+    const auto grey = readRendition(saved(plain8(small, {77}), ".png"), 16);
+    EXPECT_EQ(grey->words.front(), 0xff4d4d4d);
+    const auto deep = readRendition(saved(plain16({65535, 32896, 0}), ".png"), 16);
+    EXPECT_EQ(deep->words.front(), 0xffff8000);
+    const auto noInk = readRendition(saved(plainCmyk({0, 0, 0, 0}), ".tif"), 16);
+    EXPECT_EQ(noInk->words.front(), 0xffffffff);
+    const auto fullInk = readRendition(saved(plainCmyk({255, 255, 255, 255}), ".tif"), 16);
+    EXPECT_LT(fullInk->words.front() & 0xff, 0x30u);
+}
+
+TEST(Rows, areConvertedIntoTheTarget) {
+    const std::string red = saved(plain8(small, {255, 0, 0}), ".png");
+    const auto rows = readRows(red, std::nullopt, Paper{adobeRgbBytes(), 1});
+    ASSERT_TRUE(rows);
+    EXPECT_EQ(rows->channels, 3);
+    EXPECT_EQ(rows->bits, 8);
+    // sRGB's red in Adobe RGB (1998).
+    EXPECT_NEAR(rows->at(3, 3, 0), 219, 1);
+    EXPECT_NEAR(rows->at(3, 3, 1), 0, 1);
+    const auto deep =
+        readRows(saved(plain16({65535, 0, 0}), ".png"), std::nullopt, Paper{adobeRgbBytes(), 1});
+    EXPECT_EQ(deep->bits, 8);
+    EXPECT_NEAR(deep->at(3, 3, 0), 219, 1);
+    EXPECT_FALSE(readRows(red, std::nullopt, Paper{asBytes("no profile"), 1}));
+}
+
+} // namespace
+} // namespace lumivert::decoder
