@@ -1,0 +1,170 @@
+#include "corpus/IndependentReaders.h"
+
+#include <algorithm>
+#include <csetjmp>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+#include <jpeglib.h>
+#include <libheif/heif.h>
+#include <memory>
+#include <png.h>
+#include <tiffio.h>
+#include <vector>
+#include <webp/decode.h>
+
+namespace lumivert::test {
+namespace {
+
+struct Jump {
+    jpeg_error_mgr manager;
+    std::jmp_buf out;
+};
+
+[[noreturn]] void leave(j_common_ptr info) {
+    std::longjmp(reinterpret_cast<Jump*>(info->err)->out, 1);
+}
+
+bool readRowsOf(jpeg_decompress_struct& info, Jump& jump, const std::string& file,
+                std::string& pixels) {
+    if (setjmp(jump.out) != 0)
+        return false;
+    jpeg_create_decompress(&info);
+    jpeg_mem_src(&info, reinterpret_cast<const unsigned char*>(file.data()),
+                 static_cast<unsigned long>(file.size()));
+    jpeg_read_header(&info, TRUE);
+    info.out_color_space = JCS_RGB;
+    jpeg_start_decompress(&info);
+    const std::size_t line = std::size_t{3} * info.output_width;
+    pixels.resize(line * info.output_height);
+    while (info.output_scanline < info.output_height) {
+        auto* row = reinterpret_cast<JSAMPROW>(pixels.data() + line * info.output_scanline);
+        jpeg_read_scanlines(&info, &row, 1);
+    }
+    return true;
+}
+
+struct TiffInMemory {
+    const std::string& bytes;
+    toff_t position = 0;
+
+    static TiffInMemory& of(thandle_t handle) { return *static_cast<TiffInMemory*>(handle); }
+    static tmsize_t read(thandle_t handle, void* to, tmsize_t size) {
+        auto& file = of(handle);
+        const auto from = std::min<std::size_t>(file.position, file.bytes.size());
+        const auto count = std::min(static_cast<std::size_t>(size), file.bytes.size() - from);
+        std::memcpy(to, file.bytes.data() + from, count);
+        file.position += count;
+        return static_cast<tmsize_t>(count);
+    }
+    static tmsize_t write(thandle_t, void*, tmsize_t) { return 0; }
+    static toff_t seek(thandle_t handle, toff_t to, int from) {
+        auto& file = of(handle);
+        file.position = to + (from == SEEK_CUR   ? file.position
+                              : from == SEEK_END ? file.bytes.size()
+                                                 : 0);
+        return file.position;
+    }
+    static int close(thandle_t) { return 0; }
+    static toff_t size(thandle_t handle) { return of(handle).bytes.size(); }
+};
+
+} // namespace
+
+std::optional<std::string> readJpeg(const std::string& file) {
+    jpeg_decompress_struct info{};
+    Jump jump{};
+    info.err = jpeg_std_error(&jump.manager);
+    jump.manager.error_exit = leave;
+    jump.manager.emit_message = [](j_common_ptr, int) {};
+    std::string pixels;
+    const bool isRead = readRowsOf(info, jump, file, pixels);
+    jpeg_destroy_decompress(&info);
+    return isRead ? std::optional(pixels) : std::nullopt;
+}
+
+std::optional<std::string> readPng(const std::string& file) {
+    png_image image;
+    std::memset(&image, 0, sizeof image);
+    image.version = PNG_IMAGE_VERSION;
+    if (png_image_begin_read_from_memory(&image, file.data(), file.size()) == 0)
+        return std::nullopt;
+    image.format = PNG_FORMAT_RGB;
+    std::string pixels(PNG_IMAGE_SIZE(image), '\0');
+    if (png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr) == 0)
+        return std::nullopt;
+    return pixels;
+}
+
+std::optional<std::string> readWebp(const std::string& file) {
+    int width = 0;
+    int height = 0;
+    std::uint8_t* decoded = WebPDecodeRGB(reinterpret_cast<const std::uint8_t*>(file.data()),
+                                          file.size(), &width, &height);
+    if (!decoded)
+        return std::nullopt;
+    std::string pixels(reinterpret_cast<const char*>(decoded),
+                       std::size_t{3} * static_cast<std::size_t>(width) *
+                           static_cast<std::size_t>(height));
+    WebPFree(decoded);
+    return pixels;
+}
+
+std::optional<std::string> readTiff(const std::string& file) {
+    TIFFSetWarningHandler(nullptr);
+    TIFFSetErrorHandler(nullptr);
+    TiffInMemory memory{file};
+    const std::unique_ptr<TIFF, void (*)(TIFF*)> tiff(
+        TIFFClientOpen("corpus", "rm", &memory, TiffInMemory::read, TiffInMemory::write,
+                       TiffInMemory::seek, TiffInMemory::close, TiffInMemory::size, nullptr,
+                       nullptr),
+        [](TIFF* open) {
+            if (open)
+                TIFFClose(open);
+        });
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    constexpr std::uint64_t most = 1U << 24;
+    if (!tiff || TIFFGetField(tiff.get(), TIFFTAG_IMAGEWIDTH, &width) == 0 ||
+        TIFFGetField(tiff.get(), TIFFTAG_IMAGELENGTH, &height) == 0 ||
+        std::uint64_t{width} * height > most)
+        return std::nullopt;
+    std::vector<std::uint32_t> words(std::size_t{width} * height);
+    if (TIFFReadRGBAImageOriented(tiff.get(), width, height, words.data(), ORIENTATION_TOPLEFT,
+                                  1) == 0)
+        return std::nullopt;
+    std::string pixels;
+    for (const std::uint32_t word : words)
+        for (const std::uint32_t sample : {TIFFGetR(word), TIFFGetG(word), TIFFGetB(word)})
+            pixels.push_back(static_cast<char>(sample));
+    return pixels;
+}
+
+std::optional<std::string> readHeif(const std::string& file) {
+    const std::unique_ptr<heif_context, void (*)(heif_context*)> context(heif_context_alloc(),
+                                                                         heif_context_free);
+    heif_image_handle* handle = nullptr;
+    heif_image* image = nullptr;
+    std::optional<std::string> pixels;
+    if (heif_context_read_from_memory_without_copy(context.get(), file.data(), file.size(), nullptr)
+                .code == heif_error_Ok &&
+        heif_context_get_primary_image_handle(context.get(), &handle).code == heif_error_Ok &&
+        heif_decode_image(handle, &image, heif_colorspace_RGB, heif_chroma_interleaved_RGB, nullptr)
+                .code == heif_error_Ok) {
+        int stride = 0;
+        const auto* plane = reinterpret_cast<const char*>(
+            heif_image_get_plane_readonly(image, heif_channel_interleaved, &stride));
+        const int width = heif_image_get_width(image, heif_channel_interleaved);
+        pixels.emplace();
+        for (int y = 0; plane && y < heif_image_get_height(image, heif_channel_interleaved); ++y)
+            pixels->append(plane + std::ptrdiff_t{stride} * y,
+                           std::size_t{3} * static_cast<unsigned>(width));
+    }
+    if (image)
+        heif_image_release(image);
+    if (handle)
+        heif_image_handle_release(handle);
+    return pixels;
+}
+
+} // namespace lumivert::test

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+/// The pixels of a file, 8 bits of red, green and blue each, as the format's own library reads them
+/// without the decoder between. Nothing where it does not.
+namespace lumivert::test {
+
+[[nodiscard]] std::optional<std::string> readJpeg(const std::string& file);
+[[nodiscard]] std::optional<std::string> readPng(const std::string& file);
+[[nodiscard]] std::optional<std::string> readWebp(const std::string& file);
+[[nodiscard]] std::optional<std::string> readTiff(const std::string& file);
+[[nodiscard]] std::optional<std::string> readHeif(const std::string& file);
+
+} // namespace lumivert::test
