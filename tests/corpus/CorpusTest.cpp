@@ -6,7 +6,7 @@
 // by that; it, and a share of the others, are opened again as the program does.
 #include "corpus/IndependentReaders.h"
 #include "corpus/Mutants.h"
-#include "decoder/Limits.h"
+#include "decoder/Confinement.h"
 #include "decoder/Requests.h"
 #include "decoder/TestPhotos.h"
 #include "model/FileUrl.h"
