@@ -138,6 +138,7 @@ QWidget* notice(QWidget* child) {
 }
 
 void announce(QWidget* widget, const QString& message, bool assertive) {
+    widget->setAccessibleName(message);
 #if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
     QAccessibleAnnouncementEvent event(widget, message);
     event.setPoliteness(assertive ? QAccessible::AnnouncementPoliteness::Assertive
@@ -146,7 +147,6 @@ void announce(QWidget* widget, const QString& message, bool assertive) {
     // Of what the bridge passes on to the bus the nearest: screen readers say what a notice that
     // comes up is called.
     Q_UNUSED(assertive)
-    widget->setAccessibleName(message);
     QAccessibleEvent event(widget, QAccessible::ObjectShow);
 #endif
     QAccessible::updateAccessibility(&event);
