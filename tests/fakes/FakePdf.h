@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace lumivert::fakes {
@@ -73,7 +74,7 @@ public:
     }
 
 private:
-    void note(std::string call) { m_record.calls.push_back(std::move(call)); }
+    void note(std::string_view call) { m_record.calls.emplace_back(call); }
 
     PdfRecord& m_record;
     bool m_closes;

@@ -27,7 +27,8 @@ protected:
         world.files.files["/broken.icc"] = "no such thing";
         manager.emplace(world.platform);
         std::vector<ICCProfile> profiles{printerManagedProfile()};
-        for (const char* path : {"/a.icc", "/b.icc", "/input.icc", "/lost.icc", "/broken.icc", "/missing.icc"})
+        for (const char* path :
+             {"/a.icc", "/b.icc", "/input.icc", "/lost.icc", "/broken.icc", "/missing.icc"})
             profiles.push_back({path, path, path, true});
         m().availableICCProfiles = profiles;
         m().image = photo;
