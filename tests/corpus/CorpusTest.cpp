@@ -235,8 +235,9 @@ int help(std::size_t first, std::size_t step) {
         ::alarm(decoder::loadSeconds);
         const auto opened = open(mutant.file);
         ::alarm(0);
-        const std::string line =
-            (opened ? "1" : "0") + wrong(mutant, opened, whole[mutant.kind]) + "\n";
+        std::string line(1, opened ? '1' : '0');
+        line += wrong(mutant, opened, whole[mutant.kind]);
+        line += '\n';
         if (!writeAll(STDOUT_FILENO, std::as_bytes(std::span(line))))
             return 1;
     }
