@@ -74,7 +74,7 @@ VImage converted(const VImage& image, const Photo& photo, ColorRoute route, int 
 VImage screenRendition(const Photo& photo, int screenEdge, const std::optional<Paper>& paper) {
     VImage image = fitted(photo.pixels, photo.storedSize, screenEdge);
     if (needsRandomAccess(photo))
-        image = image.copy_memory();
+        image = keptWhole(image);
     image = upright(image, photo.orientation);
     if (!paper && photo.channels() == 3 && photo.bits() == 8 && photo.profile.empty())
         return image;
