@@ -111,7 +111,7 @@ Profile openProfile(std::span<const std::byte> bytes) {
 }
 
 int channelsOf(const Profile& profile) {
-    switch (cmsGetColorSpace(profile.get())) {
+    switch (profile ? cmsGetColorSpace(profile.get()) : cmsSigNamedData) {
     case cmsSigGrayData:
         return 1;
     case cmsSigRgbData:

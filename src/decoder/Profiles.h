@@ -36,7 +36,7 @@ using Chromaticities = std::array<double, 8>;
 /// Null where the bytes are no profile, or more than 64 MiB.
 [[nodiscard]] Profile openProfile(std::span<const std::byte> bytes);
 
-/// 1 for a grey, 3 for an RGB, 4 for a CMYK profile; 0 for any other.
+/// 1 for a grey, 3 for an RGB, 4 for a CMYK profile; 0 for any other and for none.
 [[nodiscard]] int channelsOf(const Profile& profile);
 
 /// Whether the bytes are a profile that says what pixels of so many channels mean, undamaged as far

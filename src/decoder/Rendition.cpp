@@ -57,18 +57,6 @@ VImage fitted(const VImage& image, PixelSize storedSize, int edge) {
         VImage::option()->set("vscale", static_cast<double>(height) / image.height()));
 }
 
-VImage converted(const VImage& image, const Photo& photo, ColorRoute route, int bits) {
-    const Profile from = sourceProfile(photo.profile, photo.channels());
-    route.from = &from;
-    const PixelLayout out{*route.to ? channelsOf(*route.to) : 0, bits};
-    auto transform = out.channels > 0
-                         ? ColorTransform::create(route, {photo.channels(), photo.bits()}, out)
-                         : nullptr;
-    if (!transform)
-        throw std::runtime_error("no way from the photo's colours to these");
-    return ColorTransform::apply(std::move(transform), out, image);
-}
-
 } // namespace
 
 VImage screenRendition(const Photo& photo, int screenEdge, const std::optional<Paper>& paper) {
@@ -78,11 +66,12 @@ VImage screenRendition(const Photo& photo, int screenEdge, const std::optional<P
     image = upright(image, photo.orientation);
     if (!paper && photo.channels() == 3 && photo.bits() == 8 && photo.profile.empty())
         return image;
-    const Profile screen = srgbProfile();
-    if (!paper)
-        return converted(image, photo, {.to = &screen, .intent = INTENT_RELATIVE_COLORIMETRIC}, 8);
-    const Profile through = openProfile(paper->profile);
-    return converted(image, photo, {.to = &screen, .paper = &through, .intent = paper->intent}, 8);
+    const Profile from = sourceProfile(photo.profile, photo.channels());
+    const Profile through = paper ? openProfile(paper->profile) : nullptr;
+    return converted(image,
+                     {from, srgbProfile(), paper ? &through : nullptr,
+                      paper ? paper->intent : INTENT_RELATIVE_COLORIMETRIC},
+                     8);
 }
 
 void writeWords(const VImage& rendition, std::uint32_t* pixels) {
@@ -107,13 +96,12 @@ VImage paperRows(const Photo& photo, PixelRect crop, const std::optional<Paper>&
     if (needsRandomAccess(photo) && !photo.isRandomAccess)
         image = keptWhole(image);
     image = upright(image, photo.orientation);
-    if (target) {
-        const Profile to = openProfile(target->profile);
-        return converted(image, photo, {.to = &to, .intent = target->intent}, 8);
-    }
-    if (photo.isLab()) {
-        const Profile to = openProfile(photo.paperProfile());
-        image = converted(image, photo, {.to = &to, .intent = INTENT_RELATIVE_COLORIMETRIC}, 16);
+    if (target || photo.isLab()) {
+        const Paper to = target.value_or(Paper{photo.paperProfile(), INTENT_RELATIVE_COLORIMETRIC});
+        image = converted(image,
+                          {sourceProfile(photo.profile, photo.channels()), openProfile(to.profile),
+                           nullptr, to.intent},
+                          target ? 8 : 16);
     }
     const bool isSwapped =
         image.format() == VIPS_FORMAT_USHORT && std::endian::native == std::endian::little;
