@@ -8,53 +8,26 @@ namespace {
 
 using vips::VImage;
 
-bool isLabLike(const VImage& image) {
-    switch (image.interpretation()) {
-    case VIPS_INTERPRETATION_LAB:
-    case VIPS_INTERPRETATION_LABQ:
-    case VIPS_INTERPRETATION_LABS:
-    case VIPS_INTERPRETATION_LCH:
-    case VIPS_INTERPRETATION_XYZ:
-    case VIPS_INTERPRETATION_CMC:
-    case VIPS_INTERPRETATION_YXY:
-        return true;
-    default:
-        return false;
-    }
-}
-
 VImage firstBands(const VImage& image, int count) {
     return image.extract_band(0, VImage::option()->set("n", count));
 }
 
-// How many channels are colour, the rest being alpha or something else.
-int colorChannels(const VImage& image) {
-    if (image.bands() >= 4 && image.interpretation() == VIPS_INTERPRETATION_CMYK)
-        return 4;
-    return image.bands() >= 3 ? 3 : 1;
-}
-
 VImage withoutAlpha(const VImage& image) {
-    const int channels = colorChannels(image);
-    if (image.bands() <= channels)
-        return image;
-    const VImage front = firstBands(image, channels + 1);
-    if (!image.has_alpha())
-        return firstBands(front, channels);
-    double white = 255;
-    double opaque = 255;
-    if (image.format() == VIPS_FORMAT_USHORT)
-        white = opaque = 65535;
-    else if (image.format() == VIPS_FORMAT_FLOAT || image.format() == VIPS_FORMAT_DOUBLE)
-        white = opaque = 1;
-    if (channels == 4)
-        white = 0; // no ink
+    const bool hasInks = image.bands() >= 4 && image.interpretation() == VIPS_INTERPRETATION_CMYK;
+    const int channels = hasInks ? 4 : image.bands() >= 3 ? 3 : 1;
+    if (image.bands() == channels || !image.has_alpha())
+        return firstBands(image, channels);
+    const VipsBandFormat format = image.format();
+    const double opaque = vips_band_format_isfloat(format) ? 1
+                          : format == VIPS_FORMAT_USHORT   ? 65535
+                                                           : 255;
+    const std::vector<double> white(static_cast<std::size_t>(channels), hasInks ? 0 : opaque);
     // Of whole numbers libvips would round the mean down.
-    const VImage flat = front.cast(VIPS_FORMAT_FLOAT)
-                            .flatten(VImage::option()
-                                         ->set("background", std::vector<double>(channels, white))
-                                         ->set("max_alpha", opaque));
-    return (vips_band_format_isint(image.format()) ? flat.rint() : flat).cast(image.format());
+    const VImage flat =
+        firstBands(image, channels + 1)
+            .cast(VIPS_FORMAT_FLOAT)
+            .flatten(VImage::option()->set("background", white)->set("max_alpha", opaque));
+    return (vips_band_format_isint(format) ? flat.rint() : flat).cast(format);
 }
 
 // CIELAB as ICC.1 (version 4), 6.3.4.2, encodes it in 16 bits.
@@ -99,36 +72,26 @@ VImage fromFloat(const VImage& image, bool isLinear) {
 } // namespace
 
 OwnNumbers ownNumbers(VImage image, const Bytes& embeddedProfile, bool isIccLab) {
-    if (image.coding() == VIPS_CODING_RAD)
-        image = image.rad2float();
-    if (isIccLab || isLabLike(image))
-        return {isIccLab ? fromIccLab(image) : fromLab(image), labBytes()};
+    const VipsInterpretation meaning = image.interpretation();
+    if (isIccLab)
+        return {fromIccLab(image), labBytes()};
+    // What libvips makes of TIFF's CIELAB of 8, 16 and 32 bits, and of its LogLuv.
+    if (meaning == VIPS_INTERPRETATION_LABQ || meaning == VIPS_INTERPRETATION_LABS ||
+        meaning == VIPS_INTERPRETATION_LAB || meaning == VIPS_INTERPRETATION_XYZ)
+        return {fromLab(image), labBytes()};
 
     image = withoutAlpha(image);
-    OwnNumbers own;
-    if (describes(embeddedProfile, image.bands()))
-        own.profile = embeddedProfile;
-    switch (image.format()) {
-    case VIPS_FORMAT_UCHAR:
-    case VIPS_FORMAT_CHAR:
-        own.pixels = image.cast(VIPS_FORMAT_UCHAR);
-        break;
-    case VIPS_FORMAT_USHORT:
-    case VIPS_FORMAT_SHORT:
-        own.pixels = image.cast(VIPS_FORMAT_USHORT);
-        break;
-    case VIPS_FORMAT_UINT:
-    case VIPS_FORMAT_INT:
-        own.pixels = image.cast(VIPS_FORMAT_USHORT, VImage::option()->set("shift", true));
-        break;
-    case VIPS_FORMAT_FLOAT:
-    case VIPS_FORMAT_DOUBLE:
-        own.pixels = fromFloat(image, own.profile.empty());
-        break;
-    default:
+    const VipsBandFormat format = image.format();
+    const Bytes profile = describes(embeddedProfile, image.bands()) ? embeddedProfile : Bytes();
+    if (vips_band_format_isfloat(format))
+        return {fromFloat(image, profile.empty()), profile};
+    if (vips_band_format_iscomplex(format))
         throw std::runtime_error("pixels of no usable format");
-    }
-    return own;
+    if (vips_band_format_is8bit(format))
+        return {image.cast(VIPS_FORMAT_UCHAR), profile};
+    // Of 32 bits the upper ones.
+    const bool isWide = vips_format_sizeof(format) == 4;
+    return {image.cast(VIPS_FORMAT_USHORT, VImage::option()->set("shift", isWide)), profile};
 }
 
 } // namespace lumivert::decoder
