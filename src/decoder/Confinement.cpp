@@ -8,10 +8,10 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <fstream>
 #include <linux/capability.h>
 #include <memory>
 #include <poll.h>
@@ -25,7 +25,6 @@
 #include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
-#include <vector>
 
 namespace lumivert::decoder {
 namespace {
@@ -73,28 +72,6 @@ bool forbidFiles() {
     return rules && ::syscall(SYS_landlock_restrict_self, rules.get(), 0U) == 0;
 }
 
-class CallFilter {
-public:
-    CallFilter()
-        : m_context(seccomp_init(SCMP_ACT_KILL_PROCESS)) {}
-    CallFilter(const CallFilter&) = delete;
-    CallFilter& operator=(const CallFilter&) = delete;
-    ~CallFilter() { seccomp_release(m_context); }
-
-    // A rule that cannot be added, for a call that this machine's kind has not, forbids more.
-    void answer(std::uint32_t action, int call, std::vector<scmp_arg_cmp> arguments = {}) {
-        seccomp_rule_add_array(m_context, action, call, static_cast<unsigned>(arguments.size()),
-                               arguments.data());
-    }
-    [[nodiscard]] bool load() {
-        return m_context && seccomp_attr_set(m_context, SCMP_FLTATR_CTL_TSYNC, 1) == 0 &&
-               seccomp_load(m_context) == 0;
-    }
-
-private:
-    scmp_filter_ctx m_context;
-};
-
 constexpr const char* harmlessCalls =
     "read pread64 readv write writev close lseek fstat ftruncate fallocate poll ppoll "
     "brk mmap mprotect mremap munmap madvise "
@@ -105,39 +82,47 @@ constexpr const char* harmlessCalls =
     "rt_sigaction rt_sigprocmask rt_sigreturn sigaltstack restart_syscall exit exit_group";
 
 bool forbidCalls(int socket) {
-    CallFilter filter;
-    const auto is = [](unsigned argument, std::uint64_t value) {
-        return scmp_arg_cmp{argument, SCMP_CMP_EQ, value, 0};
+    const std::unique_ptr<void, decltype(&seccomp_release)> filter(
+        seccomp_init(SCMP_ACT_KILL_PROCESS), &seccomp_release);
+    // A rule that cannot be added, for a call that this machine's kind has not, forbids more.
+    const auto answer = [&](std::uint32_t action, int call, auto... arguments) {
+        seccomp_rule_add(filter.get(), action, call, sizeof...(arguments), arguments...);
+    };
+    const auto allow = [&](int call, auto... arguments) {
+        answer(SCMP_ACT_ALLOW, call, arguments...);
+    };
+    const auto is = [](unsigned argument, auto value) {
+        return scmp_arg_cmp{argument, SCMP_CMP_EQ, static_cast<std::uint64_t>(value), 0};
     };
     const auto has = [](unsigned argument, std::uint64_t mask, std::uint64_t value) {
         return scmp_arg_cmp{argument, SCMP_CMP_MASKED_EQ, mask, value};
     };
-    const auto number = [](auto value) { return static_cast<std::uint64_t>(value); };
     std::istringstream names(harmlessCalls);
     for (std::string name; names >> name;)
-        filter.answer(SCMP_ACT_ALLOW, seccomp_syscall_resolve_name(name.c_str()));
-    filter.answer(SCMP_ACT_ALLOW, SCMP_SYS(sendmsg), {is(0, number(socket))});
-    filter.answer(SCMP_ACT_ALLOW, SCMP_SYS(recvmsg), {is(0, number(socket))});
-    filter.answer(SCMP_ACT_ALLOW, SCMP_SYS(tgkill), {is(0, number(::getpid()))}); // abort()
-    filter.answer(SCMP_ACT_ALLOW, SCMP_SYS(prlimit64), {is(0, 0)});
-    filter.answer(SCMP_ACT_ALLOW, SCMP_SYS(prctl), {is(0, PR_SET_NAME)});
+        allow(seccomp_syscall_resolve_name(name.c_str()));
+    allow(SCMP_SYS(sendmsg), is(0, socket));
+    allow(SCMP_SYS(recvmsg), is(0, socket));
+    allow(SCMP_SYS(tgkill), is(0, ::getpid())); // abort()
+    allow(SCMP_SYS(prlimit64), is(0, 0));
+    allow(SCMP_SYS(prctl), is(0, PR_SET_NAME));
     for (const int command : {F_GETFD, F_GETFL, F_ADD_SEALS, F_GET_SEALS})
-        filter.answer(SCMP_ACT_ALLOW, SCMP_SYS(fcntl), {is(1, number(command))});
+        allow(SCMP_SYS(fcntl), is(1, command));
 
     // Threads, but no processes. The flags of clone3 lie in memory, where no filter looks; the C
     // library falls back on clone.
-    filter.answer(SCMP_ACT_ALLOW, SCMP_SYS(clone), {has(0, CLONE_THREAD, CLONE_THREAD)});
-    filter.answer(SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(clone3));
+    allow(SCMP_SYS(clone), has(0, CLONE_THREAD, CLONE_THREAD));
+    answer(SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(clone3));
 
     // What libraries look for as they go (time zone, number of processors, memory policy of the
     // machine, a file for code made at run time) they can do without.
-    filter.answer(SCMP_ACT_ALLOW, SCMP_SYS(newfstatat), {has(3, AT_EMPTY_PATH, AT_EMPTY_PATH)});
-    filter.answer(SCMP_ACT_ERRNO(EACCES), SCMP_SYS(newfstatat), {has(3, AT_EMPTY_PATH, 0)});
+    allow(SCMP_SYS(newfstatat), has(3, AT_EMPTY_PATH, AT_EMPTY_PATH));
+    answer(SCMP_ACT_ERRNO(EACCES), SCMP_SYS(newfstatat), has(3, AT_EMPTY_PATH, 0));
     for (const int call : {SCMP_SYS(open), SCMP_SYS(openat), SCMP_SYS(access), SCMP_SYS(faccessat),
                            SCMP_SYS(stat), SCMP_SYS(readlink), SCMP_SYS(readlinkat)})
-        filter.answer(SCMP_ACT_ERRNO(EACCES), call);
-    filter.answer(SCMP_ACT_ERRNO(ENOTTY), SCMP_SYS(ioctl));
-    return filter.load();
+        answer(SCMP_ACT_ERRNO(EACCES), call);
+    answer(SCMP_ACT_ERRNO(ENOTTY), SCMP_SYS(ioctl));
+    return filter && seccomp_attr_set(filter.get(), SCMP_FLTATR_CTL_TSYNC, 1) == 0 &&
+           seccomp_load(filter.get()) == 0;
 }
 
 using Resource = decltype(RLIMIT_CORE);
@@ -167,24 +152,16 @@ void raise(Resource resource, rlim_t value) {
     ::setrlimit(resource, &now);
 }
 
-std::uint64_t pages(int name) {
-    return static_cast<std::uint64_t>(::sysconf(name)) *
-           static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
-}
-
 std::uint64_t halfOfMachine() {
-    static const std::uint64_t half = pages(_SC_PHYS_PAGES) / 2;
-    return half;
+    static const auto pages = static_cast<std::uint64_t>(::sysconf(_SC_PHYS_PAGES));
+    return pages * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE)) / 2;
 }
 
 // Addresses that cost no memory: libraries, the photo's bytes, the answer's, stacks never filled.
 std::uint64_t freeAddresses() {
     static const std::uint64_t addresses = [] {
-        unsigned long long inUse = 0;
-        const std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen("/proc/self/statm", "re"),
-                                                         &std::fclose);
-        if (!file || std::fscanf(file.get(), "%llu", &inUse) != 1)
-            inUse = (1 << 20);
+        std::uint64_t inUse = 1 << 20;
+        std::ifstream("/proc/self/statm") >> inUse;
         return inUse * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE)) + halfOfMachine() +
                2 * gibibyte + std::thread::hardware_concurrency() * addressesOfCore;
     }();
@@ -202,8 +179,7 @@ void leaveSurroundings() {
     if (::unshare(CLONE_NEWUSER | CLONE_NEWNET) == 0) {
         // Threads count as processes, and those of the user outside do not count here.
         const rlim_t threads = 32 + 8 * std::thread::hardware_concurrency();
-        const rlimit both{threads, threads};
-        ::setrlimit(RLIMIT_NPROC, &both);
+        limit(RLIMIT_NPROC, threads, threads);
     } else {
         ::unshare(CLONE_NEWNET);
     }
