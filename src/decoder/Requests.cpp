@@ -49,8 +49,9 @@ int edgeOf(const Request& request) {
     return request.screenEdge;
 }
 
-bool send(int socket, const Answer& answer, std::span<const int> descriptors = {}) {
-    return sendPacket(socket, std::as_bytes(std::span(&answer, 1)), descriptors);
+bool send(int socket, const Answer& answer, const Descriptor& file = {}) {
+    const int fd = file.get();
+    return sendPacket(socket, std::as_bytes(std::span(&answer, 1)), std::span(&fd, file ? 1 : 0));
 }
 
 // Made before nothing can be made any more; a decoder answers once.
@@ -58,7 +59,6 @@ Descriptor preparedAnswer;
 
 // The answer's memory: pixels, then the profile; sealed.
 Descriptor answerFile(Answer& answer, const vips::VImage& rendition, const Bytes& profile) {
-    answer.done = 1;
     answer.renditionWidth = rendition.width();
     answer.renditionHeight = rendition.height();
     answer.profileSize = profile.size();
@@ -79,15 +79,12 @@ Descriptor answerFile(Answer& answer, const vips::VImage& rendition, const Bytes
     return file;
 }
 
-void load(int socket, const Request& request, std::span<const Descriptor> descriptors) {
-    const SharedBytes bytes = mapped(descriptors[0]);
+Descriptor load(const Request& request, const SharedBytes& bytes, Answer& answer) {
     // Beside the rendition, which leaves a core to it.
     auto wholeness = std::async(std::launch::async, [&bytes] { return isWhole(bytes.view); });
     const Photo photo = opened(bytes, {edgeOf(request), 0});
-    Answer answer;
-    answer.kind = Kind::load;
-    const Descriptor file = answerFile(
-        answer, screenRendition(photo, request.screenEdge, std::nullopt), photo.paperProfile());
+    Descriptor file = answerFile(answer, screenRendition(photo, request.screenEdge, std::nullopt),
+                                 photo.paperProfile());
     if (!wholeness.get())
         throw std::runtime_error("a damaged photo");
 
@@ -105,47 +102,23 @@ void load(int socket, const Request& request, std::span<const Descriptor> descri
         answer.storedHeight = photo.jpeg->height;
         answer.inverted = photo.jpeg->inverted ? 1 : 0;
     }
-    const int fd = file.get();
-    send(socket, answer, {&fd, 1});
+    return file;
 }
 
-void proof(int socket, const Request& request, std::span<const Descriptor> descriptors) {
-    const SharedBytes bytes = mapped(descriptors[0]);
-    const SharedBytes profile = mapped(descriptors[1]);
+Descriptor proof(const Request& request, const SharedBytes& bytes, const SharedBytes& profile,
+                 Answer& answer) {
     const Photo photo = opened(bytes, {edgeOf(request), request.rawWhite});
-    Answer answer;
-    answer.kind = Kind::proof;
-    const Descriptor file = answerFile(
-        answer, screenRendition(photo, request.screenEdge, Paper{profile.view, request.intent}),
-        {});
-    const int fd = file.get();
-    send(socket, answer, {&fd, 1});
+    const Paper paper{profile.view, request.intent};
+    return answerFile(answer, screenRendition(photo, request.screenEdge, paper), {});
 }
 
-void profile(int socket, std::span<const Descriptor> descriptors) {
-    const PageSpace space = pageSpace(mapped(descriptors[0]).view);
-    Answer answer;
-    answer.kind = Kind::profile;
-    answer.done = 1;
-    answer.channels = static_cast<std::uint32_t>(space.channels);
-    answer.isDestination = space.isDestination ? 1 : 0;
-    send(socket, answer);
-}
-
-// False where it went wrong after the answer had gone out.
-bool rows(int socket, const Request& request, std::span<const Descriptor> descriptors) {
-    const SharedBytes bytes = mapped(descriptors[0]);
-    const int pipe = descriptors[1].get();
-    const SharedBytes profile = request.hasTarget != 0 ? mapped(descriptors[2]) : SharedBytes();
-    const auto target =
-        request.hasTarget != 0 ? std::optional(Paper{profile.view, request.intent}) : std::nullopt;
+// Answers itself, when the first rows stand ready: until then a photo can still be refused. False
+// where it went wrong after that.
+bool rows(int socket, const Request& request, const SharedBytes& bytes, int pipe,
+          const std::optional<Paper>& target, Answer& answer) {
     const Photo photo = opened(bytes, {std::nullopt, request.rawWhite});
     const vips::VImage pixels =
         paperRows(photo, {request.x, request.y, request.width, request.height}, target);
-
-    Answer answer;
-    answer.kind = Kind::rows;
-    answer.done = 1;
     answer.width = pixels.width();
     answer.height = pixels.height();
     answer.channels = static_cast<std::uint32_t>(pixels.bands());
@@ -153,7 +126,6 @@ bool rows(int socket, const Request& request, std::span<const Descriptor> descri
     bool answered = false;
     try {
         forEachStrip(pixels, [&](std::span<const std::byte> strip, int) {
-            // Not before the first rows stand ready: until then a photo can still be refused.
             answered = answered || send(socket, answer);
             return answered && writeAll(pipe, strip);
         });
@@ -180,28 +152,38 @@ std::size_t descriptorsOf(const Request& request) {
 
 } // namespace
 
-bool serve(int socket, const Request& request, std::vector<Descriptor> descriptors) {
-    try {
-        const bool isWhole = request.magic == protocol::magic &&
-                             request.version == protocol::version && !descriptors.empty() &&
-                             descriptors.size() == descriptorsOf(request);
-        if (isWhole && request.kind == Kind::rows)
-            return rows(socket, request, descriptors);
-        if (isWhole) {
-            if (request.kind == Kind::load)
-                load(socket, request, descriptors);
-            else if (request.kind == Kind::proof)
-                proof(socket, request, descriptors);
-            else
-                profile(socket, descriptors);
-            return true;
-        }
-    } catch (const std::exception&) {
-        // Falls through to the refusal.
+bool serve(int socket, const Request& request, std::vector<Descriptor> descriptors) try {
+    Answer answer{.kind = request.kind, .done = 1};
+    const std::size_t count = descriptorsOf(request);
+    if (request.magic != protocol::magic || request.version != protocol::version || count == 0 ||
+        descriptors.size() != count)
+        throw std::runtime_error("no request");
+    const SharedBytes bytes = mapped(descriptors.front());
+    Descriptor file;
+    switch (request.kind) {
+    case Kind::load:
+        file = load(request, bytes, answer);
+        break;
+    case Kind::proof:
+        file = proof(request, bytes, mapped(descriptors.back()), answer);
+        break;
+    case Kind::rows: {
+        const SharedBytes profile = count == 3 ? mapped(descriptors.back()) : SharedBytes();
+        const auto target =
+            count == 3 ? std::optional(Paper{profile.view, request.intent}) : std::nullopt;
+        return rows(socket, request, bytes, descriptors[1].get(), target, answer);
     }
-    Answer refusal;
-    refusal.kind = request.kind;
-    send(socket, refusal);
+    case Kind::profile: {
+        const PageSpace space = pageSpace(bytes.view);
+        answer.channels = static_cast<std::uint32_t>(space.channels);
+        answer.isDestination = space.isDestination ? 1 : 0;
+        break;
+    }
+    }
+    send(socket, answer, file);
+    return true;
+} catch (const std::exception&) {
+    send(socket, Answer{.kind = request.kind});
     return true;
 }
 
