@@ -10,6 +10,8 @@
 #include <cmath>
 #include <cstdint>
 #include <memory>
+#include <numeric>
+#include <span>
 #include <stdexcept>
 #include <vector>
 
@@ -29,52 +31,30 @@ bool open(LibRaw& raw, std::span<const std::byte> bytes) {
 
 // LibRaw's flip counts quarter turns in bits; the four that occur, as EXIF orientations.
 int orientationOf(int flip) {
-    switch (flip) {
-    case 3:
-        return 3;
-    case 5:
-        return 8;
-    case 6:
-        return 6;
-    default:
-        return 1;
-    }
+    return flip == 3 ? 3 : flip == 5 ? 8 : flip == 6 ? 6 : 1;
 }
 
-// The scene value shown as white: one pixel in a hundred of a channel may lie above.
-double findWhite(const LibRaw& raw, int channels) {
-    constexpr std::size_t bins = 0x2000;
-    std::vector<std::vector<std::uint32_t>> counts(static_cast<std::size_t>(channels),
-                                                   std::vector<std::uint32_t>(bins));
-    const auto& sizes = raw.imgdata.sizes;
-    const std::size_t pixels = std::size_t{sizes.width} * sizes.height;
-    for (std::size_t i = 0; i < pixels; ++i)
-        for (std::size_t c = 0; c < counts.size(); ++c)
-            ++counts[c][raw.imgdata.image[i][c] >> 3];
-    std::size_t white = 32;
-    for (const auto& count : counts) {
-        std::size_t above = 0;
-        std::size_t bin = bins - 1;
-        while (bin > white && (above += count[bin]) <= pixels / 100)
+// The scene value shown as white: one pixel in a hundred of a channel may lie above. LibRaw counts
+// the values, by eights.
+double findWhite(LibRaw& raw, int channels) {
+    const auto* counts = raw.get_internal_data_pointer()->output_data.histogram;
+    int white = 32;
+    for (int c = 0; c < channels; ++c) {
+        const std::span<const int> count(counts[c]);
+        const auto hundredth = std::accumulate(count.begin(), count.end(), std::int64_t{0}) / 100;
+        std::int64_t above = 0;
+        int bin = static_cast<int>(count.size()) - 1;
+        while (bin > white && (above += count[static_cast<std::size_t>(bin)]) <= hundredth)
             --bin;
-        white = std::max(white, bin);
+        white = bin;
     }
-    return static_cast<double>(white << 3);
-}
-
-std::vector<std::uint16_t> toneTable(double white) {
-    std::vector<std::uint16_t> table(65536);
-    for (std::size_t i = 0; i < table.size(); ++i)
-        table[i] = static_cast<std::uint16_t>(std::lround(
-            65535 * std::pow(std::min(1.0, static_cast<double>(i) / white), 1 / gamma)));
-    return table;
+    return white * 8;
 }
 
 // What the developed photo's pixels look at.
 struct Development {
     LibRaw raw;
     bool isDamaged = false;
-    std::vector<std::uint16_t> table;
 };
 
 } // namespace
@@ -126,15 +106,15 @@ std::optional<Photo> openRaw(std::span<const std::byte> bytes, const OpenOptions
     const VImage linear = holding(VImage::new_from_memory(raw->imgdata.image, size, developed.width,
                                                           developed.height, 4, VIPS_FORMAT_USHORT),
                                   development);
-    development->table = toneTable(photo.rawWhite);
-    const VImage table = VImage::new_from_memory(
-        development->table.data(), development->table.size() * sizeof(std::uint16_t),
-        static_cast<int>(development->table.size()), 1, 1, VIPS_FORMAT_USHORT);
-    photo.pixels = linear.extract_band(0, VImage::option()->set("n", channels))
-                       .maplut(table)
-                       .copy(VImage::option()->set("interpretation",
-                                                   channels == 1 ? VIPS_INTERPRETATION_GREY16
-                                                                 : VIPS_INTERPRETATION_RGB16));
+    std::vector<std::uint16_t> tones(65536);
+    for (std::size_t i = 0; i < tones.size(); ++i)
+        tones[i] = static_cast<std::uint16_t>(std::lround(
+            65535 * std::pow(std::min(1.0, static_cast<double>(i) / photo.rawWhite), 1 / gamma)));
+    const VImage table =
+        VImage::new_from_memory(tones.data(), tones.size() * sizeof tones.front(),
+                                static_cast<int>(tones.size()), 1, 1, VIPS_FORMAT_USHORT)
+            .copy_memory();
+    photo.pixels = linear.extract_band(0, VImage::option()->set("n", channels)).maplut(table);
     photo.profile = channels == 1 ? plainGreyBytes() : wideGamutBytes();
     photo.isRandomAccess = true;
     return photo;

@@ -105,10 +105,9 @@ VImage keptWhole(const VImage& image) {
         std::ranges::copy(rows, memory.get() + static_cast<std::size_t>(top) * line);
         return true;
     });
-    const VImage kept = VImage::new_from_memory(memory.get(), size, image.width(), image.height(),
-                                                image.bands(), image.format());
-    return holding(kept, memory)
-        .copy(VImage::option()->set("interpretation", image.interpretation()));
+    return holding(VImage::new_from_memory(memory.get(), size, image.width(), image.height(),
+                                           image.bands(), image.format()),
+                   memory);
 }
 
 } // namespace lumivert::decoder
