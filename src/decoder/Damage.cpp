@@ -2,11 +2,11 @@
 
 #include "decoder/Jpeg.h"
 #include "decoder/PhotoFacts.h"
-#include "decoder/TiffFile.h"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <ranges>
 #include <utility>
 
 namespace lumivert::decoder {
@@ -103,7 +103,7 @@ bool endsAsAJpeg(ByteView bytes) {
 bool isWholeDng(ByteView file) {
     constexpr int losslessJpeg = 7;
     constexpr int lossyJpeg = 34892; // DNG 1.4, Compression
-    return std::ranges::all_of(TiffFile(file).dngTiles(), [&](const TiffFile::Coded& tile) {
+    return std::ranges::all_of(readTiff(file).dngTiles, [&](const TiffFacts::Coded& tile) {
         const ByteView data = part(file, tile.at, tile.size);
         const bool isJpeg = tile.compression == losslessJpeg || tile.compression == lossyJpeg;
         return data.size() == tile.size && (!isJpeg || endsAsAJpeg(data)) &&
@@ -155,15 +155,12 @@ bool isWhole(ByteView bytes) {
 }
 
 bool isHarmless(std::string_view messages) {
-    while (!messages.empty()) {
-        const std::string_view line = messages.substr(0, messages.find('\n'));
+    return std::ranges::all_of(messages | std::views::split('\n'), [](const auto& line) {
+        const std::string_view text(line.begin(), line.end());
         // The texts of JWRN_JFIF_MAJOR and JWRN_ADOBE_XFORM.
-        if (line.find("unknown JFIF revision") == line.npos &&
-            line.find("Unknown Adobe color transform") == line.npos)
-            return false;
-        messages.remove_prefix(std::min(messages.size(), line.size() + 1));
-    }
-    return true;
+        return text.empty() || text.find("unknown JFIF revision") != text.npos ||
+               text.find("Unknown Adobe color transform") != text.npos;
+    });
 }
 
 void noteWarning(const char* message) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "decoder/Blocks.h"
+#include "decoder/Containers.h"
 
 /// Damage that libraries paint over instead of failing: a photo with it prints grey or as noise.
 /// docs/reliability.md says which damage each format can show.

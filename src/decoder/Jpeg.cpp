@@ -1,57 +1,23 @@
 #include "decoder/Jpeg.h"
 
-#include "platform/decoder/DecoderProtocol.h"
-
 #include <algorithm>
-#include <array>
 #include <csetjmp>
 #include <cstdio>
 #include <jerror.h>
 #include <jpeglib.h>
 
 namespace lumivert::decoder {
-
-using namespace std::string_view_literals;
-
 namespace {
 
-std::size_t byteAt(ByteView bytes, std::size_t at) {
-    return bigEndian(bytes, at, 1);
-}
-
-std::size_t wordAt(ByteView bytes, std::size_t at) {
-    return bigEndian(bytes, at, 2);
-}
-
-// JFIF 1.02: identifier 5, version 2, units 1, Xdensity 2, Ydensity 2.
-std::optional<Density> jfifDensity(ByteView segment) {
-    if (segment.size() < 12)
-        return std::nullopt;
-    const std::size_t units = byteAt(segment, 7);
-    if (units != 1 && units != 2)
-        return std::nullopt; // an aspect ratio only
-    const double perInch = units == 2 ? 2.54 : 1;
-    return usableDensity(static_cast<double>(wordAt(segment, 8)) * perInch,
-                         static_cast<double>(wordAt(segment, 10)) * perInch);
-}
-
-bool isFrame(std::size_t marker) {
-    return marker >= 0xc0 && marker <= 0xcf && marker != 0xc4 && marker != 0xc8 && marker != 0xcc;
-}
-
-// From the end, where it usually stands; more may follow it, such as a second picture.
-bool hasEndOfImage(ByteView bytes) {
-    for (std::size_t at = bytes.size(); at >= 2; --at)
-        if (bytes[at - 2] == std::byte{0xff} && bytes[at - 1] == std::byte{0xd9})
-            return true;
-    return false;
-}
+constexpr int adobeMarker = JPEG_APP0 + 14;
 
 struct Check {
     jpeg_decompress_struct info{};
     jpeg_error_mgr errors{};
     std::jmp_buf failed{};
     bool isDamaged = false;
+
+    ~Check() { jpeg_destroy_decompress(&info); }
 };
 
 Check& checkOf(j_common_ptr info) {
@@ -83,6 +49,26 @@ void warn(j_common_ptr info, int level) {
     default:
         check.isDamaged = true;
     }
+}
+
+// The header, and then what `read` reads; nothing there may need a destructor. False where libjpeg
+// gives up.
+template <class Read>
+bool goThrough(Check& check, ByteView bytes, const Read& read) {
+    jpeg_decompress_struct& info = check.info;
+    info.err = jpeg_std_error(&check.errors);
+    info.client_data = &check;
+    check.errors.error_exit = fail;
+    check.errors.emit_message = warn;
+    if (setjmp(check.failed) != 0) // NOLINT(cert-err52-cpp): how libjpeg reports errors
+        return false;
+    jpeg_create_decompress(&info);
+    jpeg_mem_src(&info, reinterpret_cast<const unsigned char*>(bytes.data()),
+                 static_cast<unsigned long>(bytes.size()));
+    jpeg_save_markers(&info, adobeMarker, 0xffff);
+    jpeg_read_header(&info, TRUE);
+    read();
+    return true;
 }
 
 bool hasEveryScan(const jpeg_decompress_struct& info) {
@@ -117,122 +103,67 @@ void readArithmetic(Check& check) {
 }
 
 // Only the blocks' means are computed; what costs time is that every code is read.
-void readHuffman(Check& check, std::vector<JSAMPLE>& row) {
+void readHuffman(Check& check) {
     jpeg_decompress_struct& info = check.info;
     info.scale_num = 1;
     info.scale_denom = DCTSIZE;
     info.out_color_space = info.jpeg_color_space;
     jpeg_start_decompress(&info);
-    row.resize(std::size_t{info.output_width} * static_cast<std::size_t>(info.output_components));
-    JSAMPROW line = row.data();
+    const auto samples = info.output_width * static_cast<JDIMENSION>(info.output_components);
+    JSAMPARRAY row =
+        info.mem->alloc_sarray(reinterpret_cast<j_common_ptr>(&info), JPOOL_IMAGE, samples, 1);
     while (info.output_scanline < info.output_height)
-        jpeg_read_scanlines(&info, &line, 1);
-    if (!hasEveryScan(info))
-        check.isDamaged = true;
+        jpeg_read_scanlines(&info, row, 1);
+    check.isDamaged = check.isDamaged || !hasEveryScan(info);
     jpeg_finish_decompress(&info);
 }
 
-bool read(Check& check, ByteView bytes, std::vector<JSAMPLE>& row) {
-    if (setjmp(check.failed) != 0) // NOLINT(cert-err52-cpp): how libjpeg reports errors
-        return false;
-    jpeg_create_decompress(&check.info);
-    jpeg_mem_src(&check.info, reinterpret_cast<const unsigned char*>(bytes.data()),
-                 static_cast<unsigned long>(bytes.size()));
-    jpeg_read_header(&check.info, TRUE);
-    if (check.info.arith_code)
-        readArithmetic(check);
-    else
-        readHuffman(check, row);
-    return !check.isDamaged;
+// Whether Adobe's markers name more than one colour transform.
+bool isContradictory(const jpeg_decompress_struct& info) {
+    for (const jpeg_marker_struct* marker = info.marker_list; marker; marker = marker->next)
+        if (marker->data_length >= 12 && std::equal(marker->data, marker->data + 5, "Adobe") &&
+            marker->data[11] != info.Adobe_transform)
+            return true;
+    return false;
 }
 
 } // namespace
 
-std::optional<Density> usableDensity(double x, double y) {
-    using protocol::isUsable;
-    if (!isUsable(x) && !isUsable(y))
-        return std::nullopt;
-    return Density{isUsable(x) ? x : y, isUsable(y) ? y : x};
-}
-
 std::optional<JpegMarkers> readJpegMarkers(ByteView bytes) {
-    if (bytes.size() < 4 || wordAt(bytes, 0) != 0xffd8)
+    Check check;
+    if (!goThrough(check, bytes, [] {}))
         return std::nullopt;
+    const jpeg_decompress_struct& info = check.info;
     JpegMarkers found;
-    std::optional<std::size_t> frame;
-    std::size_t precision = 0;
-    std::array<std::size_t, 4> ids{};
-    bool hasJfif = false;
-    bool hasAdobe = false;
-    std::optional<std::size_t> transform; // of Adobe's marker: 0 none, 1 YCbCr, 2 YCCK
-    bool isContradictory = false;
-    for (std::size_t at = 2; at + 4 <= bytes.size();) {
-        if (byteAt(bytes, at) != 0xff)
-            return std::nullopt;
-        const std::size_t marker = byteAt(bytes, at + 1);
-        if (marker == 0xff) { // fill byte
-            ++at;
-            continue;
-        }
-        if (marker == 0xda) {
-            found.hasEnd = hasEndOfImage(bytes.subspan(at + 2));
-            break;
-        }
-        const std::size_t length = wordAt(bytes, at + 2);
-        if (length < 2 || at + 2 + length > bytes.size())
-            return std::nullopt;
-        const auto segment = bytes.subspan(at + 4, length - 2);
-        if (marker == 0xe0 && asText(part(segment, 0, 5)) == "JFIF\0"sv) {
-            hasJfif = true;
-            if (!found.jfifDensity)
-                found.jfifDensity = jfifDensity(segment);
-        } else if (marker == 0xee && segment.size() >= 12 &&
-                   asText(part(segment, 0, 5)) == "Adobe") {
-            hasAdobe = true;
-            isContradictory = isContradictory || (transform && *transform != byteAt(segment, 11));
-            transform = byteAt(segment, 11);
-        } else if (isFrame(marker) && segment.size() >= 6 && !frame) {
-            frame = marker;
-            precision = byteAt(segment, 0);
-            found.height = static_cast<int>(wordAt(segment, 1));
-            found.width = static_cast<int>(wordAt(segment, 3));
-            found.components = static_cast<int>(byteAt(segment, 5));
-            for (std::size_t i = 0; i < ids.size() && 6 + 3 * i < segment.size(); ++i)
-                ids[i] = byteAt(segment, 6 + 3 * i);
-        }
-        at += 2 + length;
-    }
-    if (!frame)
-        return std::nullopt;
-    const bool usualCoding = (*frame == 0xc0 || *frame == 0xc1 || *frame == 0xc2) && precision == 8;
+    found.width = static_cast<int>(info.image_width);
+    found.height = static_cast<int>(info.image_height);
+    found.components = info.num_components;
     // Without a marker, component names 'R', 'G', 'B' mean RGB to some readers and YCbCr to others.
-    const bool ambiguous = found.components == 3 && !hasJfif && !hasAdobe && ids[0] == 'R' &&
-                           ids[1] == 'G' && ids[2] == 'B';
-    // JFIF means YCbCr; some readers believe it and some Adobe's marker. A transform that the
-    // number of components has not is taken for one thing here and for another there.
-    const std::size_t meant = transform.value_or(found.components == 3 ? 1 : 0);
-    const bool hasOneReading =
-        !ambiguous && !isContradictory &&
-        (found.components == 3 ? meant == 1 || (meant == 0 && !hasJfif)
-                               : found.components == 1 || meant == 0 || meant == 2);
-    const bool usualComponents =
-        found.components == 1 || found.components == 3 || found.components == 4;
-    found.embeddable =
-        usualCoding && usualComponents && hasOneReading && found.width > 0 && found.height > 0;
-    found.inverted = found.components == 4 && hasAdobe;
+    const bool isAmbiguous = info.jpeg_color_space == JCS_RGB && !info.saw_Adobe_marker;
+    // JFIF means YCbCr; some readers believe it and some Adobe's marker. A transform (0 none,
+    // 1 YCbCr, 2 YCCK) that the number of components has not is taken for one thing here and for
+    // another there.
+    const int usual = found.components == 3 ? 1 : 0;
+    const int transform = info.saw_Adobe_marker ? info.Adobe_transform : usual;
+    const bool isUsual =
+        found.components == 1 ||
+        (found.components == 3 && (transform == 1 || (transform == 0 && !info.saw_JFIF_marker))) ||
+        (found.components == 4 && (transform == 0 || transform == 2));
+    found.embeddable = isUsual && !isAmbiguous && !isContradictory(info) && !info.arith_code &&
+                       info.data_precision == 8 && !check.isDamaged;
+    found.inverted = found.components == 4 && info.saw_Adobe_marker;
+    // Otherwise there is an aspect ratio only.
+    if (info.saw_JFIF_marker && (info.density_unit == 1 || info.density_unit == 2)) {
+        const double perInch = info.density_unit == 2 ? 2.54 : 1;
+        found.jfifDensity = usableDensity(info.X_density * perInch, info.Y_density * perInch);
+    }
     return found;
 }
 
 bool isWholeJpeg(ByteView bytes) {
     Check check;
-    check.info.err = jpeg_std_error(&check.errors);
-    check.info.client_data = &check;
-    check.errors.error_exit = fail;
-    check.errors.emit_message = warn;
-    std::vector<JSAMPLE> row; // outside of what longjmp leaves
-    const bool isWhole = read(check, bytes, row);
-    jpeg_destroy_decompress(&check.info);
-    return isWhole;
+    const auto read = [&] { check.info.arith_code ? readArithmetic(check) : readHuffman(check); };
+    return goThrough(check, bytes, read) && !check.isDamaged;
 }
 
 } // namespace lumivert::decoder

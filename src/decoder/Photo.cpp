@@ -7,7 +7,6 @@
 #include "decoder/Profiles.h"
 #include "decoder/RawReader.h"
 #include "decoder/StatedColors.h"
-#include "decoder/TiffFile.h"
 #include "platform/decoder/DecoderProtocol.h"
 
 #include <algorithm>
@@ -69,18 +68,14 @@ std::optional<StatedColors> statedColors(PhotoKind kind, std::span<const std::by
     return isHeif && !hasProfile ? heifColors(bytes) : std::nullopt;
 }
 
-// Data that ends early is an error when the pixels are asked for; a JPEG without any end of image
-// is no photo, and one whose scan is damaged an error as well.
-std::optional<Photo> openWithVips(const PhotoFormat& format, std::span<const std::byte> bytes,
-                                  const OpenOptions& options) {
+// Data that ends early is an error when the pixels are asked for.
+Photo openWithVips(const PhotoFormat& format, std::span<const std::byte> bytes,
+                   const TiffFacts& tiff, const OpenOptions& options) {
     const VSource source = VSource::new_from_memory(bytes.data(), bytes.size());
     VImage image = load(format, source);
-    std::optional<JpegMarkers> jpeg;
-    if (format.kind == PhotoKind::jpeg)
-        jpeg = readJpegMarkers(bytes);
-    if (jpeg && !jpeg->hasEnd)
-        return std::nullopt;
-    const PhotoFacts facts = readFacts(format, bytes, image, jpeg);
+    const auto jpeg = format.kind == PhotoKind::jpeg ? readJpegMarkers(bytes) : std::nullopt;
+    const PhotoFacts facts =
+        readFacts(format, bytes, image, jpeg ? jpeg->jfifDensity : tiff.density);
     Photo photo;
     photo.storedSize = {image.width(), image.height()};
     allowPhoto(photo.storedSize, heldBytesAPixel(image, format.kind));
@@ -95,8 +90,7 @@ std::optional<Photo> openWithVips(const PhotoFormat& format, std::span<const std
     if (jpeg && jpeg->components == 4 && image.bands() == 4 && !jpeg->inverted)
         image = image.invert();
 
-    const bool isIccLab = format.kind == PhotoKind::tiff && TiffFile(bytes).isIccLab();
-    OwnNumbers own = ownNumbers(image, profile, isIccLab);
+    OwnNumbers own = ownNumbers(image, profile, tiff.isIccLab);
     photo.pixels = own.pixels;
     photo.profile = std::move(own.profile);
     if (const auto stated = statedColors(format.kind, bytes, !photo.profile.empty()))
@@ -107,12 +101,6 @@ std::optional<Photo> openWithVips(const PhotoFormat& format, std::span<const std
     if (jpeg && jpeg->embeddable && jpeg->components == photo.channels())
         photo.jpeg = jpeg;
     return photo;
-}
-
-// Libvips opens sensor data as the small preview inside it, so the RAW reader is asked first,
-// except for what no camera's RAW begins with.
-bool mayBeRaw(const PhotoFormat* format, std::span<const std::byte> bytes) {
-    return !format || (format->kind == PhotoKind::tiff && !isPlainTiff(bytes));
 }
 
 } // namespace
@@ -137,10 +125,14 @@ std::optional<Photo> openPhoto(std::span<const std::byte> bytes, const OpenOptio
     forgetDamage();
     std::optional<Photo> photo;
     const PhotoFormat* format = formatOf(bytes);
-    if (mayBeRaw(format, bytes))
+    const bool isTiff = format && format->kind == PhotoKind::tiff;
+    const TiffFacts tiff = isTiff ? readTiff(bytes) : TiffFacts{};
+    // Libvips opens sensor data as the small preview inside it, so the RAW reader is asked first,
+    // except for what no camera's RAW begins with.
+    if (!format || (isTiff && !tiff.isPicture))
         photo = openRaw(bytes, options);
     if (!photo && format)
-        photo = openWithVips(*format, bytes, options);
+        photo = openWithVips(*format, bytes, tiff, options);
     if (!photo || !protocol::isPossible(photo->storedSize))
         return std::nullopt;
     // What was tried on the way is of no concern to forEachStrip().

@@ -1,7 +1,5 @@
 #include "decoder/PhotoFacts.h"
 
-#include "decoder/TiffFile.h"
-
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
@@ -69,7 +67,7 @@ const PhotoFormat* formatOf(ByteView bytes) {
 }
 
 PhotoFacts readFacts(const PhotoFormat& format, ByteView bytes, const vips::VImage& image,
-                     const std::optional<JpegMarkers>& jpeg) {
+                     const std::optional<Density>& ofContainer) {
     PhotoFacts facts;
     if (format.upright == UprightBy::exif && image.get_typeof("orientation") == G_TYPE_INT)
         facts.orientation = image.get_int("orientation");
@@ -81,23 +79,14 @@ PhotoFacts readFacts(const PhotoFormat& format, ByteView bytes, const vips::VIma
                             textOf(image, "exif-ifd4-InteroperabilityIndex").starts_with("R03"));
 
     std::optional<Density> density;
-    if (format.density == DensityFrom::tiffTags) {
-        density = TiffFile(bytes).density();
-    } else {
-        if (format.density == DensityFrom::physThenExif)
-            density = pngDensity(bytes);
-        if (!density)
-            density = exifDensity(image);
-        if (!density && jpeg && format.density == DensityFrom::exifThenJfif)
-            density = jpeg->jfifDensity;
-    }
+    if (format.density == DensityFrom::physThenExif)
+        density = pngDensity(bytes);
+    if (!density && format.density != DensityFrom::tiffTags)
+        density = exifDensity(image);
+    if (!density)
+        density = ofContainer;
     facts.density = density.value_or(Density{});
     return facts;
-}
-
-bool isPlainTiff(ByteView bytes) {
-    const bool isCanonRaw = asText(part(bytes, 8, 2)) == "CR";
-    return !isCanonRaw && TiffFile(bytes).isPicture();
 }
 
 } // namespace lumivert::decoder

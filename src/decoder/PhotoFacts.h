@@ -1,6 +1,6 @@
 #pragma once
 
-#include "decoder/Jpeg.h"
+#include "decoder/Containers.h"
 #include "model/PhotoFormats.h"
 
 #include <vips/vips8>
@@ -23,12 +23,10 @@ struct PhotoFacts {
     bool isAdobeRgb = false;
 };
 
-/// `image` is what libvips made of `bytes`; `jpeg` their markers where they are a JPEG.
+/// `image` is what libvips made of `bytes`; `ofContainer` what a JPEG's JFIF or a TIFF's tags
+/// state.
 [[nodiscard]] PhotoFacts readFacts(const PhotoFormat& format, ByteView bytes,
                                    const vips::VImage& image,
-                                   const std::optional<JpegMarkers>& jpeg);
-
-/// A TIFF that is an ordinary picture, not a camera's sensor data in TIFF clothes.
-[[nodiscard]] bool isPlainTiff(ByteView bytes);
+                                   const std::optional<Density>& ofContainer);
 
 } // namespace lumivert::decoder

@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <libheif/heif.h>
-#include <memory>
+#include <libheif/heif_cxx.h>
 
 namespace lumivert::decoder {
 namespace {
@@ -142,23 +141,19 @@ std::optional<StatedColors> pngColors(ByteView file, bool isAboveProfile) {
     return byGamma.gamma ? std::optional(byGamma) : std::nullopt;
 }
 
-std::optional<StatedColors> heifColors(ByteView bytes) {
-    const std::unique_ptr<heif_context, decltype(&heif_context_free)> context(heif_context_alloc(),
-                                                                              &heif_context_free);
-    heif_image_handle* found = nullptr;
-    if (heif_context_read_from_memory_without_copy(context.get(), bytes.data(), bytes.size(),
-                                                   nullptr)
-                .code != heif_error_Ok ||
-        heif_context_get_primary_image_handle(context.get(), &found).code != heif_error_Ok)
+std::optional<StatedColors> heifColors(ByteView bytes) try {
+    heif::Context context;
+    context.read_from_memory_without_copy(bytes.data(), bytes.size());
+    const heif::ImageHandle picture = context.get_primary_image_handle();
+    heif_color_profile_nclx* nclx = nullptr;
+    if (heif_image_handle_get_nclx_color_profile(picture.get_raw_image_handle(), &nclx).code !=
+        heif_error_Ok)
         return std::nullopt;
-    const std::unique_ptr<heif_image_handle, decltype(&heif_image_handle_release)> handle(
-        found, &heif_image_handle_release);
-    heif_color_profile_nclx* stated = nullptr;
-    if (heif_image_handle_get_nclx_color_profile(handle.get(), &stated).code != heif_error_Ok)
-        return std::nullopt;
-    const std::unique_ptr<heif_color_profile_nclx, decltype(&heif_nclx_color_profile_free)> nclx(
-        stated, &heif_nclx_color_profile_free);
-    return StatedColors{nclx->color_primaries, nclx->transfer_characteristics};
+    const StatedColors colors{nclx->color_primaries, nclx->transfer_characteristics};
+    heif_nclx_color_profile_free(nclx);
+    return colors;
+} catch (const heif::Error&) {
+    return std::nullopt;
 }
 
 Bytes profileOf(const StatedColors& colors, int channels) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "decoder/Blocks.h"
+#include "decoder/Containers.h"
 #include "decoder/Profiles.h"
 
 #include <optional>

@@ -1,3 +1,4 @@
+#include "decoder/Jpeg.h"
 #include "decoder/PhotoFacts.h"
 #include "decoder/PlainPhotos.h"
 #include "decoder/Profiles.h"

@@ -159,7 +159,7 @@ std::optional<ReadRendition> readRendition(const std::string& file, int edge,
                                            const std::optional<Paper>& paper) {
     try {
         const auto photo = openPhoto(asBytes(file), {edge, 0});
-        if (!photo)
+        if (!photo || !isWhole(asBytes(file)))
             return std::nullopt;
         const VImage rendition = screenRendition(*photo, edge, paper);
         ReadRendition result;

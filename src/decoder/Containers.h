@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -30,5 +31,32 @@ struct Block {
 
 /// The boxes that `bytes` are a row of (ISO/IEC 14496-12, 4.2); the last one may be cut.
 [[nodiscard]] std::vector<Block> isoBoxes(ByteView bytes);
+
+/// Dots per inch along the stored axes.
+struct Density {
+    double x = 72;
+    double y = 72;
+};
+
+/// The density when each axis is one that a photo can have; an axis that is not takes the other's.
+[[nodiscard]] std::optional<Density> usableDensity(double x, double y);
+
+/// What libtiff reads of a TIFF's directories (TIFF 6.0, BigTIFF), of the first where nothing else
+/// is said.
+struct TiffFacts {
+    /// Of a photometric interpretation that pictures have, the main one, and no camera's.
+    bool isPicture = false;
+    bool isIccLab = false;
+    std::optional<Density> density;
+    /// Where coded pixels lie, and TIFF's number of their coding.
+    struct Coded {
+        int compression = 0;
+        std::uint64_t at = 0;
+        std::uint64_t size = 0;
+    };
+    /// The tiles or strips of all directories of a DNG; none for any other file.
+    std::vector<Coded> dngTiles;
+};
+[[nodiscard]] TiffFacts readTiff(ByteView bytes);
 
 } // namespace lumivert::decoder
