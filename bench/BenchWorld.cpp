@@ -1,10 +1,21 @@
 #include "BenchWorld.h"
 
+#include <QStandardPaths>
+
+#include <filesystem>
 #include <unistd.h>
 
 namespace lumivert::bench {
 
-BenchWorld::BenchWorld() = default;
+void forgetPreferences() {
+    const QString folder =
+        QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + "/Lumivert";
+    std::filesystem::remove_all(folder.toStdString());
+}
+
+BenchWorld::BenchWorld() {
+    forgetPreferences();
+}
 
 AppServices BenchWorld::appServices() {
     const AppServices real = m_services.appServices();

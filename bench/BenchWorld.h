@@ -8,8 +8,11 @@
 
 namespace lumivert::bench {
 
-/// The program's own services, but nothing is sent to a printer and no viewer opens: the page that
-/// the viewer would have shown is removed.
+/// So that no window starts with the size that another left.
+void forgetPreferences();
+
+/// The program's own services, without any preferences at first; but nothing is sent to a printer
+/// and no viewer opens: the page that the viewer would have shown is removed.
 class BenchWorld {
 public:
     BenchWorld();
