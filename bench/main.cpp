@@ -52,7 +52,6 @@ int main(int argc, char** argv) {
                                .tableRgb = folder + "/table-rgb.icc",
                                .tableCmyk = folder + "/table-cmyk.icc",
                                .scratch = folder};
-        std::puts("| work | against | times | measured | at most | |\n|---|---|---|---|---|---|");
         benchPages(files);
         if (isWanted("window"))
             benchWindows(files);

@@ -21,7 +21,7 @@ struct AppServices {
     UpdateServices updates;
     ContentView::ProvidersOf providersOf;
     /// The print system and its version, for people.
-    std::string printSystem = {};
+    std::function<std::string()> printSystem = [] { return std::string(); };
     /// Called once, when the first window has been painted.
     std::function<void()> firstWindowPainted;
     /// The colours of the screens; null where all take sRGB.

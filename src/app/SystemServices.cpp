@@ -85,7 +85,7 @@ AppServices SystemServices::appServices() {
             .writeLine = writeLine},
         .updates = {*owned.updateEngine, owned.updateDialog, owned.updateClock, owned.preferences},
         .providersOf = itemProviders,
-        .printSystem = printSystemName(),
+        .printSystem = printSystemName,
         .firstWindowPainted = [&owned] { owned.decoder.prepareSpare(); },
         .screens = &owned.screens};
 }

@@ -45,11 +45,11 @@ QString startFolder(const PrintManager& pm) {
 } // namespace
 
 ContentView::ContentView(PrintManager& pm, Dispatcher& dispatcher, ProvidersOf providersOf,
-                         ScreenColors* screens, const std::string& printSystem)
+                         ScreenColors* screens, std::function<std::string()> printSystem)
     : m_pm(pm)
     , m_dispatcher(dispatcher)
     , m_providersOf(std::move(providersOf))
-    , m_printSystem(QString::fromStdString(printSystem)) {
+    , m_printSystem(std::move(printSystem)) {
     setAcceptDrops(true);
     setAccessibleName(QStringLiteral("Lumivert"));
     auto* split = new QSplitter(Qt::Horizontal, this);
@@ -117,8 +117,8 @@ void ContentView::showAbout() {
     // In one text: a message box wraps its second one at a few words.
     about->setText(QStringLiteral("Lumivert %1\n").arg(QCoreApplication::applicationVersion()) +
                    tr("Prints one photograph at a time, exactly.") + QLatin1Char('\n') +
-                   tr("Prints through %1.").arg(m_printSystem) + QLatin1Char('\n') +
-                   tr("Licence: %1").arg(QStringLiteral("MIT")));
+                   tr("Prints through %1.").arg(QString::fromStdString(m_printSystem())) +
+                   QLatin1Char('\n') + tr("Licence: %1").arg(QStringLiteral("MIT")));
     about->setStandardButtons(QMessageBox::Ok);
     about->open();
 }

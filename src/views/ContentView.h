@@ -27,9 +27,9 @@ public:
     /// The dropped files among what a drag carries.
     using ProvidersOf = std::function<ItemProviders(const QMimeData&)>;
 
-    /// `printSystem`: what "About" says that prints are sent through, with its version.
+    /// `printSystem`: asks what "About" says that prints are sent through, with its version.
     ContentView(PrintManager& pm, Dispatcher& dispatcher, ProvidersOf providersOf,
-                ScreenColors* screens = nullptr, const std::string& printSystem = {});
+                ScreenColors* screens, std::function<std::string()> printSystem);
 
     /// The menu that bears the application's name; more items go behind the first.
     [[nodiscard]] QMenu* applicationMenu() const { return m_applicationMenu; }
@@ -57,7 +57,7 @@ private:
     PrintManager& m_pm;
     Dispatcher& m_dispatcher;
     ProvidersOf m_providersOf;
-    QString m_printSystem;
+    std::function<std::string()> m_printSystem;
     QMenu* m_applicationMenu = nullptr;
     /// Ends with the window: what still waits for the main thread then does nothing.
     std::shared_ptr<const bool> m_alive = std::make_shared<const bool>(true);

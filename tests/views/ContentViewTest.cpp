@@ -50,7 +50,7 @@ protected:
             [this](const QMimeData& mime) {
                 return providers(static_cast<int>(mime.urls().size()));
             },
-            nullptr, "CUPS 2.4.2");
+            nullptr, [] { return "CUPS 2.4.2"; });
         window->show();
         QApplication::processEvents();
         fakes.images.images["/photos/one.jpg"] =
