@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <cmath>
 #include <cstdlib>
 #include <new>
 #include <utility>
@@ -39,11 +38,6 @@ constexpr auto spread = [] {
     return result;
 }();
 
-// IEC 61966-2-1: planes at equal steps of it are about equally far apart to the eye.
-double encoded(double light) {
-    return light <= 0.0031308 ? light * 12.92 : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
-}
-
 int channelOf(std::uint64_t value, std::size_t channel) {
     return static_cast<int>(value >> (16 * channel) & 0xffff);
 }
@@ -65,18 +59,18 @@ struct Corners {
 
 class ColorGrid {
 public:
-    ColorGrid(Convert exact, const Profile& from, int inBits, int outChannels)
+    ColorGrid(Convert exact, int inBits, int outChannels)
         : m_exact(std::move(exact))
         , m_outChannels(static_cast<std::size_t>(outChannels))
         // The system gives so much memory as zeros that it does not write before they are used.
         , m_nodes(static_cast<Node*>(std::calloc(std::size_t{1} << 24, sizeof(Node))), &std::free) {
         if (!m_nodes)
             throw std::bad_alloc();
-        for (auto& planes : m_planes)
-            for (std::size_t i = 0; i < planes.size(); ++i)
-                planes[i] = static_cast<std::uint16_t>(i * 257);
-        if (inBits == 16)
-            placePlanes(from);
+        if (inBits == 16) {
+            m_coarseNodes =
+                std::vector<Node>(std::size_t{coarseSteps + 1} * strides<coarseSteps>[0]);
+            m_ways = std::vector<std::atomic<Way>>(m_coarseNodes.size());
+        }
     }
 
     void convert(const void* in, std::uint8_t* out, std::size_t pixels) const {
@@ -93,32 +87,6 @@ public:
     }
 
 private:
-    void placePlanes(const Profile& from) {
-        constexpr std::array tags{cmsSigRedTRCTag, cmsSigGreenTRCTag, cmsSigBlueTRCTag};
-        for (std::size_t c = 0; c < tags.size(); ++c) {
-            const void* tag =
-                cmsIsMatrixShaper(from.get()) ? cmsReadTag(from.get(), tags[c]) : nullptr;
-            const auto* curve = static_cast<const cmsToneCurve*>(tag);
-            m_places[c].resize(65536);
-            std::uint16_t place = 0;
-            std::size_t plane = 1;
-            for (std::size_t value = 0; value < 65536; ++value) {
-                double share = static_cast<double>(value) / 65535;
-                if (curve)
-                    share = encoded(std::clamp<double>(
-                        cmsEvalToneCurveFloat(curve, static_cast<float>(share)), 0, 1));
-                // Never back, whatever the curve does.
-                place = std::max(place, static_cast<std::uint16_t>(65535 * share + 0.5));
-                m_places[c][value] = place;
-                for (; plane < fineSteps && place >= plane * 257; ++plane)
-                    m_planes[c][plane] = static_cast<std::uint16_t>(value);
-            }
-            m_places[c].back() = 65535;
-        }
-        m_coarseNodes = std::vector<Node>(std::size_t{coarseSteps + 1} * strides<coarseSteps>[0]);
-        m_ways = std::vector<std::atomic<Way>>(m_coarseNodes.size());
-    }
-
     std::uint64_t exactly(const std::uint16_t* pixel) const {
         std::array<std::uint16_t, 4> channels{};
         m_exact(pixel, channels.data(), 1);
@@ -139,7 +107,7 @@ private:
         if (value == 0) [[unlikely]] {
             Pixel pixel;
             for (std::size_t c = 0; c < 3; ++c)
-                pixel[c] = m_planes[c][planeOf<steps>(point, c)];
+                pixel[c] = static_cast<std::uint16_t>(planeOf<steps>(point, c) * 257);
             value = exactly(pixel.data());
             node.store(value, std::memory_order_relaxed);
         }
@@ -159,7 +127,7 @@ private:
         std::array<std::uint64_t, 3> moves; // fraction above, stride below
         std::uint32_t point = 0;
         for (std::size_t c = 0; c < 3; ++c) {
-            const std::uint32_t place = m_places[c][pixel[c]];
+            const std::uint32_t place = pixel[c];
             const std::uint32_t position = (place + (place >> 15)) * steps; // 65536 at the last one
             point += (position >> 16) * strides<steps>[c];
             moves[c] = std::uint64_t{position & 0xffff} << 32 | strides<steps>[c];
@@ -212,10 +180,10 @@ private:
             const std::array places{probes[i % 5], probes[i / 5], probes[(i + 2 * (i / 5)) % 5]};
             Pixel pixel;
             for (std::size_t c = 0; c < 3; ++c) {
+                // Of a point at the last plane no cell begins.
                 const std::uint32_t plane = planeOf<coarseSteps>(cell, c);
-                const std::uint32_t first = m_planes[c][plane];
-                const std::uint32_t last = m_planes[c][std::min(plane + planesOfCell, fineSteps)];
-                pixel[c] = static_cast<std::uint16_t>(first + (last - first) * places[c] / 20);
+                const std::uint32_t side = plane < fineSteps ? planesOfCell * 257 : 0;
+                pixel[c] = static_cast<std::uint16_t>(plane * 257 + side * places[c] / 20);
             }
             const std::uint64_t exact = exactly(pixel.data());
             // Where light begins, a device's curve may be as steep as it likes; that of inks is
@@ -255,10 +223,6 @@ private:
     Convert m_exact;
     std::size_t m_outChannels;
     std::unique_ptr<Node, decltype(&std::free)> m_nodes;
-    // By channel: the value of each plane, and where each value of 16 bits lies among them, 65535
-    // at the last.
-    std::array<std::array<std::uint16_t, fineSteps + 1>, 3> m_planes{};
-    std::array<std::vector<std::uint16_t>, 3> m_places;
     // Every fifth plane's points, close together, and the cells that begin at them. None for 8
     // bits.
     mutable std::vector<Node> m_coarseNodes;
@@ -267,9 +231,8 @@ private:
 
 } // namespace
 
-Convert colorGrid(Convert exact, const Profile& from, int inBits, int outChannels) {
-    const auto grid =
-        std::make_shared<const ColorGrid>(std::move(exact), from, inBits, outChannels);
+Convert colorGrid(Convert exact, int inBits, int outChannels) {
+    const auto grid = std::make_shared<const ColorGrid>(std::move(exact), inBits, outChannels);
     return [grid](const void* in, void* out, std::size_t pixels) {
         grid->convert(in, static_cast<std::uint8_t*>(out), pixels);
     };

@@ -123,7 +123,7 @@ VImage converted(const VImage& image, const ColorRoute& route, int bits) {
     else if (bands == 4)
         convert = remembering(exactConversion(route, 8, 8), static_cast<std::size_t>(channels));
     else
-        convert = colorGrid(exactConversion(route, 16, 16), route.from, bitsIn, channels);
+        convert = colorGrid(exactConversion(route, 16, 16), bitsIn, channels);
     return through(std::move(convert), image, channels, bits);
 }
 
