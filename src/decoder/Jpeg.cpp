@@ -135,8 +135,6 @@ std::optional<JpegMarkers> readJpegMarkers(ByteView bytes) {
         return std::nullopt;
     const jpeg_decompress_struct& info = check.info;
     JpegMarkers found;
-    found.width = static_cast<int>(info.image_width);
-    found.height = static_cast<int>(info.image_height);
     found.components = info.num_components;
     // Without a marker, component names 'R', 'G', 'B' mean RGB to some readers and YCbCr to others.
     const bool isAmbiguous = info.jpeg_color_space == JCS_RGB && !info.saw_Adobe_marker;

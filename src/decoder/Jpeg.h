@@ -8,8 +8,6 @@ namespace lumivert::decoder {
 
 /// What the markers before a JPEG's first scan say (ITU-T T.81, annex B; JFIF; Adobe TN 5116).
 struct JpegMarkers {
-    int width = 0;
-    int height = 0;
     int components = 0;
     /// Whether every reader of JPEG in a PDF decodes it, and as it is meant: sequential or
     /// progressive Huffman coding of 8-bit samples, 1, 3 or 4 components, the colour transform

@@ -28,12 +28,12 @@ VImage load(const PhotoFormat& format, const VSource& source,
     return image;
 }
 
-std::span<const std::byte> blob(const VImage& image, const char* name) {
-    if (image.get_typeof(name) == 0)
+Bytes embeddedProfile(const VImage& image) {
+    if (image.get_typeof(VIPS_META_ICC_NAME) == 0)
         return {};
     std::size_t size = 0;
-    const void* bytes = image.get_blob(name, &size);
-    return {static_cast<const std::byte*>(bytes), size};
+    const auto* bytes = static_cast<const std::byte*>(image.get_blob(VIPS_META_ICC_NAME, &size));
+    return {bytes, bytes + size};
 }
 
 // With the loader's own reduction that keeps the longer edge at `edge` or above. Libjpeg scales in
@@ -81,8 +81,7 @@ Photo openWithVips(const PhotoFormat& format, std::span<const std::byte> bytes,
     allowPhoto(photo.storedSize, heldBytesAPixel(image, format.kind));
     photo.orientation = facts.orientation;
     photo.density = facts.density;
-    const auto embedded = blob(image, "icc-profile-data");
-    const Bytes profile(embedded.begin(), embedded.end());
+    const Bytes profile = embeddedProfile(image);
     if (options.screenEdge)
         image = shrunk(format, source, image, *options.screenEdge);
 

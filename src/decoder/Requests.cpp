@@ -29,26 +29,6 @@ using protocol::Answer;
 using protocol::Kind;
 using protocol::Request;
 
-SharedBytes mapped(const Descriptor& file) {
-    auto bytes = mapSealed(file.get());
-    if (!bytes)
-        throw std::runtime_error("not a sealed file");
-    return *bytes;
-}
-
-Photo opened(const SharedBytes& bytes, const OpenOptions& options) {
-    auto photo = openPhoto(bytes.view, options);
-    if (!photo)
-        throw std::runtime_error("not a photo");
-    return std::move(*photo);
-}
-
-int edgeOf(const Request& request) {
-    if (request.screenEdge <= 0 || request.screenEdge > protocol::maximumScreenEdge)
-        throw std::runtime_error("not an edge");
-    return request.screenEdge;
-}
-
 bool send(int socket, const Answer& answer, const Descriptor& file = {}) {
     const int fd = file.get();
     return sendPacket(socket, std::as_bytes(std::span(&answer, 1)), std::span(&fd, file ? 1 : 0));
@@ -82,7 +62,7 @@ Descriptor answerFile(Answer& answer, const vips::VImage& rendition, const Bytes
 Descriptor load(const Request& request, const SharedBytes& bytes, Answer& answer) {
     // Beside the rendition, which leaves a core to it.
     auto wholeness = std::async(std::launch::async, [&bytes] { return isWhole(bytes.view); });
-    const Photo photo = opened(bytes, {edgeOf(request), 0});
+    const Photo photo = openPhoto(bytes.view, {request.screenEdge, 0}).value();
     Descriptor file = answerFile(answer, screenRendition(photo, request.screenEdge, std::nullopt),
                                  photo.paperProfile());
     if (!wholeness.get())
@@ -98,25 +78,24 @@ Descriptor load(const Request& request, const SharedBytes& bytes, Answer& answer
     if (photo.jpeg) {
         answer.jpegStream = 1;
         answer.orientation = static_cast<std::uint32_t>(photo.orientation);
-        answer.storedWidth = photo.jpeg->width;
-        answer.storedHeight = photo.jpeg->height;
+        answer.storedWidth = photo.storedSize.width;
+        answer.storedHeight = photo.storedSize.height;
         answer.inverted = photo.jpeg->inverted ? 1 : 0;
     }
     return file;
 }
 
-Descriptor proof(const Request& request, const SharedBytes& bytes, const SharedBytes& profile,
-                 Answer& answer) {
-    const Photo photo = opened(bytes, {edgeOf(request), request.rawWhite});
-    const Paper paper{profile.view, request.intent};
+Descriptor proof(const Request& request, const SharedBytes& bytes,
+                 const std::optional<Paper>& paper, Answer& answer) {
+    const Photo photo = openPhoto(bytes.view, {request.screenEdge, request.rawWhite}).value();
     return answerFile(answer, screenRendition(photo, request.screenEdge, paper), {});
 }
 
 // Answers itself, when the first rows stand ready: until then a photo can still be refused. False
 // where it went wrong after that.
-bool rows(int socket, const Request& request, const SharedBytes& bytes, int pipe,
-          const std::optional<Paper>& target, Answer& answer) {
-    const Photo photo = opened(bytes, {std::nullopt, request.rawWhite});
+bool rows(int socket, const Request& request, const SharedBytes& bytes,
+          const std::optional<Paper>& target, int pipe, Answer& answer) {
+    const Photo photo = openPhoto(bytes.view, {std::nullopt, request.rawWhite}).value();
     const vips::VImage pixels =
         paperRows(photo, {request.x, request.y, request.width, request.height}, target);
     answer.width = pixels.width();
@@ -156,23 +135,25 @@ bool serve(int socket, const Request& request, std::vector<Descriptor> descripto
     Answer answer{.kind = request.kind, .done = 1};
     const std::size_t count = descriptorsOf(request);
     if (request.magic != protocol::magic || request.version != protocol::version || count == 0 ||
-        descriptors.size() != count)
+        descriptors.size() != count || request.screenEdge < 0 ||
+        request.screenEdge > protocol::maximumScreenEdge)
         throw std::runtime_error("no request");
-    const SharedBytes bytes = mapped(descriptors.front());
+    const SharedBytes bytes = mapSealed(descriptors.front().get()).value();
+    const bool hasProfile = request.kind == Kind::proof || count == 3;
+    const SharedBytes profile =
+        hasProfile ? mapSealed(descriptors.back().get()).value() : SharedBytes();
+    const auto paper =
+        hasProfile ? std::optional(Paper{profile.view, request.intent}) : std::nullopt;
     Descriptor file;
     switch (request.kind) {
     case Kind::load:
         file = load(request, bytes, answer);
         break;
     case Kind::proof:
-        file = proof(request, bytes, mapped(descriptors.back()), answer);
+        file = proof(request, bytes, paper, answer);
         break;
-    case Kind::rows: {
-        const SharedBytes profile = count == 3 ? mapped(descriptors.back()) : SharedBytes();
-        const auto target =
-            count == 3 ? std::optional(Paper{profile.view, request.intent}) : std::nullopt;
-        return rows(socket, request, bytes, descriptors[1].get(), target, answer);
-    }
+    case Kind::rows:
+        return rows(socket, request, bytes, paper, descriptors[1].get(), answer);
     case Kind::profile: {
         const PageSpace space = pageSpace(bytes.view);
         answer.channels = static_cast<std::uint32_t>(space.channels);

@@ -221,8 +221,6 @@ TEST(JpegMarkers, tellsWhatAReaderOfPdfCanShow) {
     };
     const std::string baseline = saved(plain8({24, 16}, {1, 2, 3}), ".jpg");
     EXPECT_TRUE(of(baseline).embeddable);
-    EXPECT_EQ(of(baseline).width, 24);
-    EXPECT_EQ(of(baseline).height, 16);
     EXPECT_EQ(of(baseline).components, 3);
     EXPECT_TRUE(
         of(saved(plain8({8, 8}, {1, 2, 3}), ".jpg", vips::VImage::option()->set("interlace", true)))
