@@ -8,6 +8,7 @@
 #include <atomic>
 #include <ranges>
 #include <utility>
+#include <vips/vips8>
 
 namespace lumivert::decoder {
 namespace {
@@ -154,15 +155,6 @@ bool isWhole(ByteView bytes) {
     }
 }
 
-bool isHarmless(std::string_view messages) {
-    return std::ranges::all_of(messages | std::views::split('\n'), [](const auto& line) {
-        const std::string_view text(line.begin(), line.end());
-        // The texts of JWRN_JFIF_MAJOR and JWRN_ADOBE_XFORM.
-        return text.empty() || text.find("unknown JFIF revision") != text.npos ||
-               text.find("Unknown Adobe color transform") != text.npos;
-    });
-}
-
 void noteWarning(const char* message) {
     const std::string_view text = message;
     if (std::ranges::any_of(damageWords,
@@ -171,10 +163,17 @@ void noteWarning(const char* message) {
 }
 
 bool isDamaged() {
-    return damaged;
+    const std::string_view errors = vips_error_buffer();
+    return damaged || std::ranges::any_of(errors | std::views::split('\n'), [](const auto& line) {
+               const std::string_view text(line.begin(), line.end());
+               // The texts of JWRN_JFIF_MAJOR and JWRN_ADOBE_XFORM.
+               return !text.empty() && text.find("unknown JFIF revision") == text.npos &&
+                      text.find("Unknown Adobe color transform") == text.npos;
+           });
 }
 
 void forgetDamage() {
+    vips_error_clear();
     damaged = false;
 }
 

@@ -13,13 +13,10 @@ namespace lumivert::decoder {
 /// formats that it has no word on.
 [[nodiscard]] bool isWhole(ByteView bytes);
 
-/// Whether these lines, of what libvips tells of errors, say nothing but what isWhole() takes for
-/// harmless.
-[[nodiscard]] bool isHarmless(std::string_view messages);
-
 /// Remembers a library's warning that pixels are damaged; others are ignored. Any thread.
 void noteWarning(const char* message);
-/// Whether there was one since forgetDamage().
+/// Whether there was one since forgetDamage(), or an error that libvips tells of; not the harmless
+/// ones that isWhole() lets pass as well.
 [[nodiscard]] bool isDamaged();
 void forgetDamage();
 
