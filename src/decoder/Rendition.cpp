@@ -12,34 +12,13 @@ namespace {
 
 using vips::VImage;
 
-// Exif's orientations (CIPA DC-008, 4.6.5, tag 274) from 3 on ask for rows in another order than
-// they are stored.
-bool needsRandomAccess(const Photo& photo) {
-    return photo.orientation > 2;
-}
-
-VImage upright(const VImage& stored, int orientation) {
-    VImage image = stored.copy();
-    image.set(VIPS_META_ORIENTATION, orientation);
+VImage upright(const VImage& stored, const Photo& photo, bool isRandomAccess) {
+    // Exif's orientations (CIPA DC-008, 4.6.5, tag 274) from 3 on ask for rows in another order
+    // than they are stored.
+    const bool isKept = photo.orientation > 2 && !isRandomAccess;
+    VImage image = isKept ? keptWhole(stored) : stored.copy();
+    image.set(VIPS_META_ORIENTATION, photo.orientation);
     return image.autorot();
-}
-
-// Where the rectangle of the upright photo lies in the stored one.
-PixelRect storedRect(PixelRect rect, const Photo& photo) {
-    const int turn = photo.orientation;
-    if (turn >= 5)
-        rect = {rect.y, rect.x, rect.height, rect.width};
-    if (turn == 2 || turn == 3 || turn == 7 || turn == 8)
-        rect.x = photo.storedSize.width - rect.x - rect.width;
-    if (turn == 3 || turn == 4 || turn == 6 || turn == 7)
-        rect.y = photo.storedSize.height - rect.y - rect.height;
-    return rect;
-}
-
-bool isInside(PixelRect rect, PixelSize size) {
-    return rect.x >= 0 && rect.y >= 0 && rect.width > 0 && rect.height > 0 &&
-           rect.width <= size.width && rect.height <= size.height &&
-           rect.x <= size.width - rect.width && rect.y <= size.height - rect.height;
 }
 
 VImage fitted(const VImage& image, PixelSize storedSize, int edge) {
@@ -60,10 +39,7 @@ VImage fitted(const VImage& image, PixelSize storedSize, int edge) {
 } // namespace
 
 VImage screenRendition(const Photo& photo, int screenEdge, const std::optional<Paper>& paper) {
-    VImage image = fitted(photo.pixels, photo.storedSize, screenEdge);
-    if (needsRandomAccess(photo))
-        image = keptWhole(image);
-    image = upright(image, photo.orientation);
+    const VImage image = upright(fitted(photo.pixels, photo.storedSize, screenEdge), photo, false);
     if (!paper && photo.channels() == 3 && photo.bits() == 8 && photo.profile.empty())
         return image;
     const Profile from = sourceProfile(photo.profile, photo.channels());
@@ -87,15 +63,8 @@ void writeWords(const VImage& rendition, std::uint32_t* pixels) {
 }
 
 VImage paperRows(const Photo& photo, PixelRect crop, const std::optional<Paper>& target) {
-    if (!isInside(crop, photo.uprightSize()))
-        throw std::runtime_error("crop outside the photo");
-    const PixelRect part = storedRect(crop, photo);
-    VImage image = photo.pixels;
-    if (part != PixelRect{0, 0, photo.storedSize.width, photo.storedSize.height})
-        image = image.extract_area(part.x, part.y, part.width, part.height);
-    if (needsRandomAccess(photo) && !photo.isRandomAccess)
-        image = keptWhole(image);
-    image = upright(image, photo.orientation);
+    VImage image = upright(photo.pixels, photo, photo.isRandomAccess)
+                       .extract_area(crop.x, crop.y, crop.width, crop.height);
     if (target || photo.isLab()) {
         const Paper to = target.value_or(Paper{photo.paperProfile(), INTENT_RELATIVE_COLORIMETRIC});
         image = converted(image,
