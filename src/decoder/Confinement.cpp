@@ -139,16 +139,15 @@ constexpr std::uint64_t addressesOfCore = 256u << 20;
 void limit(Resource resource, rlim_t value, rlim_t most) {
     rlimit now{};
     ::getrlimit(resource, &now);
-    most = std::min(most, now.rlim_max);
-    const rlimit both{std::min(value, most), most};
-    ::setrlimit(resource, &both);
+    now.rlim_max = std::min(most, now.rlim_max);
+    now.rlim_cur = std::min(value, now.rlim_max);
+    ::setrlimit(resource, &now);
 }
 
 void raise(Resource resource, rlim_t value) {
     rlimit now{};
-    if (::getrlimit(resource, &now) != 0 || now.rlim_cur >= value)
-        return;
-    now.rlim_cur = std::min(value, now.rlim_max);
+    ::getrlimit(resource, &now);
+    now.rlim_cur = std::max(now.rlim_cur, std::min(value, now.rlim_max));
     ::setrlimit(resource, &now);
 }
 

@@ -3,12 +3,13 @@
 #include "decoder/Jpeg.h"
 #include "decoder/PhotoFacts.h"
 
+#include <vips/vips8>
+
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <ranges>
 #include <utility>
-#include <vips/vips8>
 
 namespace lumivert::decoder {
 namespace {
@@ -26,12 +27,12 @@ constexpr std::array damageWords{
 bool hasHole(ByteView coded) {
     constexpr int longest = 24;
     constexpr int longestAtEnd = 3;
-    int run = 0;
-    const bool isBroken = std::ranges::any_of(coded, [&](std::byte byte) {
-        run = byte == std::byte{0} ? run + 1 : 0;
-        return run > longest;
-    });
-    return isBroken || run > longestAtEnd;
+    const auto hasZeros = [](ByteView bytes, int count) {
+        return std::search_n(bytes.begin(), bytes.end(), count, std::byte{0}) != bytes.end();
+    };
+    return hasZeros(coded, longest + 1) ||
+           hasZeros(coded.last(std::min<std::size_t>(coded.size(), longestAtEnd + 1)),
+                    longestAtEnd + 1);
 }
 
 // The items of a type that is a coded picture (ISO/IEC 14496-12, 8.11.6).
