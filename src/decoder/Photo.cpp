@@ -60,14 +60,6 @@ std::size_t heldBytesAPixel(const VImage& image, PhotoKind kind) {
     return mayComeInRows && !isInterlaced ? 0 : VIPS_IMAGE_SIZEOF_PEL(image.get_image());
 }
 
-std::optional<StatedColors> statedColors(PhotoKind kind, std::span<const std::byte> bytes,
-                                         bool hasProfile) {
-    if (kind == PhotoKind::png)
-        return pngColors(bytes, hasProfile);
-    const bool isHeif = kind == PhotoKind::heic || kind == PhotoKind::avif;
-    return isHeif && !hasProfile ? heifColors(bytes) : std::nullopt;
-}
-
 // Data that ends early is an error when the pixels are asked for.
 Photo openWithVips(const PhotoFormat& format, std::span<const std::byte> bytes,
                    const TiffFacts& tiff, const OpenOptions& options) {
@@ -92,9 +84,15 @@ Photo openWithVips(const PhotoFormat& format, std::span<const std::byte> bytes,
     OwnNumbers own = ownNumbers(image, profile, tiff.isIccLab);
     photo.pixels = own.pixels;
     photo.profile = std::move(own.profile);
-    if (const auto stated = statedColors(format.kind, bytes, !photo.profile.empty()))
-        if (Bytes meant = profileOf(*stated, photo.channels()); !meant.empty() && !photo.isLab())
-            photo.profile = std::move(meant);
+    const bool hasProfile = !photo.profile.empty(); // CIELAB has
+    const bool isHeif = format.kind == PhotoKind::heic || format.kind == PhotoKind::avif;
+    Bytes stated;
+    if (format.kind == PhotoKind::png)
+        stated = pngProfile(bytes, photo.channels(), hasProfile);
+    else if (isHeif && !hasProfile)
+        stated = heifProfile(bytes, photo.channels());
+    if (!stated.empty())
+        photo.profile = std::move(stated);
     if (photo.profile.empty() && facts.isAdobeRgb && photo.channels() == 3)
         photo.profile = adobeRgbBytes();
     if (jpeg && jpeg->embeddable && jpeg->components == photo.channels())

@@ -76,10 +76,8 @@ double onPaper(double light) {
     return std::min(lightOfPq(mapped * most) / paperWhite, 1.0);
 }
 
-ToneCurve curveOf(const StatedColors& colors) {
-    if (colors.gamma)
-        return parametricCurve(1, {1 / *colors.gamma});
-    switch (colors.transfer) {
+ToneCurve curveOf(int transfer) {
+    switch (transfer) {
     case 1: // and the same curve by other names
     case 6:
     case 14:
@@ -98,7 +96,7 @@ ToneCurve curveOf(const StatedColors& colors) {
         std::vector<std::uint16_t> table(4096);
         for (std::size_t i = 0; i < table.size(); ++i) {
             const double value = static_cast<double>(i) / static_cast<double>(table.size() - 1);
-            const double light = colors.transfer == 16 ? lightOfPq(value) : lightOfHlg(value);
+            const double light = transfer == 16 ? lightOfPq(value) : lightOfHlg(value);
             table[i] = static_cast<std::uint16_t>(std::lround(65535 * onPaper(light)));
         }
         return {cmsBuildTabulatedToneCurve16(nullptr, static_cast<cmsUInt32Number>(table.size()),
@@ -110,60 +108,61 @@ ToneCurve curveOf(const StatedColors& colors) {
     }
 }
 
+Bytes profileWith(const Chromaticities& colors, const ToneCurve& curve, int channels) {
+    constexpr const char* name = "As the photo states";
+    return channels == 3   ? rgbBytes(colors, curve, name)
+           : channels == 1 ? greyBytes(curve, name)
+                           : Bytes();
+}
+
 } // namespace
 
-std::optional<StatedColors> pngColors(ByteView file, bool isAboveProfile) {
-    StatedColors byGamma{.primaries = 1};
+Bytes profileOf(int primaries, int transfer, int channels) {
+    const auto colors = chromaticitiesOf(primaries);
+    const ToneCurve curve = curveOf(transfer);
+    return colors && curve ? profileWith(*colors, curve, channels) : Bytes();
+}
+
+Bytes pngProfile(ByteView file, int channels, bool isAboveProfile) {
     bool isSrgb = false;
+    double gamma = 0; // of the file's numbers: 0.45455 and the like
+    Chromaticities colors = *chromaticitiesOf(1);
     for (const auto& [name, data] : pngChunks(file)) {
         const auto fraction = [&](std::size_t index) {
             return static_cast<double>(bigEndian(data, 4 * index, 4)) / 100000;
         };
         // The third number, of a matrix, is 0 for RGB; the fourth 1 for the full range.
-        if (name == "cICP" && data.size() >= 4) {
-            const StatedColors colors{std::to_integer<int>(data[0]), std::to_integer<int>(data[1])};
-            if (data[2] == std::byte{0} && data[3] == std::byte{1} && !profileOf(colors, 3).empty())
-                return colors;
-        }
+        if (name == "cICP" && data.size() >= 4 && bigEndian(data, 2, 2) == 1)
+            if (Bytes profile = profileOf(std::to_integer<int>(data[0]),
+                                          std::to_integer<int>(data[1]), channels);
+                !profile.empty())
+                return profile;
         isSrgb = isSrgb || (name == "sRGB" && !data.empty());
-        if (name == "gAMA" && fraction(0) > 0)
-            byGamma.gamma = fraction(0);
-        if (name == "cHRM" && data.size() >= 32) {
-            byGamma.chromaticities.emplace();
-            for (std::size_t i = 0; i < 8; ++i)
-                (*byGamma.chromaticities)[i] = fraction(i);
-        }
+        if (name == "gAMA")
+            gamma = fraction(0);
+        if (name == "cHRM" && data.size() >= 32)
+            for (std::size_t i = 0; i < colors.size(); ++i)
+                colors[i] = fraction(i);
     }
-    if (isAboveProfile)
-        return std::nullopt;
-    if (isSrgb)
-        return StatedColors{1, 13};
-    return byGamma.gamma ? std::optional(byGamma) : std::nullopt;
-}
-
-std::optional<StatedColors> heifColors(ByteView bytes) try {
-    heif::Context context;
-    context.read_from_memory_without_copy(bytes.data(), bytes.size());
-    const heif::ImageHandle picture = context.get_primary_image_handle();
-    heif_color_profile_nclx* nclx = nullptr;
-    if (heif_image_handle_get_nclx_color_profile(picture.get_raw_image_handle(), &nclx).code !=
-        heif_error_Ok)
-        return std::nullopt;
-    const StatedColors colors{nclx->color_primaries, nclx->transfer_characteristics};
-    heif_nclx_color_profile_free(nclx);
-    return colors;
-} catch (const heif::Error&) {
-    return std::nullopt;
-}
-
-Bytes profileOf(const StatedColors& colors, int channels) {
-    const auto xy =
-        colors.chromaticities ? colors.chromaticities : chromaticitiesOf(colors.primaries);
-    const ToneCurve curve = curveOf(colors);
-    if (!xy || !curve || (channels != 1 && channels != 3))
+    if (isAboveProfile || (!isSrgb && gamma <= 0))
         return {};
-    constexpr const char* name = "As the photo states";
-    return channels == 1 ? greyBytes(curve, name) : rgbBytes(*xy, curve, name);
+    return isSrgb ? profileOf(1, 13, channels)
+                  : profileWith(colors, parametricCurve(1, {1 / gamma}), channels);
+}
+
+Bytes heifProfile(ByteView file, int channels) try {
+    heif::Context context;
+    context.read_from_memory_without_copy(file.data(), file.size());
+    const heif::ImageHandle picture = context.get_primary_image_handle();
+    heif_color_profile_nclx* stated = nullptr;
+    if (heif_image_handle_get_nclx_color_profile(picture.get_raw_image_handle(), &stated).code !=
+        heif_error_Ok)
+        return {};
+    const std::unique_ptr<heif_color_profile_nclx, decltype(&heif_nclx_color_profile_free)> nclx(
+        stated, &heif_nclx_color_profile_free);
+    return profileOf(nclx->color_primaries, nclx->transfer_characteristics, channels);
+} catch (const heif::Error&) {
+    return {};
 }
 
 } // namespace lumivert::decoder

@@ -68,26 +68,26 @@ TEST(ColorMeaning, isWhatAPngStates) {
     const std::string rec2020 = fractions({31270, 32900, 70800, 29200, 17000, 79700, 13100, 4600});
     const std::string p3(std::string("\x0c\x0d\0\x01", 4));
     EXPECT_TRUE(profileWith({}, plain).empty());
-    EXPECT_EQ(profileWith({{"cICP", p3}}, plain), profileOf({12, 13}, 3));
-    EXPECT_EQ(profileWith({{"sRGB", std::string(1, '\0')}}, plain), profileOf({1, 13}, 3));
+    EXPECT_EQ(profileWith({{"cICP", p3}}, plain), profileOf(12, 13, 3));
+    EXPECT_EQ(profileWith({{"sRGB", std::string(1, '\0')}}, plain), profileOf(1, 13, 3));
     EXPECT_NEAR(lightOf(profileWith({{"gAMA", gamma}}, plain), 0.5), 0.25, 0.001);
     EXPECT_NE(profileWith({{"gAMA", gamma}, {"cHRM", rec2020}}, plain),
               profileWith({{"gAMA", gamma}}, plain));
     // cICP before the profile, the profile before all others.
     const std::string embedded =
         saved(tagged(plain8(small, {200, 60, 40}), adobeRgbBytes()), ".png");
-    EXPECT_EQ(profileWith({{"cICP", p3}}, embedded), profileOf({12, 13}, 3));
+    EXPECT_EQ(profileWith({{"cICP", p3}}, embedded), profileOf(12, 13, 3));
     EXPECT_EQ(profileWith({{"gAMA", gamma}}, embedded), adobeRgbBytes());
     // sRGB before gAMA, and what nobody knows is not there.
     EXPECT_EQ(profileWith({{"gAMA", gamma}, {"sRGB", std::string(1, '\0')}}, plain),
-              profileOf({1, 13}, 3));
+              profileOf(1, 13, 3));
     EXPECT_TRUE(profileWith({{"cICP", std::string("\x63\x63\0\x01", 4)}}, plain).empty());
 }
 
 TEST(StatedColors, bringLightBrighterThanPaperDownToIt) {
     for (const int transfer : {16, 18}) {
         SCOPED_TRACE(transfer);
-        const Bytes profile = profileOf({9, transfer}, 3);
+        const Bytes profile = profileOf(9, transfer, 3);
         ASSERT_FALSE(profile.empty());
         double last = -1;
         for (int i = 0; i <= 40; ++i) {
@@ -99,12 +99,12 @@ TEST(StatedColors, bringLightBrighterThanPaperDownToIt) {
         EXPECT_NEAR(lightOf(profile, 1), 1, 1e-3);
     }
     // Dark tones keep their light: 20 cd/m² by SMPTE ST 2084 is 0.3570.
-    EXPECT_NEAR(lightOf(profileOf({9, 16}, 3), 0.3570), 20.0 / 203, 0.002);
+    EXPECT_NEAR(lightOf(profileOf(9, 16, 3), 0.3570), 20.0 / 203, 0.002);
     // 203 cd/m² keep some distance from the paper's white, for what is brighter.
-    EXPECT_NEAR(lightOf(profileOf({9, 16}, 3), 0.5807), 0.78, 0.03);
-    EXPECT_TRUE(profileOf({9, 99}, 3).empty());
-    EXPECT_TRUE(profileOf({99, 13}, 3).empty());
-    EXPECT_TRUE(profileOf({1, 13}, 4).empty());
+    EXPECT_NEAR(lightOf(profileOf(9, 16, 3), 0.5807), 0.78, 0.03);
+    EXPECT_TRUE(profileOf(9, 99, 3).empty());
+    EXPECT_TRUE(profileOf(99, 13, 3).empty());
+    EXPECT_TRUE(profileOf(1, 13, 4).empty());
 }
 
 TEST(ColorMeaning, isWhatAnAvifStates) {
@@ -114,15 +114,15 @@ TEST(ColorMeaning, isWhatAnAvifStates) {
     const auto rows = readRows(*p3);
     ASSERT_TRUE(rows);
     EXPECT_NEAR(rows->at(9, 9, 1), 128, 2);
-    EXPECT_EQ(rows->profile, profileOf({12, 13}, 3));
+    EXPECT_EQ(rows->profile, profileOf(12, 13, 3));
     // Light of 203 cd/m² by PQ and by HLG comes out below paper's white, alike on screen and paper.
     for (const auto& [transfer, grey] : {std::pair(16, 148), std::pair(18, 191)}) {
         SCOPED_TRACE(transfer);
         const auto file = avifStating(9, transfer, grey);
         const auto bright = readRows(*file);
         ASSERT_TRUE(bright);
-        EXPECT_EQ(bright->profile, profileOf({9, transfer}, 3));
-        const auto paper = readRows(*file, std::nullopt, Paper{profileOf({1, 13}, 3), 1});
+        EXPECT_EQ(bright->profile, profileOf(9, transfer, 3));
+        const auto paper = readRows(*file, std::nullopt, Paper{profileOf(1, 13, 3), 1});
         const auto screen = readRendition(*file, 64);
         ASSERT_TRUE(paper && screen);
         EXPECT_NEAR(paper->at(9, 9, 1), 229, 6); // 0.78 of the light, in sRGB
