@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 namespace lumivert::decoder {
 namespace {
 
@@ -34,6 +36,21 @@ TEST(Rendition, isInSrgb) {
     EXPECT_EQ(noInk->words.front(), 0xffffffff);
     const auto fullInk = readRendition(saved(plainCmyk({255, 255, 255, 255}), ".tif"), 16);
     EXPECT_LT(fullInk->words.front() & 0xff, 0x30u);
+}
+
+TEST(Rows, areOnlyHadOfWhatThePhotoHas) {
+    constexpr int far = std::numeric_limits<int>::max();
+    for (const int orientation : {1, 6}) {
+        auto image = plain8(small, {1, 2, 3}).copy();
+        image.set(VIPS_META_ORIENTATION, orientation);
+        const std::string file = saved(image, ".tif");
+        EXPECT_TRUE(readRows(file, PixelRect{15, 15, 1, 1}));
+        for (const PixelRect& crop :
+             {PixelRect{15, 0, 2, 2}, PixelRect{0, 0, 4, 17}, PixelRect{-1, 0, 4, 4},
+              PixelRect{0, 0, 0, 4}, PixelRect{0, 0, 4, -4}, PixelRect{far, far, far, far},
+              PixelRect{-far, 0, far, 1}})
+            EXPECT_FALSE(readRows(file, crop)) << crop.x << ' ' << crop.width;
+    }
 }
 
 TEST(Rows, areConvertedIntoTheTarget) {
