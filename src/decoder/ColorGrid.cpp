@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <bit>
 #include <cstdlib>
 #include <new>
 #include <utility>
@@ -38,6 +39,19 @@ constexpr auto spread = [] {
     return result;
 }();
 
+std::uint32_t placeOf(std::uint32_t red, std::uint32_t green, std::uint32_t blue) {
+    return spread[red] << 2 | spread[green] << 1 | spread[blue];
+}
+
+// Zeros for 256 x 256 x 256 points. The system does not write so many before they are used.
+template <typename Point>
+std::shared_ptr<Point[]> untouched() {
+    auto* points = static_cast<Point*>(std::calloc(std::size_t{1} << 24, sizeof(Point)));
+    if (!points)
+        throw std::bad_alloc();
+    return {points, &std::free};
+}
+
 int channelOf(std::uint64_t value, std::size_t channel) {
     return static_cast<int>(value >> (16 * channel) & 0xffff);
 }
@@ -59,28 +73,16 @@ struct Corners {
 
 class ColorGrid {
 public:
-    ColorGrid(Convert exact, int inBits, int outChannels)
+    ColorGrid(Convert exact, int outChannels)
         : m_exact(std::move(exact))
         , m_outChannels(static_cast<std::size_t>(outChannels))
-        // The system gives so much memory as zeros that it does not write before they are used.
-        , m_nodes(static_cast<Node*>(std::calloc(std::size_t{1} << 24, sizeof(Node))), &std::free) {
-        if (!m_nodes)
-            throw std::bad_alloc();
-        if (inBits == 16) {
-            m_coarseNodes =
-                std::vector<Node>(std::size_t{coarseSteps + 1} * strides<coarseSteps>[0]);
-            m_ways = std::vector<std::atomic<Way>>(m_coarseNodes.size());
-        }
-    }
+        , m_nodes(untouched<Node>())
+        , m_coarseNodes(std::size_t{coarseSteps + 1} * strides<coarseSteps>[0])
+        , m_ways(m_coarseNodes.size()) {}
 
-    void convert(const void* in, std::uint8_t* out, std::size_t pixels) const {
-        const auto* narrow = static_cast<const std::uint8_t*>(in);
-        const auto* wide = static_cast<const std::uint16_t*>(in);
+    void convert(const std::uint16_t* in, std::uint8_t* out, std::size_t pixels) const {
         for (std::size_t i = 0; i < 3 * pixels; i += 3) {
-            std::uint64_t value =
-                m_ways.empty()
-                    ? valueAt<fineSteps>(narrow[i] << 16 | narrow[i + 1] << 8 | narrow[i + 2])
-                    : interpolated(wide + i);
+            std::uint64_t value = interpolated(in + i);
             for (std::size_t c = 0; c < m_outChannels; ++c, value >>= 16)
                 *out++ = static_cast<std::uint8_t>(((value & 0xffff) * 255 + 32895) >> 16);
         }
@@ -101,8 +103,7 @@ private:
     std::uint64_t valueAt(std::uint32_t point) const {
         Node& node = steps == coarseSteps
                          ? m_coarseNodes[point]
-                         : m_nodes.get()[spread[point >> 16] << 2 | spread[point >> 8 & 255] << 1 |
-                                         spread[point & 255]];
+                         : m_nodes[placeOf(point >> 16, point >> 8 & 255, point & 255)];
         std::uint64_t value = node.load(std::memory_order_relaxed);
         if (value == 0) [[unlikely]] {
             Pixel pixel;
@@ -222,19 +223,42 @@ private:
 
     Convert m_exact;
     std::size_t m_outChannels;
-    std::unique_ptr<Node, decltype(&std::free)> m_nodes;
-    // Every fifth plane's points, close together, and the cells that begin at them. None for 8
-    // bits.
+    std::shared_ptr<Node[]> m_nodes;
+    // Every fifth plane's points, close together, and the cells that begin at them.
     mutable std::vector<Node> m_coarseNodes;
     mutable std::vector<std::atomic<Way>> m_ways;
 };
 
 } // namespace
 
-Convert colorGrid(Convert exact, int inBits, int outChannels) {
-    const auto grid = std::make_shared<const ColorGrid>(std::move(exact), inBits, outChannels);
+Convert colorTable(const Convert& exact, int outChannels) {
+    // All bits of a result are inverted, so that 0 stands for none yet. Four inks of 255 would be
+    // none for ever, and right all the same.
+    using Entry = std::atomic<std::uint32_t>;
+    return [=, entries = untouched<Entry>()](const void* in, void* out, std::size_t pixels) {
+        const auto* from = static_cast<const std::uint8_t*>(in);
+        auto* to = static_cast<std::uint8_t*>(out);
+        for (std::size_t i = 0; i < pixels; ++i, from += 3) {
+            Entry& entry = entries[placeOf(from[0], from[1], from[2])];
+            std::uint32_t inverted = entry.load(std::memory_order_relaxed);
+            if (inverted == 0) [[unlikely]] {
+                std::array<std::uint8_t, 4> result{};
+                exact(from, result.data(), 1);
+                inverted = ~std::bit_cast<std::uint32_t>(result);
+                entry.store(inverted, std::memory_order_relaxed);
+            }
+            const auto result = std::bit_cast<std::array<std::uint8_t, 4>>(~inverted);
+            for (int c = 0; c < outChannels; ++c)
+                *to++ = result[static_cast<std::size_t>(c)];
+        }
+    };
+}
+
+Convert colorGrid(Convert exact, int outChannels) {
+    const auto grid = std::make_shared<const ColorGrid>(std::move(exact), outChannels);
     return [grid](const void* in, void* out, std::size_t pixels) {
-        grid->convert(in, static_cast<std::uint8_t*>(out), pixels);
+        grid->convert(static_cast<const std::uint16_t*>(in), static_cast<std::uint8_t*>(out),
+                      pixels);
     };
 }
 

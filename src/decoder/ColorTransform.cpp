@@ -122,8 +122,10 @@ VImage converted(const VImage& image, const ColorRoute& route, int bits) {
         convert = exactConversion(route, bitsIn, bits);
     else if (bands == 4)
         convert = remembering(exactConversion(route, 8, 8), static_cast<std::size_t>(channels));
+    else if (bitsIn == 8)
+        convert = colorTable(exactConversion(route, 8, 8), channels);
     else
-        convert = colorGrid(exactConversion(route, 16, 16), bitsIn, channels);
+        convert = colorGrid(exactConversion(route, 16, 16), channels);
     return through(std::move(convert), image, channels, bits);
 }
 

@@ -163,6 +163,10 @@ void noteWarning(const char* message) {
         damaged = true;
 }
 
+void noteDamage() {
+    damaged = true;
+}
+
 bool isDamaged() {
     const std::string_view errors = vips_error_buffer();
     return damaged || std::ranges::any_of(errors | std::views::split('\n'), [](const auto& line) {

@@ -15,7 +15,9 @@ namespace lumivert::decoder {
 
 /// Remembers a library's warning that pixels are damaged; others are ignored. Any thread.
 void noteWarning(const char* message);
-/// Whether there was one since forgetDamage(), or an error that libvips tells of; not the harmless
+/// Remembers that pixels could not be read. Any thread.
+void noteDamage();
+/// Whether there was any since forgetDamage(), or an error that libvips tells of; not the harmless
 /// ones that isWhole() lets pass as well.
 [[nodiscard]] bool isDamaged();
 void forgetDamage();

@@ -7,6 +7,7 @@
 #include "decoder/Profiles.h"
 #include "decoder/RawReader.h"
 #include "decoder/StatedColors.h"
+#include "decoder/Strips.h"
 #include "platform/decoder/DecoderProtocol.h"
 
 #include <algorithm>
@@ -18,6 +19,28 @@ namespace {
 using vips::VImage;
 using vips::VSource;
 
+int readOrNote(VipsRegion* out, void* sequence, void*, void*, gboolean*) {
+    auto* in = static_cast<VipsRegion*>(sequence);
+    VipsRect* area = &out->valid;
+    if (vips_region_prepare(in, area) == 0 &&
+        vips_region_region(out, in, area, area->left, area->top) == 0)
+        return 0;
+    noteDamage();
+    return -1;
+}
+
+// The same rows, not copied. Libvips forgets that a thread failed to read some when another found
+// none left to do in the meantime: here it is noted.
+VImage watched(const VImage& loaded) {
+    const VImage rows = holding(VImage(vips_image_new()), std::make_shared<VImage>(loaded));
+    if (vips_image_pipelinev(rows.get_image(), VIPS_DEMAND_STYLE_ANY, loaded.get_image(),
+                             nullptr) != 0 ||
+        vips_image_generate(rows.get_image(), vips_start_one, readOrNote, vips_stop_one,
+                            loaded.get_image(), nullptr) != 0)
+        throw vips::VError();
+    return rows;
+}
+
 VImage load(const PhotoFormat& format, const VSource& source,
             vips::VOption* options = VImage::option()) {
     VImage image;
@@ -25,7 +48,7 @@ VImage load(const PhotoFormat& format, const VSource& source,
                                            ->set("source", source)
                                            ->set("access", VIPS_ACCESS_SEQUENTIAL)
                                            ->set("fail_on", VIPS_FAIL_ON_TRUNCATED));
-    return image;
+    return watched(image);
 }
 
 Bytes embeddedProfile(const VImage& image) {

@@ -4,7 +4,6 @@
 #include "platform/system/Descriptor.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstdlib>
 #include <fcntl.h>
 #include <stdexcept>
@@ -28,17 +27,6 @@ int takeRegion(VipsRegion* region, VipsRect* area, void* take) {
     const std::span rows(reinterpret_cast<const std::byte*>(VIPS_REGION_ADDR(region, 0, area->top)),
                          VIPS_REGION_LSKIP(region) * static_cast<std::size_t>(area->height));
     return (*static_cast<TakeRows*>(take))(rows, area->top) ? 0 : -1;
-}
-
-// Hands rows on as they are.
-int passOn(VipsRegion* out, void* sequence, void*, void* hasFailed, gboolean*) {
-    auto* in = static_cast<VipsRegion*>(sequence);
-    VipsRect* area = &out->valid;
-    if (vips_region_prepare(in, area) == 0 &&
-        vips_region_region(out, in, area, area->left, area->top) == 0)
-        return 0;
-    *static_cast<std::atomic<bool>*>(hasFailed) = true;
-    return -1;
 }
 
 Descriptor namelessFile() {
@@ -73,15 +61,9 @@ std::shared_ptr<std::byte> mapping(std::size_t size) {
 
 void forEachStrip(const VImage& image, const TakeRows& take) {
     TakeRows context = take;
-    // Libvips forgets that a thread failed when another found no rows left in the meantime, and a
-    // cache behind the loader may paint what could not be read black: what was noted stays.
-    std::atomic<bool> hasFailed = false;
-    const VImage watched(vips_image_new());
-    if (vips_image_pipelinev(watched.get_image(), VIPS_DEMAND_STYLE_ANY, image.get_image(),
-                             nullptr) != 0 ||
-        vips_image_generate(watched.get_image(), vips_start_one, passOn, vips_stop_one,
-                            image.get_image(), &hasFailed) != 0 ||
-        vips_sink_disc(watched.get_image(), takeRegion, &context) != 0 || hasFailed || isDamaged())
+    // A cache behind the loader may paint what one thread failed to read black, and another thread
+    // then finds nothing wrong: the message is what stays.
+    if (vips_sink_disc(image.get_image(), takeRegion, &context) != 0 || isDamaged())
         throw vips::VError();
 }
 
