@@ -48,7 +48,7 @@ public:
         return *news;
     }
 
-    Signal<> changed;
+    Signal changed;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override {
