@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <tuple>
 
 namespace lumivert {
 
@@ -16,3 +17,15 @@ template <class... Fields>
 }
 
 } // namespace lumivert
+
+/// The hash of a record whose `fields()` gives the tuple of what equality compares.
+template <class Record>
+requires requires(const Record& record) {
+    record.fields();
+}
+struct std::hash<Record> {
+    std::size_t operator()(const Record& record) const noexcept {
+        return std::apply([](const auto&... all) { return lumivert::hashFields(all...); },
+                          record.fields());
+    }
+};

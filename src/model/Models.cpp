@@ -1,7 +1,5 @@
 #include "model/Models.h"
 
-#include "model/HashFields.h"
-
 namespace lumivert {
 
 PaperSize defaultPaperSize() {
@@ -25,24 +23,3 @@ ICCProfile printerManagedProfile() {
 }
 
 } // namespace lumivert
-
-using lumivert::hashFields;
-
-std::size_t std::hash<lumivert::Printer>::operator()(const lumivert::Printer& v) const noexcept {
-    return hashFields(v.id, v.name);
-}
-
-std::size_t
-std::hash<lumivert::PaperSize>::operator()(const lumivert::PaperSize& v) const noexcept {
-    return hashFields(v.id, v.name, v.widthMM, v.heightMM, v.cupsName, v.cupsFullbleedName);
-}
-
-std::size_t
-std::hash<lumivert::PaperType>::operator()(const lumivert::PaperType& v) const noexcept {
-    return hashFields(v.id, v.name, v.cupsMediaType);
-}
-
-std::size_t
-std::hash<lumivert::ICCProfile>::operator()(const lumivert::ICCProfile& v) const noexcept {
-    return hashFields(v.id, v.name, v.path, v.isSystem);
-}

@@ -1,15 +1,17 @@
 #pragma once
 
+#include "model/HashFields.h"
+
 #include <array>
-#include <cstddef>
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
-// The values in which the whole program speaks of a print job. Records are compared member by
-// member; a list is searched by `id`, exactly and case-sensitively. Every length is in millimetres.
+// The values in which the whole program speaks of a print job. Records are compared and hashed
+// member by member; a list is searched by `id`, exactly and case-sensitively. Every length is in
+// millimetres.
 namespace lumivert {
 
 /// One CUPS queue. `id` addresses the queue in CUPS commands, `name` is shown.
@@ -18,6 +20,7 @@ struct Printer {
     std::string name;
 
     bool operator==(const Printer&) const = default;
+    [[nodiscard]] auto fields() const { return std::tie(id, name); }
 };
 
 /// One sheet size that a queue offers.
@@ -32,6 +35,9 @@ struct PaperSize {
     std::optional<std::string> cupsFullbleedName;
 
     bool operator==(const PaperSize&) const = default;
+    [[nodiscard]] auto fields() const {
+        return std::tie(id, name, widthMM, heightMM, cupsName, cupsFullbleedName);
+    }
 };
 
 /// One media type that a queue accepts.
@@ -41,6 +47,7 @@ struct PaperType {
     std::string cupsMediaType;
 
     bool operator==(const PaperType&) const = default;
+    [[nodiscard]] auto fields() const { return std::tie(id, name, cupsMediaType); }
 };
 
 /// One colour profile that can be chosen; `path` is absent for the printer-managed entry.
@@ -51,6 +58,7 @@ struct ICCProfile {
     bool isSystem = false;
 
     bool operator==(const ICCProfile&) const = default;
+    [[nodiscard]] auto fields() const { return std::tie(id, name, path, isSystem); }
 };
 
 /// The page margins in millimetres, always listed in this order.
@@ -148,21 +156,3 @@ template <class Choice>
 }
 
 } // namespace lumivert
-
-// Hashes over exactly the fields that equality compares.
-template <>
-struct std::hash<lumivert::Printer> {
-    std::size_t operator()(const lumivert::Printer& value) const noexcept;
-};
-template <>
-struct std::hash<lumivert::PaperSize> {
-    std::size_t operator()(const lumivert::PaperSize& value) const noexcept;
-};
-template <>
-struct std::hash<lumivert::PaperType> {
-    std::size_t operator()(const lumivert::PaperType& value) const noexcept;
-};
-template <>
-struct std::hash<lumivert::ICCProfile> {
-    std::size_t operator()(const lumivert::ICCProfile& value) const noexcept;
-};

@@ -42,8 +42,3 @@ std::optional<Uuid> Uuid::fromText(std::string_view text) {
 }
 
 } // namespace lumivert
-
-std::size_t std::hash<lumivert::Uuid>::operator()(const lumivert::Uuid& value) const noexcept {
-    return std::hash<std::string_view>{}(
-        {reinterpret_cast<const char*>(value.bytes.data()), value.bytes.size()});
-}

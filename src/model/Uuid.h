@@ -1,13 +1,13 @@
 #pragma once
 
+#include "model/HashFields.h"
+
 #include <array>
-#include <compare>
-#include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 namespace lumivert {
 
@@ -22,11 +22,9 @@ struct Uuid {
     [[nodiscard]] static std::optional<Uuid> fromText(std::string_view text);
 
     bool operator==(const Uuid&) const = default;
+    [[nodiscard]] std::tuple<std::string_view> fields() const {
+        return {{reinterpret_cast<const char*>(bytes.data()), bytes.size()}};
+    }
 };
 
 } // namespace lumivert
-
-template <>
-struct std::hash<lumivert::Uuid> {
-    std::size_t operator()(const lumivert::Uuid& value) const noexcept;
-};
