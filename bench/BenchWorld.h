@@ -1,7 +1,6 @@
 #pragma once
 
 #include "app/SystemServices.h"
-#include "platform/ProcessRunner.h"
 
 #include <string>
 #include <vector>
@@ -20,14 +19,7 @@ public:
     [[nodiscard]] AppServices appServices();
 
 private:
-    struct NoTools : ProcessRunner {
-        ProcessResult run(const std::string&, const std::vector<std::string>&) override {
-            return ProcessOutcome{};
-        }
-    };
-
     SystemServices m_services;
-    NoTools m_processes;
 };
 
 } // namespace lumivert::bench

@@ -1,18 +1,8 @@
 #include "app/SystemServices.h"
 
-#include "app/updates/UpdateDialog.h"
-#include "platform/cups/PrintSystemFiles.h"
-#include "platform/decoder/DecoderClient.h"
-#include "platform/packagekit/PackageKitEngine.h"
-#include "platform/pdf/PdfPageContext.h"
+#include "platform/pdf/PdfPageWriter.h"
 #include "platform/posix/PosixFunctions.h"
-#include "platform/posix/PosixProcessRunner.h"
 #include "platform/qt/DesktopFiles.h"
-#include "platform/qt/QtDispatcher.h"
-#include "platform/qt/QtPreferencesStore.h"
-#include "platform/qt/QtUpdateClock.h"
-#include "platform/screen/DesktopScreenColors.h"
-#include "platform/screen/LcmsScreenConversion.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -24,7 +14,6 @@
 #include <cmath>
 
 namespace lumivert {
-
 namespace {
 
 // Beside the program, or where an installed one has it.
@@ -47,47 +36,32 @@ int longestScreenEdge() {
 
 } // namespace
 
-// Each goes before those above it.
-struct SystemServices::Owned {
-    PosixProcessRunner processes;
-    PrintSystemFiles files;
-    QtPreferencesStore preferences;
-    DesktopScreenColors screens{desktopProfiles(), lcmsScreenConversion};
-    UpdateDialog updateDialog;
-    QtUpdateClock updateClock;
-    std::unique_ptr<UpdateEngine> updateEngine = packageKitEngine("lumivert");
-    // Its background tasks use the others; the decoder's answers use it.
-    QtDispatcher dispatcher;
-    DecoderClient decoder{{.path = decoderPath(), .screenEdge = longestScreenEdge}};
-};
-
 SystemServices::SystemServices()
-    : m_owned(std::make_unique<Owned>()) {}
-
-SystemServices::~SystemServices() = default;
+    : m_decoder({.path = decoderPath(),
+                 .screenEdge = longestScreenEdge,
+                 .inBackground = [this](auto task) {
+                     m_dispatcher.asyncInBackground(std::chrono::milliseconds(0), std::move(task));
+                 }}) {}
 
 AppServices SystemServices::appServices() {
-    Owned& owned = *m_owned;
     return {
         .platform = {
-            .processes = owned.processes,
-            .files = owned.files,
-            .preferences = owned.preferences,
-            .decodeImage = [&owned](const FileUrl& url) { return owned.decoder.decode(url); },
+            .runProcess = runProcess,
+            .files = m_files,
+            .preferences = m_preferences,
+            .decodeImage = [this](const FileUrl& url) { return m_decoder.decode(url); },
             .colorSpaceFromProfile =
-                [&owned](SharedBytes profile) {
-                    return owned.decoder.colorSpace(std::move(profile));
-                },
-            .createPdf = createPdfFile,
-            .dispatcher = owned.dispatcher,
+                [this](SharedBytes profile) { return m_decoder.colorSpace(std::move(profile)); },
+            .writePdf = writePdfPage,
+            .dispatcher = m_dispatcher,
             .openFile = openFile,
             .randomUuid = randomUuid,
             .writeLine = writeLine},
-        .updates = {*owned.updateEngine, owned.updateDialog, owned.updateClock, owned.preferences},
+        .updates = {*m_updateEngine, m_updateDialog, m_updateClock, m_preferences},
         .providersOf = itemProviders,
         .printSystem = printSystemName,
-        .firstWindowPainted = [&owned] { owned.decoder.prepareSpare(); },
-        .screens = &owned.screens};
+        .firstWindowPainted = [this] { m_decoder.prepareSpare(); },
+        .screens = m_screens.get()};
 }
 
 } // namespace lumivert

@@ -1,6 +1,14 @@
 #pragma once
 
 #include "app/LumivertApp.h"
+#include "app/updates/UpdateDialog.h"
+#include "platform/cups/PrintSystemFiles.h"
+#include "platform/decoder/DecoderClient.h"
+#include "platform/packagekit/PackageKitEngine.h"
+#include "platform/qt/QtDispatcher.h"
+#include "platform/qt/QtPreferencesStore.h"
+#include "platform/qt/QtUpdateClock.h"
+#include "platform/screen/DesktopScreenColors.h"
 
 #include <memory>
 
@@ -11,13 +19,20 @@ namespace lumivert {
 class SystemServices {
 public:
     SystemServices();
-    ~SystemServices();
 
     [[nodiscard]] AppServices appServices();
 
 private:
-    struct Owned;
-    std::unique_ptr<Owned> m_owned;
+    // Each goes before those above it.
+    PrintSystemFiles m_files;
+    QtPreferencesStore m_preferences;
+    std::unique_ptr<ScreenColors> m_screens = desktopScreenColors();
+    UpdateDialog m_updateDialog;
+    QtUpdateClock m_updateClock;
+    std::unique_ptr<UpdateEngine> m_updateEngine = packageKitEngine("lumivert");
+    // Its background tasks use the others; the decoder uses it.
+    QtDispatcher m_dispatcher;
+    DecoderClient m_decoder;
 };
 
 } // namespace lumivert

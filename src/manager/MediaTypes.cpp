@@ -5,12 +5,13 @@
 #include "platform/FileSystem.h"
 
 #include <string_view>
+#include <utility>
 
 namespace lumivert {
 namespace {
 
 // IPP media-type keywords (PWG 5101.1) and what a person calls them.
-constexpr ChoiceLabel standardMediaNames[] = {
+constexpr std::pair<std::string_view, std::string_view> standardMediaNames[] = {
     {"stationery", "Plain Paper"},
     {"stationery-bond", "Bond Paper"},
     {"stationery-heavyweight", "Heavy Paper"},
@@ -29,6 +30,13 @@ constexpr ChoiceLabel standardMediaNames[] = {
     {"any", "Auto"},
 };
 
+std::string standardName(const std::string& choice) {
+    for (const auto& [keyword, name] : standardMediaNames)
+        if (keyword == choice)
+            return std::string(name);
+    return choice;
+}
+
 } // namespace
 
 std::map<std::string, std::string>
@@ -45,7 +53,8 @@ PrintManager::loadMediaTypeNames(const std::string& forPrinter) const {
 }
 
 void PrintManager::loadMediaTypes(const std::string& forPrinter) {
-    const std::string listing = shellOutput(m_platform.processes, optionListingCommand(forPrinter));
+    const std::string listing =
+        shellOutput(m_platform.runProcess, optionListingCommand(forPrinter));
     const auto names = loadMediaTypeNames(forPrinter);
 
     std::vector<PaperType> types;
@@ -53,10 +62,9 @@ void PrintManager::loadMediaTypes(const std::string& forPrinter) {
         if (choice.empty())
             continue;
         const auto label = names.find(choice);
-        types.push_back(
-            {.id = choice,
-             .name = label != names.end() ? label->second : labelOf(choice, standardMediaNames),
-             .cupsMediaType = choice});
+        types.push_back({.id = choice,
+                         .name = label != names.end() ? label->second : standardName(choice),
+                         .cupsMediaType = choice});
     }
     if (types.empty())
         types.push_back(automaticPaperType());

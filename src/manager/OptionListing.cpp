@@ -2,8 +2,6 @@
 
 #include "model/Text.h"
 
-#include <algorithm>
-
 namespace lumivert {
 
 std::string optionListingCommand(const std::string& printer) {
@@ -22,11 +20,6 @@ std::vector<std::string> optionChoices(std::string_view listing, std::string_vie
         return choices;
     }
     return {};
-}
-
-std::string labelOf(std::string_view choice, std::span<const ChoiceLabel> labels) {
-    const auto found = std::ranges::find(labels, choice, &ChoiceLabel::first);
-    return std::string(found != labels.end() ? found->second : choice);
 }
 
 std::string ppdPath(const std::string& printer) {

@@ -1,9 +1,7 @@
 #pragma once
 
-#include <span>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 // What a queue says of its options: the listing of `lpoptions -l` and the lines of its PPD file.
@@ -16,11 +14,6 @@ namespace lumivert {
 /// without the "*" that marks the default, empty ones included. Nothing without such a line.
 [[nodiscard]] std::vector<std::string> optionChoices(std::string_view listing,
                                                      std::string_view keyword);
-
-/// A choice and what a person calls it.
-using ChoiceLabel = std::pair<std::string_view, std::string_view>;
-/// The label of `choice`; itself where it has none.
-[[nodiscard]] std::string labelOf(std::string_view choice, std::span<const ChoiceLabel> labels);
 
 /// The path of the queue's PPD file.
 [[nodiscard]] std::string ppdPath(const std::string& printer);

@@ -21,23 +21,6 @@ constexpr std::string_view borderlessSuffix = ".Fullbleed";
 // ISO 216 A4, for a choice that the PPD gives no dimension.
 constexpr SizePoints a4Points{595.28, 841.89};
 
-// Labels of the choices that have one of their own; any other shows as it is.
-constexpr ChoiceLabel paperLabels[] = {
-    {"A3", "A3"},
-    {"A4", "A4"},
-    {"A5", "A5"},
-    {"A6", "A6"},
-    {"B4", "B4"},
-    {"B5", "B5"},
-    {"B6", "B6"},
-    {"Letter", "Letter"},
-    {"Legal", "Legal"},
-    {"Tabloid", "Tabloid"},
-    {"Executive", "Executive"},
-    {"Statement", "Statement"},
-    {"Postcard", "Postcard"},
-};
-
 // The whole field as strtod reads a number in the POSIX locale, whatever the program's own locale:
 // white space may lead, nothing may follow; hexadecimal, "inf" and "nan" count.
 std::optional<double> numberFrom(const std::string& field) {
@@ -60,10 +43,9 @@ double roundedToTenth(double millimetres) {
     return std::round(millimetres * 10) / 10;
 }
 
-// The shown name of a size, by its choice.
+// A choice is its own label: none of CUPS's needs a friendlier one.
 std::string formatPaperName(const std::string& name, double widthMM, double heightMM) {
-    return labelOf(name, paperLabels) + " (" + wholeMillimetres(widthMM) + " × " +
-           wholeMillimetres(heightMM) + " mm)";
+    return name + " (" + wholeMillimetres(widthMM) + " × " + wholeMillimetres(heightMM) + " mm)";
 }
 
 } // namespace
@@ -89,7 +71,7 @@ void PrintManager::loadPaperSizes(const std::string& forPrinter) {
     std::set<std::string> borderlessChoices;
     std::vector<std::string> baseChoices;
     for (std::string& choice : optionChoices(
-             shellOutput(m_platform.processes, optionListingCommand(forPrinter)), "PageSize")) {
+             shellOutput(m_platform.runProcess, optionListingCommand(forPrinter)), "PageSize")) {
         if (choice.ends_with(borderlessSuffix))
             borderlessChoices.insert(std::move(choice));
         else if (!choice.empty() && choice.find("Custom") == std::string::npos)

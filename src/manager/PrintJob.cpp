@@ -4,7 +4,7 @@
 #include "platform/Dispatcher.h"
 #include "platform/FileSystem.h"
 #include "platform/Image.h"
-#include "platform/PdfContext.h"
+#include "platform/PdfPage.h"
 
 #include <algorithm>
 #include <chrono>
@@ -17,22 +17,11 @@ using namespace std::chrono_literals;
 // The print system has read the file when `lp` returns; the delay is for a slow spooler.
 constexpr auto deletionDelay = 10s;
 
-// The part of the bitmap that shows in `printable`, in place of a whole that overhangs it.
-void drawCropped(PdfContext& context, const Bitmap& bitmap, RectPoints drawn,
-                 RectPoints printable) {
-    const auto visible = intersection(drawn, printable);
-    if (!visible)
-        return;
-    if (const auto crop = bitmap.cropped(visiblePixels(bitmap.size(), drawn, *visible)))
-        context.draw(*crop, *visible);
-}
-
-void fillMarginBands(PdfContext& context, SizePoints page, const Margins& margins) {
-    context.setFillColorRGB(1, 1, 1);
-    context.fillRect({0, page.height - margins.top, page.width, margins.top});
-    context.fillRect({0, 0, page.width, margins.bottom});
-    context.fillRect({0, 0, margins.left, page.height});
-    context.fillRect({page.width - margins.right, 0, margins.right, page.height});
+std::vector<RectPoints> marginBands(SizePoints page, const Margins& margins) {
+    return {{0, page.height - margins.top, page.width, margins.top},
+            {0, 0, page.width, margins.bottom},
+            {0, 0, margins.left, page.height},
+            {page.width - margins.right, 0, margins.right, page.height}};
 }
 
 } // namespace
@@ -57,41 +46,32 @@ std::optional<std::shared_ptr<const ColorSpace>> PrintManager::chosenColorSpace(
 bool PrintManager::renderPage(const std::string& path) const {
     const PaperSize paper = selectedPaperSize();
     // Never turned: orientation shows in the margins of an explicit image size alone.
-    const SizePoints page{pointsFromMillimetres(paper.widthMM),
+    const SizePoints size{pointsFromMillimetres(paper.widthMM),
                           pointsFromMillimetres(paper.heightMM)};
     const Margins marginPoints = pointsFromMillimetres(effectiveMargins());
-
-    const auto context = m_platform.createPdf(path);
-    if (!context)
-        return false;
-    context->beginPage({0, 0, page.width, page.height});
-
-    const RectPoints printable =
-        borderless ? RectPoints{0, 0, page.width, page.height} : printableRect(page, marginPoints);
     const auto space = chosenColorSpace();
     if (!space)
         return false; // the profile may be a good one, and a sheet without it a wrong one
-    if (*space) {
-        context->setRenderingIntent(renderingIntent);
-        context->setFillColorSpace(*space);
-    }
+    PdfPage page{.size = size, .space = *space, .intent = renderingIntent};
 
+    const RectPoints printable =
+        borderless ? RectPoints{0, 0, size.width, size.height} : printableRect(size, marginPoints);
     // Margins that leave nothing of the sheet leave no place for the photo.
-    const auto bitmap = hasArea(printable) ? (*image)->bitmap() : nullptr;
+    const Bitmap* bitmap = hasArea(printable) ? (*image)->bitmap() : nullptr;
     if (bitmap) {
         const ScalingRule& scaling = scalingRule(scalingMode);
         const RectPoints drawn = scaling.onPage((*image)->size(), printable);
-        context->setInterpolationQuality(InterpolationQuality::high);
-        if (!borderless && scaling.crops)
-            drawCropped(*context, *bitmap, drawn, printable);
-        else
-            context->draw(*bitmap, drawn);
+        const bool crops = !borderless && scaling.crops;
+        if (const auto visible = crops ? intersection(drawn, printable) : std::optional(drawn)) {
+            page.bitmap = bitmap;
+            page.rect = *visible;
+            if (crops)
+                page.part = visiblePixels(bitmap->pixelSize(), drawn, *visible);
+        }
     }
-
     if (!borderless)
-        fillMarginBands(*context, page, marginPoints);
-    context->endPage();
-    return context->close();
+        page.whiteAreas = marginBands(size, marginPoints);
+    return m_platform.writePdf(path, page);
 }
 
 void PrintManager::sendToCUPS(bool dryRun) {
@@ -126,7 +106,7 @@ void PrintManager::sendToCUPS(bool dryRun) {
 }
 
 void PrintManager::print(const std::string& command, const std::string& path) {
-    const auto result = runInShell(m_platform.processes, command);
+    const auto result = runInShell(m_platform.runProcess, command);
     if (const auto* failure = std::get_if<LaunchFailure>(&result)) {
         lastPrintError = "Could not send to printer: " + failure->description;
         return;

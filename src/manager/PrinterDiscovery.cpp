@@ -1,8 +1,7 @@
 #include "manager/PrintManager.h"
+#include "manager/Selection.h"
 #include "manager/Shell.h"
 #include "model/Text.h"
-
-#include <algorithm>
 
 namespace lumivert {
 namespace {
@@ -33,13 +32,12 @@ std::optional<std::string> defaultDestinationFrom(std::string_view output) {
 } // namespace
 
 void PrintManager::detectPrinters() {
-    availablePrinters = printersFrom(shellOutput(m_platform.processes, "lpstat -p 2>/dev/null"));
+    availablePrinters = printersFrom(shellOutput(m_platform.runProcess, "lpstat -p 2>/dev/null"));
 
     const auto destination =
-        defaultDestinationFrom(shellOutput(m_platform.processes, "lpstat -d 2>/dev/null"));
+        defaultDestinationFrom(shellOutput(m_platform.runProcess, "lpstat -d 2>/dev/null"));
     const std::vector<Printer> printers = availablePrinters;
-    if (destination && std::any_of(printers.begin(), printers.end(),
-                                   [&](const Printer& p) { return p.id == *destination; }))
+    if (destination && firstWithId(printers, *destination))
         selectedPrinterID = *destination;
 
     if (selectedPrinterID->empty() && !printers.empty())

@@ -15,8 +15,7 @@ namespace lumivert {
 template <class Record>
 [[nodiscard]] std::optional<Record> firstWithId(const std::vector<Record>& list,
                                                 const std::string& id) {
-    const auto found = std::find_if(list.begin(), list.end(),
-                                    [&](const Record& record) { return record.id == id; });
+    const auto found = std::ranges::find(list, id, &Record::id);
     return found != list.end() ? std::optional(*found) : std::nullopt;
 }
 
@@ -28,15 +27,11 @@ void selectOffered(Published<std::string>& selectedID, const std::vector<Record>
                    std::string Record::*field, std::initializer_list<std::string_view> preferred) {
     if (firstWithId(list, selectedID))
         return;
-    for (const std::string_view value : preferred) {
-        for (const Record& record : list) {
-            if (record.*field == value) {
-                selectedID = record.id;
-                return;
-            }
-        }
-    }
-    selectedID = list.front().id;
+    auto chosen = list.end();
+    for (const std::string_view value : preferred)
+        if (chosen == list.end())
+            chosen = std::ranges::find(list, value, field);
+    selectedID = chosen != list.end() ? chosen->id : list.front().id;
 }
 
 } // namespace lumivert

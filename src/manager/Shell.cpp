@@ -6,16 +6,16 @@
 
 namespace lumivert {
 
-ProcessResult runInShell(ProcessRunner& processes, const std::string& command) {
-    auto result = processes.run("/bin/zsh", {"-c", command});
+ProcessResult runInShell(const ProcessRunner& run, const std::string& command) {
+    auto result = run("/bin/zsh", {"-c", command});
     auto* outcome = std::get_if<ProcessOutcome>(&result);
     if (outcome && !isUtf8(outcome->output))
         outcome->output.clear();
     return result;
 }
 
-std::string shellOutput(ProcessRunner& processes, const std::string& command) {
-    auto result = runInShell(processes, command);
+std::string shellOutput(const ProcessRunner& run, const std::string& command) {
+    auto result = runInShell(run, command);
     auto* outcome = std::get_if<ProcessOutcome>(&result);
     return outcome ? std::move(outcome->output) : std::string{};
 }

@@ -8,9 +8,9 @@ namespace lumivert {
 
 /// Hands `command` whole to the Z shell and waits for it. An output that is not UTF-8 becomes the
 /// empty text.
-[[nodiscard]] ProcessResult runInShell(ProcessRunner& processes, const std::string& command);
+[[nodiscard]] ProcessResult runInShell(const ProcessRunner& run, const std::string& command);
 
 /// What `command` wrote, or nothing when it could not be run. Its exit status does not count.
-[[nodiscard]] std::string shellOutput(ProcessRunner& processes, const std::string& command);
+[[nodiscard]] std::string shellOutput(const ProcessRunner& run, const std::string& command);
 
 } // namespace lumivert

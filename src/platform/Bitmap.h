@@ -55,26 +55,25 @@ struct JpegStream {
     SharedBytes profile;
 };
 
-/// A drawable bitmap: a whole photo at its natural resolution, upright, or a crop of one. Holds no
-/// pixels; immutable; any thread.
+/// The pixels of a photo at its natural resolution, upright. Holds none of them; immutable; any
+/// thread.
 class Bitmap {
 public:
     virtual ~Bitmap() = default;
 
-    [[nodiscard]] virtual PixelSize size() const = 0;
+    [[nodiscard]] virtual PixelSize pixelSize() const = 0;
 
-    /// The part of this bitmap inside `rect`, cut to the bitmap; null when nothing is left.
-    [[nodiscard]] virtual std::shared_ptr<const Bitmap> cropped(PixelRect rect) const = 0;
-
-    /// The stream that shows exactly this bitmap, where there is one (never for a crop).
+    /// The stream that shows exactly these pixels, where there is one.
     [[nodiscard]] virtual std::optional<JpegStream> jpegStream() const = 0;
 
-    /// Starts decoding. Without a target: the photo's own numbers, depth and profile, alpha
-    /// flattened on white. With one: converted through the full depth into the target's space with
-    /// its intent (black point compensation for all but absolute), 8 bits, no profile. Null when
-    /// the bitmap cannot be had at all. Blocks until the first rows stand ready or are refused.
+    /// Starts decoding all rows, or those of a `part` that lies inside. Without a target: the
+    /// photo's own numbers, depth and profile, alpha flattened on white. With one: converted
+    /// through the full depth into the target's space with its intent (black point compensation for
+    /// all but absolute), 8 bits, no profile. Null when they cannot be had at all. Blocks until the
+    /// first rows stand ready or are refused.
     [[nodiscard]] virtual std::unique_ptr<RowSource>
-    rows(const std::optional<ColorTarget>& target) const = 0;
+    rows(const std::optional<ColorTarget>& target,
+         const std::optional<PixelRect>& part = std::nullopt) const = 0;
 };
 
 } // namespace lumivert

@@ -41,8 +41,8 @@ public:
     softProof(const ColorTarget& target,
               std::function<void(std::shared_ptr<const ScreenRendition>)> completion) const = 0;
 
-    /// The photo at its natural resolution; null when none can be had.
-    [[nodiscard]] virtual std::shared_ptr<const Bitmap> bitmap() const = 0;
+    /// The photo at its natural resolution, a part of this object; null when none can be had.
+    [[nodiscard]] virtual const Bitmap* bitmap() const = 0;
 };
 
 } // namespace lumivert

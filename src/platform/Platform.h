@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/ProcessRunner.h"
+
 #include <functional>
 #include <memory>
 #include <optional>
@@ -11,17 +13,16 @@ class Dispatcher;
 class FileSystem;
 class FileUrl;
 class Image;
-class PdfContext;
 class PreferencesStore;
-class ProcessRunner;
 struct ColorSpace;
+struct PdfPage;
 struct SharedBytes;
 struct Uuid;
 
 /// Every way in which the program's state object reaches the world. The services are borrowed: they
 /// outlive whoever holds this. The functions are called on the main thread.
 struct Platform {
-    ProcessRunner& processes;
+    ProcessRunner runProcess;
     FileSystem& files;
     PreferencesStore& preferences;
     /// Reads and decodes the file, as far as the screen needs it. Null for a file that cannot be
@@ -32,8 +33,9 @@ struct Platform {
     /// system did not let that be found out.
     std::function<std::optional<std::shared_ptr<const ColorSpace>>(SharedBytes bytes)>
         colorSpaceFromProfile;
-    /// Creates the file at `path`, readable by the user alone; null when it cannot be.
-    std::function<std::unique_ptr<PdfContext>(const std::string& path)> createPdf;
+    /// Writes the page as a PDF document into a new file at `path`, readable by the user alone.
+    /// False when it could not be made: no file then.
+    std::function<bool(const std::string& path, const PdfPage& page)> writePdf;
     Dispatcher& dispatcher;
     /// Opens the file with the desktop's default viewer for it, without waiting for the viewer.
     std::function<void(const std::string& path)> openFile;

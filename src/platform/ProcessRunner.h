@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -20,16 +21,10 @@ struct LaunchFailure {
 
 using ProcessResult = std::variant<ProcessOutcome, LaunchFailure>;
 
-/// Runs programs. Main thread; blocks it until the program has ended.
-class ProcessRunner {
-public:
-    virtual ~ProcessRunner() = default;
-
-    /// Runs the program at the path `executable` (not looked up) with `arguments` after its name;
-    /// standard input, environment and working directory are inherited. Waits for its end first and
-    /// reads the pipe, made 1 MiB large, afterwards.
-    [[nodiscard]] virtual ProcessResult run(const std::string& executable,
-                                            const std::vector<std::string>& arguments) = 0;
-};
+/// Runs the program at the path `executable` (not looked up) with `arguments` after its name;
+/// standard input, environment and working directory are inherited. Waits for its end first and
+/// reads the pipe, made 1 MiB large, afterwards. Main thread; blocks it until then.
+using ProcessRunner = std::function<ProcessResult(const std::string& executable,
+                                                  const std::vector<std::string>& arguments)>;
 
 } // namespace lumivert

@@ -3,20 +3,16 @@
 #include "platform/Observable.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
 
 namespace lumivert {
 
-/// The way from sRGB to the colours of one screen. Immutable. Any thread.
-class ScreenConversion {
-public:
-    virtual ~ScreenConversion() = default;
-
-    /// Converts pixels in place: words 0xffRRGGBB, as in a ScreenRendition.
-    virtual void convert(std::span<std::uint32_t> pixels) const = 0;
-};
+/// The way from sRGB to the colours of one screen: converts pixels in place, words 0xffRRGGBB as in
+/// a ScreenRendition. Any thread.
+using ScreenConversion = std::function<void(std::span<std::uint32_t> pixels)>;
 
 /// What the desktop says of the colours of its screens. Announces a change of what it says. Main
 /// thread.

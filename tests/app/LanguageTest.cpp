@@ -2,7 +2,7 @@
 
 #include "fakes/FakePlatform.h"
 #include "manager/PrintManager.h"
-#include "platform/posix/PosixProcessRunner.h"
+#include "platform/posix/PosixFunctions.h"
 #include "support/InChild.h"
 #include "support/PrivateScheduler.h"
 
@@ -42,8 +42,8 @@ std::optional<std::string> locales() {
         const std::string file = folder / (name + '.' + charset);
         if (std::filesystem::exists(file))
             continue;
-        const auto made = PosixProcessRunner().run("/usr/bin/localedef",
-                                                   {"-i", name, "-f", charset, file + ".new"});
+        const auto made =
+            runProcess("/usr/bin/localedef", {"-i", name, "-f", charset, file + ".new"});
         if (!std::holds_alternative<ProcessOutcome>(made) ||
             !std::filesystem::exists(file + ".new"))
             return std::nullopt;
@@ -62,7 +62,7 @@ void setUserEnvironment(const std::string& localeFolder, const Environment& vari
 }
 
 std::string shell(const std::string& command) {
-    return std::get<ProcessOutcome>(PosixProcessRunner().run("/bin/zsh", {"-c", command})).output;
+    return std::get<ProcessOutcome>(runProcess("/bin/zsh", {"-c", command})).output;
 }
 
 /// The outcome of expectations that failed in a forked child, said there.
@@ -119,11 +119,10 @@ TEST_F(LanguageTest, letsThePrintSystemsToolsSpeakEnglishInUtf8) {
                       setUserEnvironment(*folder, variables);
                       SCOPED_TRACE(variables.empty() ? "" : variables.front().second);
                       const Language language;
-                      PosixProcessRunner processes;
                       fakes::FakePlatform fakes;
                       PrintManager manager(
-                          {processes, fakes.files, fakes.preferences, fakes.platform.decodeImage,
-                           fakes.platform.colorSpaceFromProfile, fakes.platform.createPdf,
+                          {runProcess, fakes.files, fakes.preferences, fakes.platform.decodeImage,
+                           fakes.platform.colorSpaceFromProfile, fakes.platform.writePdf,
                            fakes.dispatcher, fakes.platform.openFile, fakes.platform.randomUuid,
                            fakes.platform.writeLine});
                       const std::vector<Printer> found = manager.availablePrinters;

@@ -69,12 +69,12 @@ void lookAt(const Look& look, const QStringList& photos, const AppServices& serv
     fakes::FakePlatform fakes;
     addQueue(fakes);
     const auto& made = fakes.platform;
-    const Platform platform{made.processes,
+    const Platform platform{made.runProcess,
                             made.files,
                             made.preferences,
                             services.platform.decodeImage,
                             made.colorSpaceFromProfile,
-                            made.createPdf,
+                            made.writePdf,
                             made.dispatcher,
                             made.openFile,
                             made.randomUuid,

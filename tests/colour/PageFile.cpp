@@ -1,6 +1,6 @@
 #include "colour/PageFile.h"
 
-#include "platform/posix/PosixProcessRunner.h"
+#include "platform/posix/PosixFunctions.h"
 #include "support/TemporaryFolder.h"
 
 #include <stdexcept>
@@ -46,7 +46,7 @@ std::string streamData(const nlohmann::json& object) {
 PageFile readPage(const std::string& path) {
     // Into a file: the runner takes no more than a pipe holds.
     const TemporaryFolder folder;
-    const auto result = PosixProcessRunner().run(
+    const auto result = runProcess(
         "/usr/bin/qpdf", {"--json-output=2", "--json-stream-data=inline",
                           "--decode-level=generalized", path, folder / "page.json"});
     const auto* outcome = std::get_if<ProcessOutcome>(&result);

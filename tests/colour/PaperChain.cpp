@@ -1,7 +1,7 @@
 #include "colour/PaperChain.h"
 
 #include "platform/Platform.h"
-#include "platform/pdf/PdfPageContext.h"
+#include "platform/pdf/PdfPageWriter.h"
 #include "platform/posix/PosixFunctions.h"
 
 #include <stdexcept>
@@ -14,10 +14,10 @@ PaperChain::PaperChain()
     addQueue("grey", "Gray");
     addQueue("inks", "CMYK");
     m_manager = std::make_unique<PrintManager>(
-        Platform{m_processes, m_files, m_preferences,
+        Platform{runProcess, m_files, m_preferences,
                  [this](const FileUrl& url) { return m_images.decode(url); },
                  [this](SharedBytes profile) { return m_images.colorSpace(std::move(profile)); },
-                 createPdfFile, m_dispatcher, [this](const std::string& path) { m_page = path; },
+                 writePdfPage, m_dispatcher, [this](const std::string& path) { m_page = path; },
                  randomUuid, [](const std::string&) {}});
 }
 
@@ -100,7 +100,7 @@ CupsRaster PaperChain::arrived(const std::string& queue) {
 }
 
 void PaperChain::run(const std::string& tool, const std::vector<std::string>& arguments) {
-    const auto result = m_processes.run(tool, arguments);
+    const auto result = runProcess(tool, arguments);
     const auto* outcome = std::get_if<ProcessOutcome>(&result);
     if (!outcome || outcome->exitStatus != 0)
         throw std::runtime_error(tool + " failed" + (outcome ? ": " + outcome->output : ""));

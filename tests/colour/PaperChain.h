@@ -5,7 +5,6 @@
 #include "manager/PrintManager.h"
 #include "platform/decoder/DecoderClient.h"
 #include "platform/posix/PosixFileSystem.h"
-#include "platform/posix/PosixProcessRunner.h"
 #include "support/PrivateScheduler.h"
 #include "support/RedirectedFileSystem.h"
 #include "support/ScopedEnvironment.h"
@@ -65,7 +64,6 @@ private:
     ScopedEnvironment m_pages{"TMPDIR", m_folder.path()};
     int m_profileCount = 0;
 
-    PosixProcessRunner m_processes;
     PosixFileSystem m_realFiles;
     RedirectedFileSystem m_files{m_realFiles, "/etc/cups/ppd/", m_scheduler.ppdFolder()};
     DecoderClient m_images;

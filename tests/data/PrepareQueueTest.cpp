@@ -1,4 +1,4 @@
-#include "platform/posix/PosixProcessRunner.h"
+#include "platform/posix/PosixFunctions.h"
 #include "support/InChild.h"
 #include "support/PrivateScheduler.h"
 
@@ -20,7 +20,7 @@ using testing::Not;
 namespace fs = std::filesystem;
 
 ProcessOutcome shell(const std::string& command) {
-    return std::get<ProcessOutcome>(PosixProcessRunner().run("/bin/zsh", {"-c", command}));
+    return std::get<ProcessOutcome>(runProcess("/bin/zsh", {"-c", command}));
 }
 
 std::string withoutLinesThatHold(const std::vector<std::string>& words, const std::string& text) {

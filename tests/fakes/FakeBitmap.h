@@ -56,39 +56,18 @@ public:
     /// What rows() was asked for, in order.
     mutable std::vector<std::optional<ColorTarget>> asked;
 
-    [[nodiscard]] PixelSize size() const override { return m_format.size; }
-
-    [[nodiscard]] std::shared_ptr<const Bitmap> cropped(PixelRect rect) const override {
-        const int left = std::max(rect.x, 0);
-        const int top = std::max(rect.y, 0);
-        const int right = std::min(rect.x + rect.width, m_format.size.width);
-        const int bottom = std::min(rect.y + rect.height, m_format.size.height);
-        if (right <= left || bottom <= top)
-            return nullptr;
-        RowFormat format = m_format;
-        format.size = {right - left, bottom - top};
-        const std::size_t pixelBytes =
-            m_format.bytesPerRow() / static_cast<std::size_t>(m_format.size.width);
-        Bytes rows;
-        for (int y = top; y < bottom; ++y) {
-            const auto row =
-                m_rows.view.subspan(static_cast<std::size_t>(y) * m_format.bytesPerRow() +
-                                        static_cast<std::size_t>(left) * pixelBytes,
-                                    format.bytesPerRow());
-            rows.insert(rows.end(), row.begin(), row.end());
-        }
-        auto result = std::make_shared<FakeBitmap>(format, sharedBytes(std::move(rows)));
-        result->cannotBeHad = cannotBeHad;
-        return result;
-    }
+    [[nodiscard]] PixelSize pixelSize() const override { return m_format.size; }
 
     [[nodiscard]] std::optional<JpegStream> jpegStream() const override { return jpeg; }
 
     [[nodiscard]] std::unique_ptr<RowSource>
-    rows(const std::optional<ColorTarget>& target) const override {
+    rows(const std::optional<ColorTarget>& target,
+         const std::optional<PixelRect>& part = std::nullopt) const override {
         asked.push_back(target);
         if (cannotBeHad)
             return nullptr;
+        if (part)
+            return cut(*part).rows(target);
         auto source = target ? converted(target->space->channels)
                              : std::make_unique<FakeRowSource>(m_format, m_rows);
         source->breakBefore = breakBefore;
@@ -96,6 +75,22 @@ public:
     }
 
 private:
+    [[nodiscard]] FakeBitmap cut(PixelRect part) const {
+        RowFormat format = m_format;
+        format.size = {part.width, part.height};
+        const std::size_t pixelBytes =
+            m_format.bytesPerRow() / static_cast<std::size_t>(m_format.size.width);
+        Bytes rows;
+        for (int y = part.y; y < part.y + part.height; ++y) {
+            const auto row =
+                m_rows.view.subspan(static_cast<std::size_t>(y) * m_format.bytesPerRow() +
+                                        static_cast<std::size_t>(part.x) * pixelBytes,
+                                    format.bytesPerRow());
+            rows.insert(rows.end(), row.begin(), row.end());
+        }
+        return {format, sharedBytes(std::move(rows))};
+    }
+
     [[nodiscard]] std::unique_ptr<FakeRowSource> converted(int channels) const {
         const auto pixels = static_cast<std::size_t>(m_format.size.width) *
                             static_cast<std::size_t>(m_format.size.height);

@@ -9,29 +9,18 @@
 
 namespace lumivert::fakes {
 
-/// A photo that only has a shape. A crop remembers where it was cut.
+/// Pixels that only have a shape.
 class FakeBitmap : public Bitmap {
 public:
-    explicit FakeBitmap(PixelSize size, std::optional<PixelRect> cutAt = std::nullopt)
-        : crop(cutAt)
-        , m_size(size) {}
+    explicit FakeBitmap(PixelSize size)
+        : m_size(size) {}
 
-    PixelSize size() const override { return m_size; }
-    std::shared_ptr<const Bitmap> cropped(PixelRect rect) const override {
-        const bool inside = rect.x >= 0 && rect.y >= 0 && rect.width > 0 && rect.height > 0 &&
-                            rect.x + rect.width <= m_size.width &&
-                            rect.y + rect.height <= m_size.height;
-        return inside && !refusesToBeCropped
-                   ? std::make_shared<FakeBitmap>(PixelSize{rect.width, rect.height}, rect)
-                   : nullptr;
-    }
+    PixelSize pixelSize() const override { return m_size; }
     std::optional<JpegStream> jpegStream() const override { return std::nullopt; }
-    std::unique_ptr<RowSource> rows(const std::optional<ColorTarget>&) const override {
+    std::unique_ptr<RowSource> rows(const std::optional<ColorTarget>&,
+                                    const std::optional<PixelRect>&) const override {
         return nullptr;
     }
-
-    const std::optional<PixelRect> crop;
-    bool refusesToBeCropped = false;
 
 private:
     PixelSize m_size;
@@ -64,7 +53,7 @@ public:
         std::function<void(std::shared_ptr<const ScreenRendition>)> completion) const override {
         proofs.push_back({target, std::move(completion)});
     }
-    std::shared_ptr<const Bitmap> bitmap() const override { return pixels; }
+    const Bitmap* bitmap() const override { return pixels.get(); }
 
     struct Proof {
         ColorTarget target;

@@ -3,7 +3,7 @@
 #include "fakes/FakeImage.h"
 #include "model/Models.h"
 #include "model/Text.h"
-#include "platform/PdfContext.h"
+#include "platform/PdfPage.h"
 
 #include <functional>
 #include <memory>
@@ -14,16 +14,14 @@
 
 namespace lumivert::fakes {
 
-/// What was drawn, a call a line, numbers with three decimals.
+/// What a page shows, a line each in the order in which it is painted, numbers with three decimals.
 struct PdfRecord {
     std::string path;
-    std::vector<std::string> calls;
+    std::vector<std::string> lines = {};
     /// The rectangles of the bitmaps drawn and of the areas filled, in full.
-    std::vector<RectPoints> drawn;
-    std::vector<RectPoints> filled;
-    RectPoints mediaBox;
-    /// Whether the context was destroyed, and so whether a failed file is gone.
-    bool released = false;
+    std::vector<RectPoints> drawn = {};
+    std::vector<RectPoints> filled = {};
+    SizePoints size = {};
 };
 
 inline std::string text(RectPoints r) {
@@ -31,71 +29,50 @@ inline std::string text(RectPoints r) {
            fixedText(r.height, 3);
 }
 
-class FakePdfContext : public PdfContext {
+inline std::string text(PixelRect part) {
+    return std::to_string(part.x) + "," + std::to_string(part.y) + "," +
+           std::to_string(part.width) + "," + std::to_string(part.height);
+}
+
+inline bool isInside(PixelRect part, PixelSize size) {
+    return part.x >= 0 && part.y >= 0 && part.width > 0 && part.height > 0 &&
+           part.x + part.width <= size.width && part.y + part.height <= size.height;
+}
+
+inline PdfRecord recordOf(const std::string& path, const PdfPage& page) {
+    PdfRecord record{.path = path, .filled = page.whiteAreas, .size = page.size};
+    auto& lines = record.lines;
+    lines.push_back("page " + fixedText(page.size.width, 3) + " " + fixedText(page.size.height, 3));
+    if (page.space) {
+        lines.push_back("intent " + std::string(rawValue(page.intent)));
+        lines.push_back("space of " + std::to_string(page.space->channels));
+    }
+    if (page.bitmap && page.part && !isInside(*page.part, page.bitmap->pixelSize())) {
+        lines.push_back("draw a part that the bitmap lacks");
+    } else if (page.bitmap) {
+        lines.push_back("draw " + (page.part ? "part " + text(*page.part) : "whole") + " in " +
+                        text(page.rect));
+        record.drawn.push_back(page.rect);
+    }
+    for (const RectPoints& area : page.whiteAreas)
+        lines.push_back("white " + text(area));
+    return record;
+}
+
+/// Keeps the pages that it is given.
+class FakePdfWriter {
 public:
-    FakePdfContext(PdfRecord& record, bool closes)
-        : m_record(record)
-        , m_closes(closes) {}
-    ~FakePdfContext() override { m_record.released = true; }
-
-    void beginPage(RectPoints mediaBox) override {
-        note("beginPage " + text(mediaBox));
-        m_record.mediaBox = mediaBox;
-    }
-    void setRenderingIntent(RenderingIntent intent) override {
-        note("intent " + std::string(rawValue(intent)));
-    }
-    void setFillColorSpace(std::shared_ptr<const ColorSpace> space) override {
-        note("space of " + std::to_string(space->channels));
-    }
-    void setFillColorRGB(double red, double green, double blue) override {
-        note("color " + fixedText(red, 3) + " " + fixedText(green, 3) + " " + fixedText(blue, 3));
-    }
-    void setInterpolationQuality(InterpolationQuality quality) override {
-        note(quality == InterpolationQuality::high ? "interpolation high" : "interpolation none");
-    }
-    void fillRect(RectPoints rect) override {
-        note("fill " + text(rect));
-        m_record.filled.push_back(rect);
-    }
-    void draw(const Bitmap& bitmap, RectPoints rect) override {
-        const auto crop = static_cast<const FakeBitmap&>(bitmap).crop;
-        std::string of = "whole";
-        if (crop)
-            of = "crop " + std::to_string(crop->x) + "," + std::to_string(crop->y) + "," +
-                 std::to_string(crop->width) + "," + std::to_string(crop->height);
-        note("draw " + of + " in " + text(rect));
-        m_record.drawn.push_back(rect);
-    }
-    void endPage() override { note("endPage"); }
-    bool close() override {
-        note("close");
-        return m_closes;
+    bool write(const std::string& path, const PdfPage& page) {
+        if (willWrite)
+            willWrite();
+        if (writes)
+            pages.push_back(std::make_unique<PdfRecord>(recordOf(path, page)));
+        return writes;
     }
 
-private:
-    void note(std::string_view call) { m_record.calls.emplace_back(call); }
-
-    PdfRecord& m_record;
-    bool m_closes;
-};
-
-class FakePdfContextFactory {
-public:
-    std::unique_ptr<PdfContext> create(const std::string& path) {
-        if (willCreate)
-            willCreate();
-        if (!creates)
-            return nullptr;
-        documents.push_back(std::make_unique<PdfRecord>());
-        documents.back()->path = path;
-        return std::make_unique<FakePdfContext>(*documents.back(), closes);
-    }
-
-    std::function<void()> willCreate;
-    bool creates = true;
-    bool closes = true;
-    std::vector<std::unique_ptr<PdfRecord>> documents;
+    std::function<void()> willWrite;
+    bool writes = true;
+    std::vector<std::unique_ptr<PdfRecord>> pages;
 };
 
 /// Takes bytes that begin with "profile" for an RGB destination, "grey profile" for a grey one and

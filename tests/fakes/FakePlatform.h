@@ -18,7 +18,7 @@ struct FakePlatform {
     FakeFileSystem files;
     FakePreferencesStore preferences;
     FakeImageDecoder images;
-    FakePdfContextFactory pdf;
+    FakePdfWriter pdf;
     FakeDispatcher dispatcher;
     /// What the desktop's viewer was given, and what was written to standard output.
     std::vector<std::string> opened;
@@ -27,12 +27,16 @@ struct FakePlatform {
     std::uint8_t lastUuid = 0;
 
     const Platform platform{
-        .processes = processes,
+        .runProcess =
+            [this](const auto& executable, const auto& arguments) {
+                return processes.run(executable, arguments);
+            },
         .files = files,
         .preferences = preferences,
         .decodeImage = [this](const FileUrl& url) { return images.decode(url); },
         .colorSpaceFromProfile = fakeColorSpace,
-        .createPdf = [this](const std::string& path) { return pdf.create(path); },
+        .writePdf = [this](const std::string& path,
+                           const PdfPage& page) { return pdf.write(path, page); },
         .dispatcher = dispatcher,
         .openFile = [this](const std::string& path) { opened.push_back(path); },
         .randomUuid =

@@ -51,12 +51,12 @@ public:
 private:
     Platform platform() {
         const Platform& made = m_world.platform;
-        return {made.processes,
+        return {made.runProcess,
                 made.files,
                 m_store,
                 made.decodeImage,
                 made.colorSpaceFromProfile,
-                made.createPdf,
+                made.writePdf,
                 made.dispatcher,
                 made.openFile,
                 randomUuid,

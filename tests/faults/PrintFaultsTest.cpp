@@ -73,30 +73,30 @@ const std::vector<Fault> faults{
      }},
 
     // The shell.
-    {"theShellIsMissing", [](PrintWorld& w) { w.processes.shell = w.tools + "/zsh"; },
+    {"theShellIsMissing", [](PrintWorld& w) { w.shell = w.tools + "/zsh"; },
      Outcome::notAccepted,
      AllOf(StartsWith("Could not send to printer: "), SizeIs(testing::Gt(27))),
-     [](PrintWorld& w) { w.processes.shell = "/bin/zsh"; }},
+     [](PrintWorld& w) { w.shell = "/bin/zsh"; }},
     {"theShellCannotBeExecuted",
-     [](PrintWorld& w) { w.processes.shell = w.folder.write("tools/zsh", "#!/bin/sh\n"); },
+     [](PrintWorld& w) { w.shell = w.folder.write("tools/zsh", "#!/bin/sh\n"); },
      Outcome::notAccepted, StartsWith("Could not send to printer: "),
-     [](PrintWorld& w) { w.processes.shell = "/bin/zsh"; }},
+     [](PrintWorld& w) { w.shell = "/bin/zsh"; }},
     {"theShellIsKilled",
      [](PrintWorld& w) {
          w.replaceTool("zsh", "echo half; kill -9 $$");
-         w.processes.shell = w.tools + "/zsh";
+         w.shell = w.tools + "/zsh";
      },
      Outcome::notAccepted, "Print failed: half\n",
-     [](PrintWorld& w) { w.processes.shell = "/bin/zsh"; }},
+     [](PrintWorld& w) { w.shell = "/bin/zsh"; }},
 
     // lp.
     {"lpIsMissing",
      [](PrintWorld& w) {
          w.replaceTool("zsh", "PATH=/nowhere exec /bin/zsh \"$@\"");
-         w.processes.shell = w.tools + "/zsh";
+         w.shell = w.tools + "/zsh";
      },
      Outcome::notAccepted, AllOf(StartsWith("Print failed: "), HasSubstr("not found")),
-     [](PrintWorld& w) { w.processes.shell = "/bin/zsh"; }},
+     [](PrintWorld& w) { w.shell = "/bin/zsh"; }},
     {"lpIsSlow", [](PrintWorld& w) { w.replaceTool("lp", "sleep 2; exec /usr/bin/lp \"$@\""); }},
     {"lpFailsWithMuchText",
      [](PrintWorld& w) { w.replaceTool("lp", "printf '%05000d' 7; exit 1"); }, Outcome::notAccepted,

@@ -2,6 +2,7 @@
 
 #include "journey/TestPhoto.h"
 #include "platform/PreferencesStore.h"
+#include "platform/posix/PosixFunctions.h"
 
 #include <QColorSpace>
 
@@ -31,8 +32,11 @@ PrintWorld::PrintWorld(PrivateScheduler& given)
 
     const Platform platform = m_services->platform();
     m_manager = std::make_unique<PrintManager>(
-        Platform{processes, platform.files, platform.preferences, platform.decodeImage,
-                 platform.colorSpaceFromProfile, platform.createPdf, platform.dispatcher,
+        Platform{[this](const auto& executable, const auto& arguments) {
+                     return runProcess(executable == "/bin/zsh" ? shell : executable, arguments);
+                 },
+                 platform.files, platform.preferences, platform.decodeImage,
+                 platform.colorSpaceFromProfile, platform.writePdf, platform.dispatcher,
                  platform.openFile, platform.randomUuid, [](const std::string&) {}});
     m_manager->selectedICCProfileID = profile;
     m_manager->loadImage(FileUrl::fromPath(photo));
@@ -83,7 +87,7 @@ void PrintWorld::replaceTool(const std::string& name, const std::string& script)
 }
 
 void PrintWorld::run(const std::string& tool, const std::vector<std::string>& arguments) {
-    const auto result = m_realProcesses.run(tool, arguments);
+    const auto result = runProcess(tool, arguments);
     const auto* outcome = std::get_if<ProcessOutcome>(&result);
     if (!outcome || outcome->exitStatus != 0)
         throw std::runtime_error(tool + " failed" + (outcome ? ": " + outcome->output : ""));

@@ -2,7 +2,6 @@
 
 #include "journey/JourneyWorld.h"
 #include "manager/PrintManager.h"
-#include "platform/posix/PosixProcessRunner.h"
 #include "support/PrivateScheduler.h"
 #include "support/ScopedEnvironment.h"
 #include "support/TemporaryFolder.h"
@@ -13,23 +12,6 @@
 #include <vector>
 
 namespace lumivert {
-
-/// Runs another program where the shell is asked for.
-class ReplacedShell : public ProcessRunner {
-public:
-    explicit ReplacedShell(ProcessRunner& processes)
-        : m_processes(processes) {}
-
-    ProcessResult run(const std::string& executable,
-                      const std::vector<std::string>& arguments) override {
-        return m_processes.run(executable == "/bin/zsh" ? shell : executable, arguments);
-    }
-
-    std::string shell = "/bin/zsh";
-
-private:
-    ProcessRunner& m_processes;
-};
 
 /// The program without its window, ready to print: real services and decoder, a queue of a private
 /// scheduler, a photo that is loaded and a profile that is chosen. PPDs are read from `ppds`, apart
@@ -64,18 +46,14 @@ public:
     const std::string ppd = folder / "ppd/Photo_A3.ppd";
     const std::string temporary = folder / "tmp";
     const std::string tools = folder / "tools";
+    /// What is run where the shell is asked for.
+    std::string shell = "/bin/zsh";
 
 private:
     ScopedEnvironment m_temporary;
     ScopedEnvironment m_data;
     ScopedEnvironment m_path;
 
-    PosixProcessRunner m_realProcesses;
-
-public:
-    ReplacedShell processes{m_realProcesses};
-
-private:
     std::unique_ptr<JourneyWorld> m_services;
     std::unique_ptr<PrintManager> m_manager;
 };

@@ -4,6 +4,7 @@
 #include "journey/JourneyWorld.h"
 #include "journey/Widgets.h"
 #include "manager/PrintManager.h"
+#include "platform/posix/PosixFunctions.h"
 #include "support/PrivateScheduler.h"
 #include "views/PreviewPanel.h"
 #include "views/preview/PaperPreview.h"
@@ -84,7 +85,7 @@ protected:
         shared = std::make_unique<Shared>();
         shared->scheduler.addDriverlessQueue(queue, shared->printer.uri());
         const SchedulerEnvironment environment(shared->scheduler);
-        const auto result = PosixProcessRunner().run(LUMIVERT_PREPARE_QUEUE, {"--apply", queue});
+        const auto result = runProcess(LUMIVERT_PREPARE_QUEUE, {"--apply", queue});
         ASSERT_EQ(std::get<ProcessOutcome>(result).exitStatus, 0)
             << std::get<ProcessOutcome>(result).output;
     }

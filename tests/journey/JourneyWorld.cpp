@@ -1,6 +1,6 @@
 #include "journey/JourneyWorld.h"
 
-#include "platform/pdf/PdfPageContext.h"
+#include "platform/pdf/PdfPageWriter.h"
 #include "platform/posix/PosixFunctions.h"
 #include "platform/qt/DesktopFiles.h"
 
@@ -12,12 +12,12 @@ JourneyWorld::JourneyWorld(const TemporaryFolder& folder, const std::string& ppd
     , images({.path = LUMIVERT_DECODER, .screenEdge = [] { return 2048; }}) {}
 
 Platform JourneyWorld::platform() {
-    return {processes,
+    return {runProcess,
             files,
             preferences,
             [this](const FileUrl& url) { return images.decode(url); },
             [this](SharedBytes profile) { return images.colorSpace(std::move(profile)); },
-            createPdfFile,
+            writePdfPage,
             dispatcher,
             [this](const std::string& path) { opened.push_back(path); },
             randomUuid,

@@ -4,7 +4,6 @@
 #include "fakes/FakeUpdates.h"
 #include "platform/decoder/DecoderClient.h"
 #include "platform/posix/PosixFileSystem.h"
-#include "platform/posix/PosixProcessRunner.h"
 #include "platform/qt/QtDispatcher.h"
 #include "platform/qt/QtPreferencesStore.h"
 #include "support/RedirectedFileSystem.h"
@@ -21,7 +20,6 @@ namespace lumivert {
 struct JourneyWorld {
     JourneyWorld(const TemporaryFolder& folder, const std::string& ppdFolder);
 
-    PosixProcessRunner processes;
     PosixFileSystem realFiles;
     RedirectedFileSystem files;
     QtPreferencesStore preferences;

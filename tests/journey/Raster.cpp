@@ -1,6 +1,6 @@
 #include "journey/Raster.h"
 
-#include "platform/posix/PosixProcessRunner.h"
+#include "platform/posix/PosixFunctions.h"
 #include "support/TemporaryFolder.h"
 
 #include <QLocale>
@@ -13,7 +13,7 @@ namespace lumivert {
 namespace {
 
 std::string run(const std::string& tool, const std::vector<std::string>& arguments) {
-    const auto result = PosixProcessRunner().run("/usr/bin/" + tool, arguments);
+    const auto result = runProcess("/usr/bin/" + tool, arguments);
     const auto* outcome = std::get_if<ProcessOutcome>(&result);
     if (!outcome || outcome->exitStatus != 0)
         throw std::runtime_error(tool + " failed" + (outcome ? ": " + outcome->output : ""));

@@ -19,8 +19,8 @@ TEST(Fakes, givePrintersAndPhotosToAManager) {
     manager.loadImage(FileUrl::fromPath("/photos/a.jpg"));
     EXPECT_EQ(manager.image.get(), photo);
     manager.sendToCUPS(false);
-    ASSERT_EQ(world.pdf.documents.size(), 1U);
-    EXPECT_EQ(world.pdf.documents[0]->calls.front(), "beginPage 0.000 0.000 595.276 841.890");
+    ASSERT_EQ(world.pdf.pages.size(), 1U);
+    EXPECT_EQ(world.pdf.pages[0]->lines.front(), "page 595.276 841.890");
     ASSERT_EQ(world.dispatcher.inBackground.size(), 1U);
     world.dispatcher.inBackground[0].second();
     EXPECT_EQ(
@@ -64,42 +64,35 @@ TEST(FakeDispatcher, runsWhatWaitsForTheMainThreadInOrderAndWhatThatAdds) {
     EXPECT_EQ(log, "abc");
 }
 
-TEST(FakeBitmap, canBeCroppedToWhatLiesInsideIt) {
-    const fakes::FakeBitmap bitmap({30, 20});
-    const auto crop = bitmap.cropped({10, 5, 20, 15});
-    ASSERT_TRUE(crop);
-    EXPECT_EQ(crop->size(), (PixelSize{20, 15}));
-    for (const PixelRect& outside : {PixelRect{10, 5, 21, 15},
-                                     {10, 5, 20, 16},
-                                     {-1, 0, 5, 5},
-                                     {0, -1, 5, 5},
-                                     {0, 0, 0, 5},
-                                     {0, 0, 5, 0}})
-        EXPECT_EQ(bitmap.cropped(outside), nullptr);
-}
-
-TEST(FakePdf, writesDownWhatIsDrawnAndWhenItIsReleased) {
-    fakes::FakePdfContextFactory factory;
-    auto context = factory.create("/a.pdf");
-    context->beginPage({0, 0, 10.5, 20});
-    context->setFillColorRGB(1, 0.998, 0.25);
-    context->draw(fakes::FakeBitmap({3, 2}), {1, 2, 3, 4});
-    context->draw(*fakes::FakeBitmap({3, 2}).cropped({1, 0, 2, 2}), {1, 2, 3, 4});
-    const auto& record = *factory.documents.at(0);
+TEST(FakePdf, writesDownWhatAPageShows) {
+    const fakes::FakeBitmap bitmap({3, 2});
+    fakes::FakePdfWriter writer;
+    PdfPage page{.size = {10.5, 20}};
+    page.bitmap = &bitmap;
+    page.rect = {1, 2, 3, 4};
+    page.whiteAreas = {{0, 0, 5, 6}};
+    EXPECT_TRUE(writer.write("/a.pdf", page));
+    const auto& record = *writer.pages.at(0);
     EXPECT_EQ(record.path, "/a.pdf");
-    EXPECT_EQ(record.calls, (std::vector<std::string>{
-                                "beginPage 0.000 0.000 10.500 20.000", "color 1.000 0.998 0.250",
-                                "draw whole in 1.000 2.000 3.000 4.000",
-                                "draw crop 1,0,2,2 in 1.000 2.000 3.000 4.000"}));
-    EXPECT_EQ(record.drawn.size(), 2U);
-    EXPECT_FALSE(record.released);
-    EXPECT_TRUE(context->close());
-    context.reset();
-    EXPECT_TRUE(record.released);
-    factory.closes = false;
-    EXPECT_FALSE(factory.create("/b.pdf")->close());
-    factory.creates = false;
-    EXPECT_EQ(factory.create("/c.pdf"), nullptr);
+    EXPECT_EQ(record.lines, (std::vector<std::string>{"page 10.500 20.000",
+                                                      "draw whole in 1.000 2.000 3.000 4.000",
+                                                      "white 0.000 0.000 5.000 6.000"}));
+    EXPECT_EQ(record.drawn.size(), 1U);
+    page.part = {1, 0, 2, 2};
+    EXPECT_EQ(fakes::recordOf("", page).lines[1], "draw part 1,0,2,2 in 1.000 2.000 3.000 4.000");
+    for (const PixelRect& outside : {PixelRect{1, 0, 3, 2},
+                                     {1, 0, 2, 3},
+                                     {-1, 0, 2, 2},
+                                     {0, -1, 2, 2},
+                                     {0, 0, 0, 2},
+                                     {0, 0, 2, 0}}) {
+        page.part = outside;
+        EXPECT_EQ(fakes::recordOf("", page).lines[1], "draw a part that the bitmap lacks");
+        EXPECT_TRUE(fakes::recordOf("", page).drawn.empty());
+    }
+    writer.writes = false;
+    EXPECT_FALSE(writer.write("/b.pdf", page));
+    EXPECT_EQ(writer.pages.size(), 1U);
 }
 
 TEST(FakeColorSpaces, knowFiveKindsOfBytes) {

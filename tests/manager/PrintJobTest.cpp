@@ -61,7 +61,7 @@ TEST_F(PrintJob, withoutAPhotoDoesNothingEvenWithoutAPrinter) {
             EXPECT_EQ(log.notifications, 0);
         }
     }
-    EXPECT_TRUE(world.pdf.documents.empty());
+    EXPECT_TRUE(world.pdf.pages.empty());
     EXPECT_TRUE(world.processes.commands.empty());
     EXPECT_TRUE(world.lines.empty());
 }
@@ -75,7 +75,7 @@ TEST_F(PrintJob, withoutAPrinterSaysSo) {
         EXPECT_EQ(m().lastPrintError.get(), "No printer selected");
         EXPECT_EQ(log.names, Strings{"lastPrintError"});
     }
-    EXPECT_TRUE(world.pdf.documents.empty());
+    EXPECT_TRUE(world.pdf.pages.empty());
     EXPECT_TRUE(world.processes.commands.empty());
     EXPECT_TRUE(world.lines.empty());
     EXPECT_TRUE(world.opened.empty());
@@ -83,8 +83,8 @@ TEST_F(PrintJob, withoutAPrinterSaysSo) {
 
 TEST_F(PrintJob, sendsTheExactCommandAndCleansUpTenSecondsLater) {
     m().sendToCUPS(false);
-    ASSERT_EQ(world.pdf.documents.size(), 1U);
-    EXPECT_EQ(world.pdf.documents[0]->path, firstPath);
+    ASSERT_EQ(world.pdf.pages.size(), 1U);
+    EXPECT_EQ(world.pdf.pages[0]->path, firstPath);
     EXPECT_EQ(world.processes.commands, Strings{plainCommand});
     EXPECT_EQ(world.lines, Strings{"Lumivert CUPS command: " + plainCommand});
     EXPECT_EQ(m().lastCUPSCommand.get(), plainCommand);
@@ -121,8 +121,7 @@ TEST_F(PrintJob, goesInOrderPageLogCommandPropertyProcessResult) {
     std::size_t steps = 0;
     const auto atCommand = m().lastCUPSCommand.subscribe([&] {
         EXPECT_EQ(steps++, 0U);
-        EXPECT_EQ(world.pdf.documents.at(0)->calls.back(), "close");
-        EXPECT_TRUE(world.pdf.documents.at(0)->released);
+        EXPECT_EQ(world.pdf.pages.size(), 1U);
         EXPECT_EQ(world.lines.size(), 1U);
         EXPECT_TRUE(world.processes.commands.empty());
     });
@@ -173,36 +172,22 @@ TEST_F(PrintJob, asADryRunLeavesAnEarlierErrorStanding) {
 TEST_F(PrintJob, makesTheSamePageAndCommandInADryRun) {
     m().sendToCUPS(true);
     m().sendToCUPS(false);
-    ASSERT_EQ(world.pdf.documents.size(), 2U);
-    EXPECT_EQ(world.pdf.documents[0]->calls, world.pdf.documents[1]->calls);
-    EXPECT_NE(world.pdf.documents[0]->path, world.pdf.documents[1]->path) << "each has its file";
-    EXPECT_EQ(world.pdf.documents[1]->path,
+    ASSERT_EQ(world.pdf.pages.size(), 2U);
+    EXPECT_EQ(world.pdf.pages[0]->lines, world.pdf.pages[1]->lines);
+    EXPECT_NE(world.pdf.pages[0]->path, world.pdf.pages[1]->path) << "each has its file";
+    EXPECT_EQ(world.pdf.pages[1]->path,
               "/tmp/ada/Lumivert_00000000-0000-0000-0000-000000000002.pdf");
 }
 
-TEST_F(PrintJob, reportsAPageThatCannotBeCreated) {
+TEST_F(PrintJob, reportsAPageThatCannotBeWrittenAndSendsNothing) {
+    m().lastCUPSCommand = "an earlier one";
     for (const bool dryRun : {false, true}) {
-        world.pdf.creates = false;
+        world.pdf.writes = false;
         m().lastPrintError = std::nullopt;
         const AssignmentLog log(m());
         m().sendToCUPS(dryRun);
         EXPECT_EQ(m().lastPrintError.get(), "Could not create PDF context");
         EXPECT_EQ(log.names, Strings{"lastPrintError"});
-    }
-    EXPECT_TRUE(world.processes.commands.empty());
-    EXPECT_TRUE(world.lines.empty());
-    EXPECT_TRUE(world.opened.empty());
-}
-
-TEST_F(PrintJob, reportsAPageThatCannotBeFinishedAndSendsNothing) {
-    m().lastCUPSCommand = "an earlier one";
-    for (const bool dryRun : {false, true}) {
-        world.pdf.closes = false;
-        m().lastPrintError = std::nullopt;
-        m().sendToCUPS(dryRun);
-        EXPECT_EQ(m().lastPrintError.get(), "Could not create PDF context");
-        EXPECT_EQ(world.pdf.documents.back()->calls.back(), "close");
-        EXPECT_TRUE(world.pdf.documents.back()->released) << "which removes the file";
     }
     EXPECT_EQ(m().lastCUPSCommand.get(), "an earlier one");
     EXPECT_TRUE(world.processes.commands.empty());
@@ -217,7 +202,7 @@ TEST_F(PrintJob, sendsNoSheetWithoutAProfileThatMayBeAGoodOne) {
     world.files.files["/p.icc"] = "lost profile";
     m().sendToCUPS(false);
     EXPECT_EQ(m().lastPrintError.get(), "Could not create PDF context");
-    EXPECT_TRUE(world.pdf.documents.back()->released) << "which removes the file";
+    EXPECT_TRUE(world.pdf.pages.empty());
     EXPECT_TRUE(world.processes.commands.empty());
 }
 

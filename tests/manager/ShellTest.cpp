@@ -5,13 +5,15 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 namespace lumivert {
 namespace {
 
-class RecordingRunner : public ProcessRunner {
+class RecordingRunner {
 public:
-    ProcessResult run(const std::string& executable,
-                      const std::vector<std::string>& arguments) override {
+    ProcessResult operator()(const std::string& executable,
+                             const std::vector<std::string>& arguments) {
         call = {executable};
         call.insert(call.end(), arguments.begin(), arguments.end());
         return ProcessOutcome{7, output};
@@ -23,7 +25,7 @@ public:
 TEST(Shell, isTheZShellWithTheCommandInOneArgument) {
     RecordingRunner runner;
     const std::string command = "lpstat -p 'a b' \"$HOME\" 2>/dev/null";
-    const auto result = runInShell(runner, command);
+    const auto result = runInShell(std::ref(runner), command);
     EXPECT_EQ(runner.call, (std::vector<std::string>{"/bin/zsh", "-c", command}));
     EXPECT_EQ(std::get<ProcessOutcome>(result).exitStatus, 7);
     EXPECT_EQ(std::get<ProcessOutcome>(result).output, "out\n");
@@ -34,8 +36,9 @@ TEST(Shell, givesTextExactlyAsWritten) {
     for (const char* text : {" å\n\n", "", "a\xffz", "cut \xe2\x82"}) {
         runner.output = text;
         const bool isText = std::string(text).find_first_of("\xff\x82") == std::string::npos;
-        EXPECT_EQ(shellOutput(runner, "x"), isText ? text : "");
-        EXPECT_EQ(std::get<ProcessOutcome>(runInShell(runner, "x")).output, isText ? text : "");
+        EXPECT_EQ(shellOutput(std::ref(runner), "x"), isText ? text : "");
+        EXPECT_EQ(std::get<ProcessOutcome>(runInShell(std::ref(runner), "x")).output,
+                  isText ? text : "");
     }
 }
 

@@ -1,6 +1,6 @@
 #include "support/PrivateScheduler.h"
 
-#include "platform/posix/PosixProcessRunner.h"
+#include "platform/posix/PosixFunctions.h"
 
 #include <array>
 #include <csignal>
@@ -260,7 +260,7 @@ std::string PrivateScheduler::runTool(const std::string& tool,
             words.insert(words.begin(), "--unset=" + name);
     words.push_back(tool);
     words.insert(words.end(), arguments.begin(), arguments.end());
-    const auto result = PosixProcessRunner().run("/usr/bin/env", words);
+    const auto result = runProcess("/usr/bin/env", words);
     const auto* outcome = std::get_if<ProcessOutcome>(&result);
     if (!outcome)
         throw std::runtime_error(std::get<LaunchFailure>(result).description);

@@ -1,7 +1,7 @@
 #include "support/PrivateScheduler.h"
 
 #include "platform/posix/PosixFileSystem.h"
-#include "platform/posix/PosixProcessRunner.h"
+#include "platform/posix/PosixFunctions.h"
 #include "support/InChild.h"
 #include "support/RedirectedFileSystem.h"
 
@@ -21,7 +21,7 @@ using testing::Not;
 namespace fs = std::filesystem;
 
 ProcessOutcome shell(const std::string& command) {
-    return std::get<ProcessOutcome>(PosixProcessRunner().run("/bin/zsh", {"-c", command}));
+    return std::get<ProcessOutcome>(runProcess("/bin/zsh", {"-c", command}));
 }
 
 /// A PDF of one empty page.

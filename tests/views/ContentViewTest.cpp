@@ -297,7 +297,7 @@ TEST_F(ContentViewTest, hasABusyPointerWhileItWaitsForTheToolsAndTheDecoder) {
     fakes.dispatcher.runMain();
     EXPECT_EQ(asked, 1);
 
-    fakes.pdf.willCreate = [&] { ask(""); };
+    fakes.pdf.willWrite = [&] { ask(""); };
     control<QPushButton>(*window, "Show CUPS Command")->click();
     EXPECT_EQ(asked, 2);
     EXPECT_FALSE(pointerIsBusy());

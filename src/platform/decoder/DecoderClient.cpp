@@ -3,7 +3,7 @@
 #include "model/FileUrl.h"
 #include "model/Models.h"
 #include "platform/IccHeader.h"
-#include "platform/decoder/DecoderBitmap.h"
+#include "platform/decoder/DecoderRows.h"
 #include "platform/system/SealedMemory.h"
 
 #include <algorithm>
@@ -43,7 +43,7 @@ ScreenRendition rendition(const Answer& answer, const SharedBytes& memory) {
 }
 
 // The stream as it was told, as far as it agrees with the rest and the bytes.
-std::optional<JpegStream> jpegStream(const Answer& answer, const SharedBytes& profile) {
+std::optional<JpegStream> toldStream(const Answer& answer, const SharedBytes& profile) {
     if (answer.jpegStream != 1 || answer.orientation < 1 || answer.orientation > 8 ||
         answer.bitsPerComponent != 8)
         return std::nullopt;
@@ -83,26 +83,25 @@ std::shared_ptr<const ScreenRendition> makeProof(DecoderService& service, const 
 }
 
 /// A photo whose bytes lie in memory of the program's own and whose pixels are made by decoders.
-class DecoderImage : public Image {
+class DecoderImage : public Image, public Bitmap {
 public:
     /// `answer` has been checked; `memory` holds what came with it.
-    DecoderImage(std::shared_ptr<DecoderService> service, Descriptor photo, int screenEdge,
+    DecoderImage(std::shared_ptr<DecoderService> service, Descriptor bytes, int screenEdge,
                  const Answer& answer, const SharedBytes& memory)
         : m_service(std::move(service))
         , m_screenEdge(screenEdge)
         , m_size{answer.width * 72.0 / answer.densityX, answer.height * 72.0 / answer.densityY}
         , m_representations{{answer.width, answer.height}}
         , m_rendition(rendition(answer, memory)) {
-        auto decoded = std::make_shared<DecodedPhoto>();
-        decoded->bytes = std::move(photo);
-        decoded->size = m_representations.front();
-        decoded->channels = static_cast<int>(answer.channels);
-        decoded->bitsPerComponent = static_cast<int>(answer.bitsPerComponent);
-        decoded->rawWhite = answer.rawWhite;
+        SharedBytes profile;
         if (answer.profileSize > 0)
-            decoded->profile = {memory.owner, memory.view.subspan(renditionBytes(answer))};
-        decoded->jpeg = jpegStream(answer, decoded->profile);
-        m_photo = std::move(decoded);
+            profile = {memory.owner, memory.view.subspan(renditionBytes(answer))};
+        m_photo = std::make_shared<DecodedPhoto>(
+            DecodedPhoto{.bytes = std::move(bytes),
+                         .format = {m_representations.front(), static_cast<int>(answer.channels),
+                                    static_cast<int>(answer.bitsPerComponent), profile},
+                         .rawWhite = answer.rawWhite,
+                         .jpeg = toldStream(answer, profile)});
     }
 
     [[nodiscard]] SizePoints size() const override { return m_size; }
@@ -110,24 +109,38 @@ public:
         return m_representations;
     }
     [[nodiscard]] const ScreenRendition& screenRendition() const override { return m_rendition; }
+    [[nodiscard]] const Bitmap* bitmap() const override { return this; }
 
-    // Proofs are made one after the other; one that waits is overtaken by the next of its photo.
+    [[nodiscard]] PixelSize pixelSize() const override { return m_photo->format.size; }
+    [[nodiscard]] std::optional<JpegStream> jpegStream() const override {
+        if (!m_photo->jpeg)
+            return std::nullopt;
+        auto bytes = mapSealed(m_photo->bytes.get());
+        constexpr std::array start{std::byte{0xff}, std::byte{0xd8}, std::byte{0xff}};
+        if (!bytes || bytes->view.size() < start.size() ||
+            !std::ranges::equal(bytes->view.first(start.size()), start))
+            return std::nullopt;
+        JpegStream stream = *m_photo->jpeg;
+        stream.bytes = std::move(*bytes);
+        return stream;
+    }
+    [[nodiscard]] std::unique_ptr<RowSource>
+    rows(const std::optional<ColorTarget>& target,
+         const std::optional<PixelRect>& part) const override {
+        return decodedRows(m_service, *m_photo, target, part);
+    }
+
+    // One that still waits for its turn when the next is asked for is not made.
     void softProof(
         const ColorTarget& target,
         std::function<void(std::shared_ptr<const ScreenRendition>)> completion) const override {
-        // The task keeps what it needs of the image, not the image. It must not keep the service,
-        // on whose thread it runs.
-        m_service->runInBackground(m_photo.get(), [&service = *m_service, photo = m_photo,
-                                                   edge = m_screenEdge, target,
-                                                   completion](bool isCancelled) {
-            completion(isCancelled || !target.space ? nullptr
-                                                    : makeProof(service, *photo, edge, target));
+        // The task keeps what it needs of the image, not the image.
+        m_service->options().inBackground([service = m_service, photo = m_photo,
+                                           edge = m_screenEdge, target, completion,
+                                           number = m_service->nextProof()] {
+            const bool makes = target.space && service->isWanted(number);
+            completion(makes ? makeProof(*service, *photo, edge, target) : nullptr);
         });
-    }
-
-    [[nodiscard]] std::shared_ptr<const Bitmap> bitmap() const override {
-        const PixelSize size = m_photo->size;
-        return decoderBitmap(m_service, m_photo, {0, 0, size.width, size.height});
     }
 
 private:

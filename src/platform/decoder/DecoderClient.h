@@ -13,7 +13,7 @@ class FileUrl;
 class DecoderClient {
 public:
     explicit DecoderClient(DecoderOptions options);
-    /// Waits for a soft proof that is being made, and ends the spare decoder.
+    /// Ends the spare decoder and one that makes a soft proof, which is then none.
     ~DecoderClient();
 
     /// Starts a decoder that waits for the first photo, unless one waits. It takes the system about

@@ -1,19 +1,72 @@
 #include "platform/decoder/DecoderService.h"
 
-#include <algorithm>
+#include "platform/system/Packets.h"
+
+#include <array>
 #include <csignal>
-#include <system_error>
+#include <fcntl.h>
+#include <new>
+#include <poll.h>
+#include <sys/socket.h>
 #include <utility>
 
 namespace lumivert {
 
+DecoderProgram::DecoderProgram(std::string itsPath)
+    : path(std::move(itsPath))
+    , file(::open(path.c_str(), O_PATH | O_CLOEXEC)) {}
+
+std::unique_ptr<DecoderProcess> DecoderProcess::start(const DecoderProgram& program) {
+    std::array<int, 2> ends{-1, -1};
+    if (!program.file || ::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0)
+        return nullptr;
+    Descriptor mine(ends[0]);
+    const Descriptor its(ends[1]);
+    const Descriptor nowhere(::open("/dev/null", O_RDWR | O_CLOEXEC));
+    static_assert(protocol::controlDescriptor == 3);
+    auto child =
+        nowhere ? ChildProcess::start({.path = program.path,
+                                       .arguments = {program.hasRun.exchange(true) ? "silent" : ""},
+                                       .descriptors = {nowhere.get(), nowhere.get(), -1, its.get()},
+                                       .executable = program.file.get()})
+                : std::nullopt;
+    if (!child)
+        return nullptr;
+    return std::unique_ptr<DecoderProcess>(new DecoderProcess(std::move(*child), std::move(mine)));
+}
+
+DecoderProcess::DecoderProcess(ChildProcess child, Descriptor socket)
+    : m_child(std::move(child))
+    , m_socket(std::move(socket)) {}
+
+bool DecoderProcess::isRunning() {
+    pollfd entry{m_socket.get(), POLLIN | POLLRDHUP, 0};
+    // It has nothing to say before it is asked.
+    return ::poll(&entry, 1, 0) == 0;
+}
+
+std::optional<DecoderProcess::Reply> DecoderProcess::ask(const protocol::Request& request,
+                                                         std::span<const int> descriptors,
+                                                         std::chrono::milliseconds timeout) try {
+    if (!sendPacket(m_socket.get(), std::as_bytes(std::span(&request, 1)), descriptors) ||
+        !waitReadable(m_socket.get(), std::chrono::steady_clock::now() + timeout))
+        return std::nullopt;
+    Reply reply;
+    auto received =
+        receivePacket(m_socket.get(), std::as_writable_bytes(std::span(&reply.answer, 1)));
+    const protocol::Answer& answer = reply.answer;
+    if (!received || answer.magic != protocol::magic || answer.version != protocol::version ||
+        answer.kind != request.kind || answer.done != 1)
+        return std::nullopt;
+    reply.descriptors = std::move(*received);
+    return reply;
+} catch (const std::bad_alloc&) {
+    return std::nullopt;
+}
+
 DecoderService::DecoderService(DecoderOptions options)
     : m_options(std::move(options))
     , m_program(m_options.path) {}
-
-DecoderService::~DecoderService() {
-    stop();
-}
 
 std::unique_ptr<DecoderProcess> DecoderService::take() {
     std::unique_ptr<DecoderProcess> spare;
@@ -49,61 +102,12 @@ std::optional<DecoderProcess::Reply> DecoderService::answer(const protocol::Requ
     return reply;
 }
 
-void DecoderService::runInBackground(const void* owner, Task task) {
-    Task cancelled;
-    {
-        const std::lock_guard lock(m_mutex);
-        try {
-            if (!m_stopped && !m_thread.joinable())
-                m_thread = std::thread([this] { work(); });
-        } catch (const std::system_error&) { // there is none to be had
-        }
-        if (m_stopped || !m_thread.joinable()) {
-            cancelled = std::move(task);
-        } else {
-            const auto waiting = std::ranges::find(m_tasks, owner, &Waiting::owner);
-            if (waiting != m_tasks.end()) {
-                cancelled = std::move(waiting->run);
-                m_tasks.erase(waiting);
-            }
-            m_tasks.push_back({owner, std::move(task)});
-            m_wake.notify_one();
-        }
-    }
-    if (cancelled)
-        cancelled(true);
-}
-
 void DecoderService::stop() {
-    std::deque<Waiting> left;
-    {
-        const std::lock_guard lock(m_mutex);
-        m_stopped = true;
-        left.swap(m_tasks);
-        m_spare.reset();
-        for (const pid_t pid : m_answering)
-            ::kill(pid, SIGKILL);
-        m_wake.notify_one();
-    }
-    for (const Waiting& task : left)
-        task.run(true);
-    if (m_thread.joinable())
-        m_thread.join();
-}
-
-void DecoderService::work() {
-    std::unique_lock lock(m_mutex);
-    for (;;) {
-        m_wake.wait(lock, [this] { return m_stopped || !m_tasks.empty(); });
-        if (m_stopped)
-            return;
-        Task run = std::move(m_tasks.front().run);
-        m_tasks.pop_front();
-        lock.unlock();
-        run(false);
-        run = nullptr; // what it holds goes before the wait
-        lock.lock();
-    }
+    const std::lock_guard lock(m_mutex);
+    m_stopped = true;
+    m_spare.reset();
+    for (const pid_t pid : m_answering)
+        ::kill(pid, SIGKILL);
 }
 
 } // namespace lumivert

@@ -1,18 +1,60 @@
 #pragma once
 
-#include "platform/decoder/DecoderProcess.h"
+#include "platform/decoder/DecoderProtocol.h"
+#include "platform/system/ChildProcess.h"
+#include "platform/system/Descriptor.h"
 
+#include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <deque>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <span>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace lumivert {
+
+/// The program that decoders run, opened when this was made and kept open: an update that puts
+/// another one at `path` changes nothing for whoever holds this.
+struct DecoderProgram {
+    explicit DecoderProgram(std::string itsPath);
+
+    std::string path;
+    Descriptor file;
+    /// The first decoder tells on standard error which walls the system lacks.
+    mutable std::atomic<bool> hasRun = false;
+};
+
+/// One running decoder. Destroyed, it is ended and waited for, whatever it is doing. One thread.
+class DecoderProcess {
+public:
+    /// Null when it cannot be started.
+    [[nodiscard]] static std::unique_ptr<DecoderProcess> start(const DecoderProgram& program);
+
+    [[nodiscard]] bool isRunning();
+
+    struct Reply {
+        protocol::Answer answer;
+        std::vector<Descriptor> descriptors;
+    };
+
+    /// Sends the request and waits for its answer. Nothing when the decoder ends, answers with
+    /// anything but a well-formed "done" of the same kind, or stays silent for so long.
+    [[nodiscard]] std::optional<Reply> ask(const protocol::Request& request,
+                                           std::span<const int> descriptors,
+                                           std::chrono::milliseconds timeout);
+
+    [[nodiscard]] pid_t pid() const { return m_child.pid(); }
+
+private:
+    DecoderProcess(ChildProcess child, Descriptor socket);
+
+    ChildProcess m_child;
+    Descriptor m_socket;
+};
 
 struct DecoderOptions {
     /// The program `lumivert-decoder`; the file that stands there when the client is made is what
@@ -28,6 +70,8 @@ struct DecoderOptions {
     /// take from their first on. A photo of 400 million samples takes 20 seconds.
     std::chrono::milliseconds rowTimeout{60'000};
     std::chrono::milliseconds pageTimeout{600'000};
+    /// Runs a task, soft proofs one after the other; any thread.
+    std::function<void(std::function<void()> task)> inBackground = [](const auto& task) { task(); };
 };
 
 /// The decoders that a client and its images share; the images keep it when the client is gone. Any
@@ -35,7 +79,6 @@ struct DecoderOptions {
 class DecoderService {
 public:
     explicit DecoderService(DecoderOptions options);
-    ~DecoderService();
 
     [[nodiscard]] const DecoderOptions& options() const { return m_options; }
 
@@ -51,32 +94,21 @@ public:
     [[nodiscard]] std::optional<DecoderProcess::Reply> answer(const protocol::Request& request,
                                                               std::span<const int> descriptors);
 
-    using Task = std::function<void(bool isCancelled)>;
-    /// Runs `task`, which throws nothing, on the background thread, one after the other. A task of
-    /// the same `owner` that still waits is overtaken: it runs cancelled. So do, at once, tasks
-    /// after stop() and where no thread can be started.
-    void runInBackground(const void* owner, Task task);
+    /// The number of a soft proof that is asked for. The last one given is the one still wanted.
+    [[nodiscard]] std::uint64_t nextProof() { return ++m_lastProof; }
+    [[nodiscard]] bool isWanted(std::uint64_t proof) const { return proof == m_lastProof; }
 
-    /// Ends the decoder that the running task waits for and the spare one, waits for the task, and
-    /// cancels the waiting ones. No task and no spare decoder from here on.
+    /// Ends the spare decoder and those that answer. No more answers and no spare from here on.
     void stop();
 
 private:
-    struct Waiting {
-        const void* owner;
-        Task run;
-    };
-    void work();
-
     const DecoderOptions m_options;
     const DecoderProgram m_program;
     std::mutex m_mutex;
-    std::condition_variable m_wake;
     std::unique_ptr<DecoderProcess> m_spare;
-    std::deque<Waiting> m_tasks;
     std::vector<pid_t> m_answering;
     bool m_stopped = false;
-    std::thread m_thread;
+    std::atomic<std::uint64_t> m_lastProof = 0;
 };
 
 } // namespace lumivert

@@ -1,6 +1,10 @@
 #include "platform/pdf/PdfFile.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <charconv>
+#include <cmath>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -23,6 +27,26 @@ std::string tenDigits(std::uint64_t offset) {
 
 std::string pdfReference(int number) {
     return std::to_string(number) + " 0 R";
+}
+
+std::string pdfNumber(double value) {
+    if (std::isnan(value) || std::abs(value) < smallestPdfNumber)
+        return "0";
+    value = std::clamp(value, -largestPdfNumber, largestPdfNumber);
+    std::array<char, 64> text{};
+    const auto [end, error] =
+        std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed);
+    return error == std::errc{} ? std::string(text.data(), end) : "0";
+}
+
+std::string pdfNumbers(std::span<const double> values) {
+    std::string text;
+    for (const double value : values) {
+        if (!text.empty())
+            text += ' ';
+        text += pdfNumber(value);
+    }
+    return text;
 }
 
 std::unique_ptr<PdfFile> PdfFile::create(const std::string& path) {
@@ -68,7 +92,7 @@ void PdfFile::writeStream(int number, std::string_view entries, std::span<const 
     put("<< ");
     put(entries);
     put(" /Length " + std::to_string(bytes.size()) + " >>\nstream\n");
-    put(bytes);
+    append(bytes);
     put("\nendstream\nendobj\n");
 }
 
@@ -83,10 +107,6 @@ void PdfFile::beginStream(int number, std::string_view entries) {
     put(entries);
     put(" /Length " + pdfReference(m_lengthObject) + " >>\nstream\n");
     m_streamStart = m_written + m_buffer.size();
-}
-
-void PdfFile::append(std::span<const std::byte> bytes) {
-    put(bytes);
 }
 
 void PdfFile::endStream() {
@@ -131,10 +151,10 @@ void PdfFile::fail() {
 }
 
 void PdfFile::put(std::string_view text) {
-    put(std::as_bytes(std::span(text)));
+    append(std::as_bytes(std::span(text)));
 }
 
-void PdfFile::put(std::span<const std::byte> bytes) {
+void PdfFile::append(std::span<const std::byte> bytes) {
     if (m_failed)
         return;
     if (m_buffer.size() + bytes.size() > bufferSize)

@@ -58,7 +58,6 @@ private:
     PdfFile(std::string path, Descriptor file);
 
     void put(std::string_view text);
-    void put(std::span<const std::byte> bytes);
     void flush();
     void writeOut(std::span<const std::byte> bytes);
     void beginObject(int number);
@@ -77,5 +76,19 @@ private:
 
 /// "5 0 R" for 5.
 [[nodiscard]] std::string pdfReference(int number);
+
+/// The largest magnitude that pdfNumber writes: every reader holds it, as an integer too
+/// (ISO 32000-1, Annex C).
+inline constexpr double largestPdfNumber = 2147483647.0;
+
+/// Numbers nearer to zero than this are written as 0.
+inline constexpr double smallestPdfNumber = 1e-12;
+
+/// `value` as a PDF number: the shortest decimal that reads back as the same double, never with an
+/// exponent, whatever the locale. Not a number gives 0, what is too large the nearest limit.
+[[nodiscard]] std::string pdfNumber(double value);
+
+/// Numbers separated by spaces.
+[[nodiscard]] std::string pdfNumbers(std::span<const double> values);
 
 } // namespace lumivert

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <future>
 #include <optional>
-#include <thread>
 #include <vector>
 
 namespace lumivert {
@@ -94,12 +93,6 @@ void predictUp(std::span<const std::byte> rows, std::size_t bytesPerRow,
         to += bytesPerRow;
         above = current;
     }
-}
-
-DeflateShape deflateShapeForThisMachine() {
-    // Measured: 128 MB take 0.3 s of one worker, less than their decoding takes; a third thread
-    // only waits.
-    return {.workers = std::thread::hardware_concurrency() > 2 ? 2 : 1};
 }
 
 bool deflateRows(RowSource& source, const std::function<bool(std::span<const std::byte>)>& sink,

@@ -5,18 +5,21 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <dirent.h>
 #include <fcntl.h>
-#include <memory>
+#include <filesystem>
 #include <new>
 #include <pwd.h>
 #include <set>
 #include <stdexcept>
 #include <string_view>
 #include <sys/stat.h>
+#include <system_error>
+#include <utility>
 
 namespace lumivert {
 namespace {
+
+namespace fs = std::filesystem;
 
 // Far beyond any profile or PPD.
 constexpr off_t largestFile = off_t{64} << 20;
@@ -45,45 +48,30 @@ std::string passwordDatabaseHome() {
 
 using FolderIdentity = std::pair<dev_t, ino_t>;
 
-struct Entry {
-    std::string name;
-    bool mayBeFolder = false;
-};
-
-/// Nothing for what is no folder, cannot be opened, or stands in `entered` already, which it joins.
-std::optional<std::vector<Entry>> enterFolder(const std::string& path,
-                                              std::set<FolderIdentity>& entered) {
-    // With O_DIRECTORY a link to a FIFO or a device is refused before it is opened.
-    Descriptor fd(retryingInterrupts(
-        [&] { return ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
-    struct stat status = {};
-    if (!fd || ::fstat(fd.get(), &status) != 0 ||
-        !entered.emplace(status.st_dev, status.st_ino).second)
-        return std::nullopt;
-    const std::unique_ptr<DIR, int (*)(DIR*)> folder(::fdopendir(fd.get()), ::closedir);
-    if (!folder)
-        return std::nullopt;
-    (void)fd.release(); // closedir closes it
-    std::vector<Entry> entries;
-    while (const dirent* entry = ::readdir(folder.get())) {
-        const std::string_view name = entry->d_name;
-        if (name != "." && name != ".." && isUtf8(name))
-            entries.push_back({entry->d_name, entry->d_type == DT_DIR || entry->d_type == DT_LNK ||
-                                                  entry->d_type == DT_UNKNOWN});
-    }
-    return entries;
-}
-
-// Adds what lies below `root` + `prefix`, which is "" or ends in "/", to `paths`. One folder is
-// open at a time, and a path longer than PATH_MAX cannot be opened, which bounds the depth.
+// Adds what lies below `root` + `prefix`, which is "" or ends in "/", to `paths`; false for what is
+// no folder, cannot be opened, or stands in `entered` already, which it joins. One folder is open
+// at a time, and a path longer than PATH_MAX cannot be opened, which bounds the depth.
 bool walk(const std::string& root, const std::string& prefix, std::set<FolderIdentity>& entered,
           std::vector<std::string>& paths) {
-    const auto entries = enterFolder(prefix.empty() ? root : root + '/' + prefix, entered);
-    if (!entries)
-        return false;
-    for (const auto& [name, mayBeFolder] : *entries) {
+    const std::string folder = prefix.empty() ? root : root + '/' + prefix;
+    std::vector<std::pair<std::string, bool>> entries;
+    {
+        struct stat status = {};
+        std::error_code error;
+        fs::directory_iterator entry(folder, error);
+        if (error || ::stat(folder.c_str(), &status) != 0 ||
+            !entered.emplace(status.st_dev, status.st_ino).second)
+            return false;
+        for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+            std::error_code unknown;
+            const std::string name = entry->path().filename();
+            if (isUtf8(name))
+                entries.emplace_back(name, entry->is_directory(unknown));
+        }
+    }
+    for (const auto& [name, isFolder] : entries) {
         paths.push_back(prefix + name);
-        if (mayBeFolder)
+        if (isFolder)
             walk(root, prefix + name + '/', entered, paths);
     }
     return true;

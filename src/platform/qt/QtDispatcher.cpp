@@ -23,7 +23,7 @@ void QtDispatcher::asyncOnMain(std::function<void()> task) {
 
 void QtDispatcher::asyncInBackground(std::chrono::milliseconds delay, std::function<void()> task) {
     const std::lock_guard lock(m_mutex);
-    m_waiting.emplace(Due(Clock::now() + delay, m_count++), std::move(task));
+    m_waiting.emplace(Clock::now() + delay, std::move(task));
     try {
         if (!m_thread.joinable())
             m_thread = std::thread([this] { runBackgroundTasks(); });
@@ -42,7 +42,7 @@ void QtDispatcher::runBackgroundTasks() {
             m_changed.wait(lock);
             continue;
         }
-        const auto due = m_waiting.begin()->first.first;
+        const auto due = m_waiting.begin()->first;
         if (!m_ending && Clock::now() < due) {
             m_changed.wait_until(lock, due);
             continue;

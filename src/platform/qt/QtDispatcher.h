@@ -5,12 +5,10 @@
 #include <QObject>
 
 #include <condition_variable>
-#include <cstdint>
 #include <functional>
 #include <map>
 #include <mutex>
 #include <thread>
-#include <utility>
 
 namespace lumivert {
 
@@ -34,8 +32,6 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
-    /// When a task falls due; the second counts up, so that equal times keep their order.
-    using Due = std::pair<Clock::time_point, std::uint64_t>;
 
     void runBackgroundTasks();
 
@@ -43,8 +39,7 @@ private:
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::map<Due, std::function<void()>> m_waiting;
-    std::uint64_t m_count = 0;
+    std::multimap<Clock::time_point, std::function<void()>> m_waiting; // by when they fall due
     bool m_ending = false;
     std::thread m_thread;
 };

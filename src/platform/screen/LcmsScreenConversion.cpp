@@ -23,20 +23,10 @@ using Transform = std::unique_ptr<void, Closer<cmsHTRANSFORM, &cmsDeleteTransfor
 constexpr cmsUInt32Number words =
     std::endian::native == std::endian::little ? TYPE_BGRA_8 : TYPE_ARGB_8;
 
-class LcmsScreenConversion : public ScreenConversion {
-public:
-    LcmsScreenConversion(Context context, Transform transform)
-        : m_context(std::move(context))
-        , m_transform(std::move(transform)) {}
-
-    void convert(std::span<std::uint32_t> pixels) const override {
-        cmsDoTransform(m_transform.get(), pixels.data(), pixels.data(),
-                       static_cast<cmsUInt32Number>(pixels.size()));
-    }
-
-private:
-    Context m_context;
-    Transform m_transform;
+// The transform goes before the context that it was made in.
+struct Conversion {
+    Context context;
+    Transform transform;
 };
 
 } // namespace
@@ -59,7 +49,12 @@ std::shared_ptr<const ScreenConversion> lcmsScreenConversion(std::span<const std
                                               cmsFLAGS_BLACKPOINTCOMPENSATION | cmsFLAGS_NOCACHE));
     if (!transform)
         return nullptr;
-    return std::make_shared<LcmsScreenConversion>(std::move(context), std::move(transform));
+    const auto made =
+        std::make_shared<Conversion>(Conversion{std::move(context), std::move(transform)});
+    return std::make_shared<ScreenConversion>([made](std::span<std::uint32_t> pixels) {
+        cmsDoTransform(made->transform.get(), pixels.data(), pixels.data(),
+                       static_cast<cmsUInt32Number>(pixels.size()));
+    });
 }
 
 } // namespace lumivert

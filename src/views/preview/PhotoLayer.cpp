@@ -51,8 +51,8 @@ QImage PhotoPyramid::levelFor(QSize size) {
         m_shownIndex = index;
         // No line has padding: a pixel is four bytes.
         if (!m_shown.isNull())
-            m_screen->convert({reinterpret_cast<std::uint32_t*>(m_shown.bits()),
-                               static_cast<std::size_t>(m_shown.sizeInBytes()) / 4});
+            (*m_screen)({reinterpret_cast<std::uint32_t*>(m_shown.bits()),
+                         static_cast<std::size_t>(m_shown.sizeInBytes()) / 4});
     }
     return m_shown;
 }

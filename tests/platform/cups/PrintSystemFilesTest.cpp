@@ -1,6 +1,6 @@
 #include "platform/cups/PrintSystemFiles.h"
 
-#include "platform/posix/PosixProcessRunner.h"
+#include "platform/posix/PosixFunctions.h"
 #include "support/InChild.h"
 #include "support/PrivateScheduler.h"
 
@@ -86,7 +86,7 @@ TEST_F(SchedulersPpd, isBytesAndNotText) {
 
 TEST_F(SchedulersPpd, isFoundUnderAnOddName) {
     for (const char* queue : {"Büro_2", "a%20b", "50%", "a+b&c=d", "A.ppd", "[x]~", "写真"}) {
-        const auto added = PosixProcessRunner().run(
+        const auto added = runProcess(
             "/usr/sbin/lpadmin",
             {"-p", queue, "-E", "-v", "file:///dev/null", "-P", PrivateScheduler::photoPpd()});
         ASSERT_EQ(std::get<ProcessOutcome>(added).exitStatus, 0) << queue;
@@ -98,7 +98,7 @@ TEST_F(SchedulersPpd, isFoundUnderAnOddName) {
 
 TEST_F(SchedulersPpd, isMissingWhereItIsMissingAtBothPlaces) {
     EXPECT_EQ(readPpd("Photo_A3"), std::nullopt);
-    const auto raw = PosixProcessRunner().run("/usr/sbin/lpadmin",
+    const auto raw = runProcess("/usr/sbin/lpadmin",
                                               {"-p", "Raw", "-E", "-v", "file:///dev/null"});
     ASSERT_EQ(std::get<ProcessOutcome>(raw).exitStatus, 0);
     EXPECT_EQ(readPpd("Raw"), std::nullopt);

@@ -1,7 +1,7 @@
 #include "decoder/TestPhotos.h"
 #include "model/FileUrl.h"
 #include "platform/decoder/DecoderClient.h"
-#include "platform/pdf/PdfPageContext.h"
+#include "platform/pdf/PdfPageWriter.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -113,11 +113,10 @@ TEST(EmbeddedJpeg, showsInEveryReaderWhatTheDecoderReads) {
 
         const std::string page = folder / "page.pdf";
         std::remove(page.c_str());
-        const auto context = createPdfFile(page);
-        context->beginPage({0, 0, 64, 64});
-        context->draw(*bitmap, {0, 0, 64, 64});
-        context->endPage();
-        ASSERT_TRUE(context->close());
+        PdfPage whole{.size = {64, 64}};
+        whole.bitmap = bitmap;
+        whole.rect = {0, 0, 64, 64};
+        ASSERT_TRUE(writePdfPage(page, whole));
         for (const Reader& reader : readers) {
             if (std::system((std::string("command -v ") + reader.program + " >/dev/null").c_str()))
                 continue;

@@ -1,7 +1,7 @@
 #include "platform/pdf/PdfFile.h"
 
 #include "fakes/FakeBitmap.h"
-#include "platform/pdf/PdfPageContext.h"
+#include "platform/pdf/PdfPageWriter.h"
 #include "platform/pdf/PdfTestTools.h"
 
 #include <gmock/gmock.h>
@@ -78,7 +78,7 @@ TEST(PdfFile, isNotHandedToOtherPrograms) {
 TEST(PdfFile, cannotBeCreatedWithoutItsFolder) {
     const TemporaryFolder folder;
     EXPECT_FALSE(PdfFile::create(folder.path("missing/a.pdf")));
-    EXPECT_FALSE(createPdfFile(folder.path("missing/a.pdf")));
+    EXPECT_FALSE(writePdfPage(folder.path("missing/a.pdf"), {.size = {10, 10}}));
 }
 
 TEST(PdfFile, leavesAFileThatExistsAlone) {
@@ -120,11 +120,6 @@ TEST(PdfFile, isRemovedWhenItIsNotFinished) {
     auto file = PdfFile::create(folder.path("a.pdf"));
     EXPECT_FALSE(folder.isEmpty());
     file.reset();
-    EXPECT_TRUE(folder.isEmpty());
-    auto context = createPdfFile(folder.path("b.pdf"));
-    context->beginPage({0, 0, 10, 10});
-    context->endPage();
-    context.reset();
     EXPECT_TRUE(folder.isEmpty());
 }
 
@@ -168,9 +163,9 @@ TEST(PdfFile, doesNotFinishAndRemovesNothingWhenItsNameIsAnotherFiles) {
 // A full disk, wherever it strikes.
 void expectFailureAtEveryLength(const Bitmap& bitmap) {
     const TemporaryFolder folder;
-    const auto draw = [&](PdfContext& pdf) {
-        pdf.draw(bitmap, {0, 0, 100, 100});
-        pdf.fillRect({0, 0, 10, 10});
+    const auto draw = [&](TestPage& page) {
+        page.draw(bitmap, {0, 0, 100, 100});
+        page.whiteAreas = {{0, 0, 10, 10}};
     };
     ASSERT_NE(writePage(folder.path("whole.pdf"), draw), "");
     const std::uintmax_t size = fs::file_size(folder.path("whole.pdf"));

@@ -1,6 +1,6 @@
 #include "platform/pdf/PdfTestTools.h"
 
-#include "platform/pdf/PdfPageContext.h"
+#include "platform/pdf/PdfPageWriter.h"
 
 #include <gtest/gtest.h>
 
@@ -45,14 +45,10 @@ std::string readFileText(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-std::string writePage(const std::string& path, const std::function<void(PdfContext&)>& draw) {
-    const auto context = createPdfFile(path);
-    if (!context)
-        return {};
-    context->beginPage({0, 0, 100, 200});
-    draw(*context);
-    context->endPage();
-    return context->close() ? path : std::string{};
+std::string writePage(const std::string& path, const std::function<void(TestPage&)>& fill) {
+    TestPage page;
+    fill(page);
+    return writePdfPage(path, page) ? path : std::string{};
 }
 
 std::string faultsOf(const std::string& path) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/Bytes.h"
-#include "platform/PdfContext.h"
+#include "platform/PdfPage.h"
 
 #include <array>
 #include <filesystem>
@@ -35,9 +35,21 @@ struct CommandResult {
 
 [[nodiscard]] std::string readFileText(const std::string& path);
 
-/// Draws a page of 100 x 200 points into a new file and closes it; empty when that fails.
+/// A page of 100 x 200 points.
+struct TestPage : PdfPage {
+    TestPage()
+        : PdfPage{.size = {100, 200}} {}
+    void draw(const Bitmap& drawn, RectPoints into,
+              const std::optional<PixelRect>& of = std::nullopt) {
+        bitmap = &drawn;
+        rect = into;
+        part = of;
+    }
+};
+
+/// Writes what `fill` puts on a page into a new file, whose path it gives; empty when that fails.
 [[nodiscard]] std::string writePage(const std::string& path,
-                                    const std::function<void(PdfContext&)>& draw);
+                                    const std::function<void(TestPage&)>& fill);
 
 /// What qpdf finds wrong with the file; empty for a file without fault.
 [[nodiscard]] std::string faultsOf(const std::string& path);

@@ -1,4 +1,5 @@
-#include "platform/pdf/PdfText.h"
+#include "platform/pdf/PdfFile.h"
+#include "platform/pdf/PdfPageWriter.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/posix/PosixProcessRunner.h"
+#include "platform/posix/PosixFunctions.h"
 
 #include "support/InChild.h"
 #include "support/ScopedEnvironment.h"
@@ -24,7 +24,7 @@ using testing::EndsWith;
 using namespace std::string_literals;
 
 ProcessResult run(const std::string& executable, const std::vector<std::string>& arguments) {
-    return PosixProcessRunner().run(executable, arguments);
+    return runProcess(executable, arguments);
 }
 
 /// Runs a line of the Z shell that must start.

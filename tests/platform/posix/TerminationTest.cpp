@@ -1,4 +1,4 @@
-#include "platform/posix/PosixProcessRunner.h"
+#include "platform/posix/PosixFunctions.h"
 #include "platform/system/ChildProcess.h"
 #include "platform/system/Descriptor.h"
 #include "support/InChild.h"
@@ -25,16 +25,15 @@ TEST(Termination, endsTheToolThatIsWaitedForAndLetsNoOtherStart) {
                       const int ended = endInOrderOnSignals();
                       if (ended < 0 || isReadable(ended))
                           return 1;
-                      PosixProcessRunner runner;
                       const std::string line = "sleep 0.3; kill -" + std::to_string(signal) + " " +
                                                std::to_string(::getpid()) + "; sleep 600; true";
-                      const auto result = runner.run("/bin/sh", {"-c", line});
+                      const auto result = runProcess("/bin/sh", {"-c", line});
                       const auto* outcome = std::get_if<ProcessOutcome>(&result);
                       if (!outcome || outcome->exitStatus != 128 + SIGKILL)
                           return 2;
                       if (!isReadable(ended))
                           return 3;
-                      const auto next = runner.run("/bin/true", {});
+                      const auto next = runProcess("/bin/true", {});
                       return std::holds_alternative<LaunchFailure>(next) ? 0 : 4;
                   }),
                   0)

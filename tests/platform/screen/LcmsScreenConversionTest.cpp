@@ -51,7 +51,7 @@ void expectAsLittleCms(const Bytes& profile, double tolerance) {
     ASSERT_NE(conversion, nullptr);
     const std::vector<std::uint32_t> before = manyColours();
     std::vector<std::uint32_t> after = before;
-    conversion->convert(after);
+    (*conversion)(after);
     int moved = 0;
     // White is the last, and the screen's own white whatever its tables make of it.
     ASSERT_EQ(after.back(), 0xffffffffU);
@@ -76,7 +76,7 @@ TEST(LcmsScreenConversion, convertsThroughTablesAsLittleCmsDoes) {
 
 TEST(LcmsScreenConversion, leavesWhiteAndBlackAsTheyAre) {
     std::array<std::uint32_t, 2> words{0xffffffff, 0xff000000};
-    lcmsScreenConversion(wideGamutProfile())->convert(words);
+    (*lcmsScreenConversion(wideGamutProfile()))(words);
     EXPECT_EQ(words, (std::array<std::uint32_t, 2>{0xffffffff, 0xff000000}));
 }
 

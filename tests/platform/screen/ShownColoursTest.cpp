@@ -32,15 +32,15 @@ protected:
     }
     static QRgb on(const Bytes& profile, QRgb color) {
         std::array<std::uint32_t, 1> word{color};
-        lcmsScreenConversion(profile)->convert(word);
+        (*lcmsScreenConversion(profile))(word);
         return word[0];
     }
 
     X11Root root;
-    DesktopScreenColors screens{x11Profiles(), lcmsScreenConversion};
+    std::unique_ptr<ScreenColors> screens = x11ScreenColors();
     std::shared_ptr<fakes::FakeImage> image =
         std::make_shared<fakes::FakeImage>(PixelSize{210, 297});
-    PaperPreview preview{*pm, &screens};
+    PaperPreview preview{*pm, screens.get()};
 };
 
 constexpr QRgb grey = qRgb(0x80, 0x80, 0x80);

@@ -17,10 +17,10 @@ namespace {
 const QString service = QStringLiteral("org.freedesktop.ColorManager");
 const QString manager = QStringLiteral("/org/freedesktop/ColorManager");
 
-class ColordProfiles : public ScreenProfiles {
+class ColordScreenColors : public QObject, public DesktopScreenColors {
     Q_OBJECT
 public:
-    explicit ColordProfiles(const QString& address)
+    explicit ColordScreenColors(const QString& address)
         : m_connection(address) {}
 
     QByteArray profileOf(const QString& screen) override {
@@ -90,7 +90,7 @@ private:
     }
     void take(const QString& screen, const QByteArray& profile) {
         if (std::exchange(m_profiles[screen], profile) != profile)
-            emit changed();
+            profilesChanged();
     }
 
     BusConnection m_connection;
@@ -100,10 +100,10 @@ private:
 
 } // namespace
 
-std::unique_ptr<ScreenProfiles> colordProfiles(const QString& address) {
-    return std::make_unique<ColordProfiles>(address);
+std::unique_ptr<DesktopScreenColors> colordScreenColors(const QString& address) {
+    return std::make_unique<ColordScreenColors>(address);
 }
 
 } // namespace lumivert
 
-#include "ColordProfiles.moc"
+#include "ColordScreenColors.moc"

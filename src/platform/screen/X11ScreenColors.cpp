@@ -17,18 +17,18 @@ struct FreeReply {
 template <class Reply>
 using Owned = std::unique_ptr<Reply, FreeReply<Reply>>;
 
-class X11Profiles : public ScreenProfiles, public QAbstractNativeEventFilter {
+class X11ScreenColors : public DesktopScreenColors, public QAbstractNativeEventFilter {
 public:
-    explicit X11Profiles(xcb_connection_t* connection)
+    explicit X11ScreenColors(xcb_connection_t* connection)
         : m_connection(connection)
         , m_root(xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root) {
         // Qt has asked the server to tell of the root's properties.
         qGuiApp->installNativeEventFilter(this);
-        connect(qGuiApp, &QGuiApplication::screenAdded, this, &ScreenProfiles::changed);
-        connect(qGuiApp, &QGuiApplication::screenRemoved, this, &ScreenProfiles::changed);
-        connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &ScreenProfiles::changed);
+        for (const auto signal : {&QGuiApplication::screenAdded, &QGuiApplication::screenRemoved,
+                                  &QGuiApplication::primaryScreenChanged})
+            QObject::connect(qGuiApp, signal, &m_receiver, [this] { profilesChanged(); });
     }
-    ~X11Profiles() override {
+    ~X11ScreenColors() override {
         if (qGuiApp)
             qGuiApp->removeNativeEventFilter(this);
     }
@@ -47,7 +47,7 @@ public:
             return false;
         const auto* notify = static_cast<const xcb_property_notify_event_t*>(message);
         if (notify->window == m_root && nameOf(notify->atom).startsWith(base))
-            emit changed();
+            profilesChanged();
         return false;
     }
 
@@ -82,17 +82,18 @@ private:
                 xcb_get_property_value_length(reply.get())};
     }
 
+    QObject m_receiver;
     xcb_connection_t* m_connection;
     xcb_window_t m_root;
 };
 
 } // namespace
 
-std::unique_ptr<ScreenProfiles> x11Profiles() {
+std::unique_ptr<DesktopScreenColors> x11ScreenColors() {
     const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
     if (!x11 || !x11->connection())
         return nullptr;
-    return std::make_unique<X11Profiles>(x11->connection());
+    return std::make_unique<X11ScreenColors>(x11->connection());
 }
 
 } // namespace lumivert
