@@ -9,10 +9,10 @@
 #include <QTimer>
 
 #include <memory>
+#include <thread>
 #include <vector>
 
 class QPainter;
-class QThread;
 
 namespace lumivert {
 
@@ -21,27 +21,22 @@ namespace lumivert {
 class PhotoPyramid {
 public:
     /// `screen` may be null, for one that takes sRGB.
-    explicit PhotoPyramid(std::shared_ptr<const ScreenRendition> rendition,
+    explicit PhotoPyramid(const std::shared_ptr<const ScreenRendition>& rendition,
                           std::shared_ptr<const ScreenConversion> screen = nullptr);
 
     /// The smallest level that is at least as large as `size` both ways; the full size where none
     /// is, and the last one that there was memory for.
     [[nodiscard]] QImage levelFor(QSize size);
 
-    [[nodiscard]] bool isOf(const std::shared_ptr<const ScreenRendition>& rendition,
-                            const std::shared_ptr<const ScreenConversion>& screen) const {
-        return rendition == m_rendition && screen == m_screen;
-    }
-
 private:
-    [[nodiscard]] std::size_t indexFor(QSize size);
+    struct Level {
+        QImage pixels;
+        bool isConverted = false; // into the screen's colours; a smaller one begins as this is
+    };
+    [[nodiscard]] Level& smallestFor(QSize size);
 
-    std::shared_ptr<const ScreenRendition> m_rendition;
     std::shared_ptr<const ScreenConversion> m_screen;
-    std::vector<QImage> m_levels; // in sRGB
-    /// The level asked for last, in the screen's colours.
-    QImage m_shown;
-    std::size_t m_shownIndex = 0;
+    std::vector<Level> m_levels;
 };
 
 /// The photo as it is painted: at once by the painter itself, from a level of the photo's pyramid;
@@ -52,7 +47,6 @@ class PhotoLayer : public QObject {
     Q_OBJECT
 public:
     explicit PhotoLayer(QObject* parent);
-    ~PhotoLayer() override;
 
     /// Whether that is another picture than before. Null for none, and for a screen of sRGB.
     bool setRendition(std::shared_ptr<const ScreenRendition> rendition,
@@ -79,18 +73,20 @@ private:
 
     static QImage scaledPart(const QImage& level, const Part& part);
     void settle();
-    void takeMade();
+    void take(const QImage& made);
 
+    std::shared_ptr<const ScreenRendition> m_rendition;
+    std::shared_ptr<const ScreenConversion> m_screen;
     std::unique_ptr<PhotoPyramid> m_pyramid;
     /// What was painted last, and the picture of it once there is one.
     Part m_part;
     QImage m_settled;
     bool m_isFirst = true;
     QTimer m_still;
-    /// The thread at work, what it makes, and of what: nothing once that is not wanted any more.
-    std::unique_ptr<QThread> m_worker;
-    QImage m_made;
+    /// What the thread at work makes: nothing once that is not wanted any more.
     Part m_inWork;
+    /// The last member: it ends before what it uses.
+    std::jthread m_worker;
 };
 
 } // namespace lumivert
