@@ -5,7 +5,6 @@
 #include "views/ImageFiles.h"
 #include "views/PreviewPanel.h"
 #include "views/SettingsPanel.h"
-#include "views/SettingsTexts.h"
 #include "views/controls/BusyPointer.h"
 #include "views/controls/Dialogs.h"
 #include "views/controls/Focus.h"
@@ -23,6 +22,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QPointer>
 #include <QScreen>
 #include <QShortcut>
 #include <QSplitter>
@@ -54,8 +54,8 @@ ContentView::ContentView(PrintManager& pm, Dispatcher& dispatcher, ProvidersOf p
     setAccessibleName(QStringLiteral("Lumivert"));
     auto* split = new QSplitter(Qt::Horizontal, this);
     split->setChildrenCollapsible(false);
-    split->addWidget(new PreviewPanel(pm, screens, split));
-    split->addWidget(new SettingsPanel(pm, split));
+    split->addWidget(new PreviewPanel(pm, screens));
+    split->addWidget(new SettingsPanel(pm));
     split->setStretchFactor(0, 1);
     split->setStretchFactor(1, 0);
     split->setMinimumSize(leastSize);
@@ -70,16 +70,14 @@ void ContentView::addMenus() {
     m_applicationMenu = menuBar()->addMenu(QStringLiteral("&Lumivert"));
     m_applicationMenu->addAction(tr("About Lumivert"), this, &ContentView::showAbout);
     m_applicationMenu->addSeparator();
-    QAction* quit = m_applicationMenu->addAction(tr("Quit"), qApp, &QApplication::quit);
-    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    m_applicationMenu->addAction(tr("Quit"), QKeySequence(Qt::CTRL | Qt::Key_Q), qApp,
+                                 &QApplication::quit);
 
     QMenu* file = menuBar()->addMenu(tr("&File"));
-    QAction* open =
-        file->addAction(tr("Open Image..."), this, [this] { m_pm.showFileImporter = true; });
-    open->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_O));
-
-    connect(new QShortcut(Qt::Key_F10, this), &QShortcut::activated, this,
-            [this] { menuBar()->setActiveAction(m_applicationMenu->menuAction()); });
+    file->addAction(tr("Open Image..."), QKeySequence(Qt::CTRL | Qt::Key_O), this,
+                    [this] { m_pm.showFileImporter = true; });
+    new QShortcut(Qt::Key_F10, this,
+                  [this] { menuBar()->setActiveAction(m_applicationMenu->menuAction()); });
 }
 
 void ContentView::addDialogs() {
@@ -94,9 +92,10 @@ void ContentView::addDialogs() {
     present(
         this, m_pm.showConfirmPrint,
         [this](QWidget* window) {
-            const std::string message = confirmationText(m_pm.selectedPaperSize(),
-                                                         m_pm.selectedPaperType(), m_pm.borderless);
-            return new Alert(window, tr("Print"), QString::fromStdString(message), tr("Print"));
+            const std::string message = m_pm.selectedPaperSize().name + "\n" +
+                                        m_pm.selectedPaperType().name + "\n" +
+                                        (m_pm.borderless ? "Borderless" : "With margins");
+            return alert(window, tr("Print"), QString::fromStdString(message), tr("Print"));
         },
         [this](QDialog&, int result) {
             if (result != QDialog::Accepted)
@@ -107,19 +106,18 @@ void ContentView::addDialogs() {
 }
 
 void ContentView::showAbout() {
-    auto* about = new QMessageBox(this);
+    // In one text: a message box wraps its second one at a few words.
+    auto* about = new QMessageBox(
+        QMessageBox::NoIcon, tr("About Lumivert"),
+        tr("Lumivert %1\nPrints one photograph at a time, exactly.\n"
+           "Prints through %2.\nLicence: MIT")
+            .arg(QCoreApplication::applicationVersion(), QString::fromStdString(m_printSystem())),
+        QMessageBox::Ok, this);
+    about->setTextFormat(Qt::PlainText);
     about->setAttribute(Qt::WA_DeleteOnClose);
-    about->setWindowTitle(tr("About Lumivert"));
     const QIcon icon =
         QIcon::fromTheme(QGuiApplication::desktopFileName(), lineIcon(Icon::printer));
     about->setIconPixmap(icon.pixmap(QSize(64, 64), devicePixelRatio()));
-    about->setTextFormat(Qt::PlainText);
-    // In one text: a message box wraps its second one at a few words.
-    about->setText(QStringLiteral("Lumivert %1\n").arg(QCoreApplication::applicationVersion()) +
-                   tr("Prints one photograph at a time, exactly.") + QLatin1Char('\n') +
-                   tr("Prints through %1.").arg(QString::fromStdString(m_printSystem())) +
-                   QLatin1Char('\n') + tr("Licence: %1").arg(QStringLiteral("MIT")));
-    about->setStandardButtons(QMessageBox::Ok);
     about->open();
 }
 
@@ -139,17 +137,16 @@ void ContentView::load(const FileUrl& url) {
 bool ContentView::handleDrop(const ItemProviders& providers) {
     if (providers.empty())
         return false;
-    const auto completion =
-        [this, &dispatcher = m_dispatcher,
-         window = std::weak_ptr<const bool>(m_alive)](const std::optional<std::string>& item) {
-            auto url = acceptedDrop(item);
-            if (!url)
-                return;
-            dispatcher.asyncOnMain([this, window, url = std::move(*url)] {
-                if (!window.expired())
-                    load(url);
-            });
-        };
+    const auto completion = [&dispatcher = m_dispatcher,
+                             window = QPointer(this)](const std::optional<std::string>& item) {
+        auto url = acceptedDrop(item);
+        if (!url)
+            return;
+        dispatcher.asyncOnMain([window, url = std::move(*url)] {
+            if (window)
+                window->load(url);
+        });
+    };
     providers.front()(fileUrlType, completion);
     return true;
 }

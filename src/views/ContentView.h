@@ -6,8 +6,7 @@
 #include <QMainWindow>
 
 #include <functional>
-#include <memory>
-#include <vector>
+#include <string>
 
 class QMenu;
 class QMimeData;
@@ -59,8 +58,6 @@ private:
     ProvidersOf m_providersOf;
     std::function<std::string()> m_printSystem;
     QMenu* m_applicationMenu = nullptr;
-    /// Ends with the window: what still waits for the main thread then does nothing.
-    std::shared_ptr<const bool> m_alive = std::make_shared<const bool>(true);
 };
 
 } // namespace lumivert

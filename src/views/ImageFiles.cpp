@@ -25,15 +25,14 @@ QString pattern(std::string_view ending) {
     return letters;
 }
 
-QString filter(const char* name, const QStringList& patterns) {
-    return QStringLiteral("%1 (%2)").arg(translated(name), patterns.join(QLatin1Char(' ')));
-}
-
 } // namespace
 
 QStringList imageNameFilters() {
-    QStringList all;
     std::map<int, QString> filters;
+    QStringList all;
+    const auto filter = [](const char* name, const QStringList& patterns) {
+        return QStringLiteral("%1 (%2)").arg(translated(name), patterns.join(QLatin1Char(' ')));
+    };
     for (const PhotoFormat& format : photoFormats()) {
         QStringList patterns;
         std::ranges::transform(format.endings, std::back_inserter(patterns), pattern);
@@ -41,7 +40,8 @@ QStringList imageNameFilters() {
         if (format.filterPlace > 0)
             filters[format.filterPlace] = filter(format.name.data(), patterns);
     }
-    QStringList texts{filter("Images", all)};
+    filters[0] = filter("Images", all);
+    QStringList texts;
     for (const auto& [place, text] : filters)
         texts << text;
     return texts;

@@ -22,20 +22,21 @@ namespace lumivert {
     return {.minimum = 1, .maximum = maxValue, .step = 0.5};
 }
 
-/// A row for a margin in millimetres. `max` is asked for at every refresh; the bound value is not
-/// held to it.
-struct MarginSlider : MillimetreRow {
-    MarginSlider(const QString& label, const Binding<double>& value, std::function<double()> max)
-        : MillimetreRow(label, value, [max = std::move(max)] { return marginScale(max()); }) {}
-};
+/// A row for a margin. `max` is asked for at every refresh; the bound value is not held to it.
+[[nodiscard]] inline QWidget* marginSlider(const QString& label, const QString& description,
+                                           const Binding<double>& value,
+                                           std::function<double()> max) {
+    return millimetreRow(label, description, value,
+                         [max = std::move(max)] { return marginScale(max()); });
+}
 
-/// A row for a side of the image in millimetres. `maxValue`, the sheet's side, is asked for at
-/// every refresh while the row is shown.
-struct ImageSizeInput : MillimetreRow {
-    ImageSizeInput(const QString& label, const Binding<double>& value,
-                   std::function<double()> maxValue)
-        : MillimetreRow(label, value,
-                        [max = std::move(maxValue)] { return imageSizeScale(max()); }) {}
-};
+/// A row for a side of the image. `maxValue`, the sheet's side, is asked for at every refresh while
+/// the row is shown.
+[[nodiscard]] inline QWidget* imageSizeInput(const QString& label, const QString& description,
+                                             const Binding<double>& value,
+                                             std::function<double()> maxValue) {
+    return millimetreRow(label, description, value,
+                         [max = std::move(maxValue)] { return imageSizeScale(max()); });
+}
 
 } // namespace lumivert

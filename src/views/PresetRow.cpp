@@ -1,7 +1,6 @@
 #include "views/PresetRow.h"
 
 #include "views/controls/Builders.h"
-#include "views/controls/Labels.h"
 
 #include <QAbstractButton>
 #include <QPainter>
@@ -28,8 +27,13 @@ public:
         auto* layout = new QVBoxLayout(this);
         layout->setContentsMargins(presetRowOverhang, 0, presetRowOverhang, 0);
         layout->setSpacing(2);
-        addLine(title, TextSize::callout, Tone::primary);
-        addLine(detail, TextSize::caption, Tone::secondary);
+        const auto line = [](const QString& content, TextSize size, Tone tone) {
+            QWidget* made = elidedText([content] { return content; }, size, tone, Qt::ElideRight);
+            made->setAttribute(Qt::WA_TransparentForMouseEvents); // with their tool tips
+            return made;
+        };
+        layout->addWidget(line(title, TextSize::callout, Tone::primary));
+        layout->addWidget(line(detail, TextSize::caption, Tone::secondary));
     }
 
 protected:
@@ -39,20 +43,7 @@ protected:
         QPainter painter(this);
         QColor wash = palette().color(QPalette::WindowText);
         wash.setAlphaF(isDown() ? 0.14F : 0.06F);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(wash);
-        painter.drawRoundedRect(rect(), controlRadius, controlRadius);
-    }
-
-private:
-    void addLine(const QString& text, TextSize size, Tone tone) {
-        auto* line = new ElidedLabel(Qt::ElideRight);
-        line->setText(text);
-        line->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
-        line->setAttribute(Qt::WA_TransparentForMouseEvents); // with their tool tips
-        setTextStyle(line, size, tone);
-        layout()->addWidget(line);
+        paintRounded(painter, rect(), controlRadius, wash);
     }
 };
 

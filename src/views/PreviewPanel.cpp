@@ -19,8 +19,8 @@ public:
 protected:
     void paintEvent(QPaintEvent*) override {
         QPainter painter(this);
-        paintIcon(painter, Icon::photos, QRectF(0, (height - side) / 2.0, side, side),
-                  colorFor(Tone::secondary, palette()));
+        lineIcon(Icon::photos, IconTint::secondary)
+            .paint(&painter, 0, (height - side) / 2, side, side);
     }
 
 private:
@@ -46,8 +46,7 @@ DropZoneView::DropZoneView(PrintManager& pm) {
     layout->addStretch();
 }
 
-PreviewPanel::PreviewPanel(PrintManager& pm, ScreenColors* screens, QWidget* parent)
-    : QWidget(parent) {
+PreviewPanel::PreviewPanel(PrintManager& pm, ScreenColors* screens) {
     setMinimumWidth(leastWidth);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     const auto hasImage = [&pm] { return pm.image.get() != nullptr; };

@@ -20,8 +20,7 @@ public:
 class PreviewPanel : public QWidget {
     Q_OBJECT
 public:
-    explicit PreviewPanel(PrintManager& pm, ScreenColors* screens = nullptr,
-                          QWidget* parent = nullptr);
+    explicit PreviewPanel(PrintManager& pm, ScreenColors* screens = nullptr);
 
     static constexpr int leastWidth = 500;
 

@@ -20,27 +20,16 @@ class PrintManager;
 class SettingsPanel : public QScrollArea {
     Q_OBJECT
 public:
-    explicit SettingsPanel(PrintManager& pm, QWidget* parent = nullptr);
+    explicit SettingsPanel(PrintManager& pm);
 
     static constexpr int columnWidth = 320;
 
 private:
-    [[nodiscard]] QWidget* imageGroup();
-    [[nodiscard]] QWidget* presetsGroup();
-    [[nodiscard]] QWidget* printerGroup();
-    [[nodiscard]] QWidget* paperGroup();
-    [[nodiscard]] QWidget* marginsGroup();
-    [[nodiscard]] QWidget* sizingControls();
-    [[nodiscard]] QWidget* marginControls();
-    [[nodiscard]] QWidget* imageSizeControls();
-    [[nodiscard]] QWidget* scalingGroup();
-    [[nodiscard]] QWidget* colorGroup();
-    [[nodiscard]] QWidget* commandGroup();
-    [[nodiscard]] QWidget* errorNotice();
     void presentSavePreset();
     void reactToPrinter();
     /// Brings what a print left behind into view, and has it said.
-    void tellOf(const Published<std::optional<std::string>>& outcome, QWidget* notice);
+    void tellOf(const Published<std::optional<std::string>>& outcome, QWidget* notice,
+                bool isError);
 
     PrintManager& m_pm;
     /// What is typed into the "Save Preset" alert.

@@ -3,7 +3,6 @@
 #include "views/PreviewPanel.h"
 #include "views/SettingsPanel.h"
 #include "views/ViewFixture.h"
-#include "views/controls/Dialogs.h"
 
 #include <QDir>
 #include <QDropEvent>
@@ -237,11 +236,17 @@ TEST_F(ContentViewTest, asksBeforeItPrints) {
     pm->selectedPaperTypeID = "g";
     pm->borderless = true;
     pm->showConfirmPrint = true;
-    auto* alert = dialog<Alert>();
+    auto* alert = dialog<QDialog>();
     ASSERT_NE(alert, nullptr);
     EXPECT_EQ(accessibleName(alert), "Print");
     EXPECT_NE(textShown(*alert, QString::fromStdString(pm->selectedPaperSize().name) +
                                     "\nPremium Glossy\nBorderless"),
+              nullptr);
+    pm->showConfirmPrint = false;
+    pm->borderless = false;
+    pm->showConfirmPrint = true;
+    EXPECT_NE(textShown(*dialog<QDialog>(), QString::fromStdString(pm->selectedPaperSize().name) +
+                                                "\nPremium Glossy\nWith margins"),
               nullptr);
 }
 
@@ -250,7 +255,7 @@ TEST_F(ContentViewTest, printsOnceItIsConfirmed) {
     pm->showConfirmPrint = true;
     NotificationCount notifications(*pm);
     fakes.processes.commands.clear();
-    control<QPushButton>(*dialog<Alert>(), "Print")->click();
+    control<QPushButton>(*dialog<QDialog>(), "Print")->click();
     EXPECT_FALSE(pm->showConfirmPrint);
     ASSERT_EQ(fakes.processes.commands.size(), 1U);
     EXPECT_TRUE(fakes.processes.commands[0].starts_with("lp "));
@@ -260,7 +265,7 @@ TEST_F(ContentViewTest, printsOnceItIsConfirmed) {
 TEST_F(ContentViewTest, showsTheWholeWindowUnderABusyPointerBeforeItWaitsForLp) {
     load({300, 200});
     pm->showConfirmPrint = true;
-    QPointer<Alert> alert = dialog<Alert>();
+    QPointer<QDialog> alert = dialog<QDialog>();
     QApplication::processEvents();
     PaintCount paints(*window->findChild<SettingsPanel*>()->widget());
     bool asked = false;
@@ -307,7 +312,7 @@ TEST_F(ContentViewTest, printsNothingWhenThePrintIsCancelled) {
     load({300, 200});
     pm->showConfirmPrint = true;
     fakes.processes.commands.clear();
-    control<QPushButton>(*dialog<Alert>(), "Cancel")->click();
+    control<QPushButton>(*dialog<QDialog>(), "Cancel")->click();
     EXPECT_FALSE(pm->showConfirmPrint);
     EXPECT_TRUE(fakes.processes.commands.empty());
     EXPECT_FALSE(pm->lastCUPSCommand.get());

@@ -1,10 +1,9 @@
 #include "views/MillimetreInputs.h"
 
 #include "views/ViewFixture.h"
-#include "views/controls/Labels.h"
 #include "views/controls/StepSlider.h"
 
-#include <QHBoxLayout>
+#include <memory>
 
 namespace lumivert {
 namespace {
@@ -33,8 +32,10 @@ TEST(ImageSizeScaleDeathTest, endsTheProgramForASheetBelowOneMillimetre) {
         EXPECT_EXIT(std::ignore = imageSizeScale(side), testing::ExitedWithCode(1), "Lumivert: ");
 }
 
-template <class Row>
-class MillimetreRowTest : public testing::Test {
+using MakeRow = QWidget* (*)(const QString&, const QString&, const Binding<double>&,
+                             std::function<double()>);
+
+class MillimetreRowTest : public testing::TestWithParam<MakeRow> {
 protected:
     MillimetreRowTest() {
         row.resize(270, row.sizeHint().height());
@@ -44,60 +45,61 @@ protected:
     }
 
     QString value() { return labels().back()->text(); }
-    std::vector<FittedLabel*> labels() { return shown<FittedLabel>(row); }
+    std::vector<QLabel*> labels() { return shown<QLabel>(row); }
 
     Model model;
-    Row row{"Top", binding(model.length), [this] { return model.most.get(); }};
+    std::unique_ptr<QWidget> made{GetParam()("Top", "of the test", binding(model.length),
+                                             [this] { return model.most.get(); })};
+    QWidget& row = *made;
     NotificationCount notifications{model};
-    StepSlider& slider{*row.template findChild<StepSlider*>()};
+    StepSlider& slider{*row.findChild<StepSlider*>()};
 };
+INSTANTIATE_TEST_SUITE_P(, MillimetreRowTest,
+                         testing::Values<MakeRow>(marginSlider, imageSizeInput));
 
-using Rows = testing::Types<MarginSlider, ImageSizeInput>;
-TYPED_TEST_SUITE(MillimetreRowTest, Rows, );
-
-TYPED_TEST(MillimetreRowTest, hasLabelSliderAndValueInTheirFrames) {
-    const auto labels = this->labels();
-    ASSERT_EQ(labels.size(), 2U);
-    EXPECT_EQ(labels[0]->text(), "Top:");
-    EXPECT_EQ(labels[0]->geometry().left(), 0);
-    EXPECT_EQ(labels[0]->width(), 55);
-    EXPECT_EQ(labels[1]->width(), 55);
-    EXPECT_EQ(labels[1]->geometry().right(), 269);
-    EXPECT_TRUE(labels[1]->alignment() & Qt::AlignRight);
-    EXPECT_GT(this->slider.x(), labels[0]->geometry().right());
-    EXPECT_LT(this->slider.geometry().right(), labels[1]->x());
-    EXPECT_EQ(accessibleName(&this->slider), "Top");
+TEST_P(MillimetreRowTest, hasLabelSliderAndValueInTheirFrames) {
+    const auto found = labels();
+    ASSERT_EQ(found.size(), 2U);
+    EXPECT_EQ(found[0]->text(), "Top:");
+    EXPECT_EQ(found[0]->geometry().left(), 0);
+    EXPECT_EQ(found[0]->width(), 55);
+    EXPECT_EQ(found[1]->width(), 55);
+    EXPECT_EQ(found[1]->geometry().right(), 269);
+    EXPECT_TRUE(found[1]->alignment() & Qt::AlignRight);
+    EXPECT_GT(slider.x(), found[0]->geometry().right());
+    EXPECT_LT(slider.geometry().right(), found[1]->x());
+    EXPECT_EQ(accessibleName(&slider), "Top");
 }
 
-TYPED_TEST(MillimetreRowTest, showsOneDecimal) {
-    EXPECT_EQ(this->value(), "7.0 mm");
-    this->model.length = 12.5;
-    EXPECT_EQ(this->value(), "12.5 mm");
-    this->model.length = 7.25;
-    EXPECT_EQ(this->value(), "7.2 mm");
-    this->model.length = 1234.56;
-    EXPECT_EQ(this->value(), "1234.6 mm");
+TEST_P(MillimetreRowTest, showsOneDecimal) {
+    EXPECT_EQ(value(), "7.0 mm");
+    model.length = 12.5;
+    EXPECT_EQ(value(), "12.5 mm");
+    model.length = 7.25;
+    EXPECT_EQ(value(), "7.2 mm");
+    model.length = 1234.56;
+    EXPECT_EQ(value(), "1234.6 mm");
 }
 
-TYPED_TEST(MillimetreRowTest, isBoundBothWays) {
-    QTest::keyClick(&this->slider, Qt::Key_Right);
-    EXPECT_EQ(this->model.length.get(), 7.5);
-    EXPECT_EQ(this->notifications.taken(), 1);
-    EXPECT_EQ(this->value(), "7.5 mm");
-    this->model.length = 20;
+TEST_P(MillimetreRowTest, isBoundBothWays) {
+    QTest::keyClick(&slider, Qt::Key_Right);
+    EXPECT_EQ(model.length.get(), 7.5);
+    EXPECT_EQ(notifications.taken(), 1);
+    EXPECT_EQ(value(), "7.5 mm");
+    model.length = 20;
     refreshed();
-    EXPECT_EQ(this->slider.scale().valueAt(this->slider.value()), 20);
-    EXPECT_EQ(this->notifications.taken(), 1);
+    EXPECT_EQ(slider.scale().valueAt(slider.value()), 20);
+    EXPECT_EQ(notifications.taken(), 1);
 }
 
-TYPED_TEST(MillimetreRowTest, doesNotHoldTheValueToTheRange) {
-    this->model.length = 45;
-    this->notifications.taken();
-    this->model.most = 10;
-    EXPECT_EQ(this->model.length.get(), 45);
-    EXPECT_EQ(this->value(), "45.0 mm");
-    EXPECT_EQ(this->slider.value(), this->slider.maximum());
-    EXPECT_EQ(this->notifications.taken(), 1) << "that of the maximum";
+TEST_P(MillimetreRowTest, doesNotHoldTheValueToTheRange) {
+    model.length = 45;
+    notifications.taken();
+    model.most = 10;
+    EXPECT_EQ(model.length.get(), 45);
+    EXPECT_EQ(value(), "45.0 mm");
+    EXPECT_EQ(slider.value(), slider.maximum());
+    EXPECT_EQ(notifications.taken(), 1) << "that of the maximum";
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 #include "views/PanelFixture.h"
 #include "views/PresetRow.h"
 #include "views/controls/Appearance.h"
-#include "views/controls/Dialogs.h"
 
+#include <QDialog>
 #include <QLineEdit>
 #include <QPainter>
 #include <QPushButton>
@@ -15,8 +15,8 @@ namespace {
 class PresetsTest : public PanelTest {
 protected:
     /// The shown "Save Preset" alert; null when there is none.
-    Alert* alert() {
-        for (Alert* found : panel->findChildren<Alert*>())
+    QDialog* alert() {
+        for (QDialog* found : panel->findChildren<QDialog*>())
             if (found->isVisible())
                 return found;
         return nullptr;
@@ -195,11 +195,14 @@ TEST_F(PresetsTest, areSavedUnderTheNameAsTyped) {
 }
 
 TEST_F(PresetsTest, areNotSavedUnderBlanksWhichStayForTheNextTime) {
-    answer("  ", "Save");
+    answer(" \t ", "Save");
     EXPECT_TRUE(names().empty());
     EXPECT_FALSE(pm->showSavePreset);
     button("Save Current Settings")->click();
-    EXPECT_EQ(field()->text(), "  ");
+    EXPECT_EQ(field()->text(), " \t ");
+    field()->setText("\u00a0");
+    control<QPushButton>(*alert(), "Save")->click();
+    EXPECT_EQ(names(), std::vector<std::string>{"\u00a0"}) << "which is no space and no tab";
 }
 
 TEST_F(PresetsTest, areForgottenByCancel) {

@@ -180,6 +180,10 @@ TEST_F(SizingTest, sumsUpTheMargins) {
     EXPECT_NE(textShown(*panel, "T 10.0  B 10.0  L 10.0  R 10.0 mm"), nullptr);
     pm->imageWidthMM = 139;
     EXPECT_NE(textShown(*panel, "T 10.0  B 10.0  L 35.5  R 35.5 mm"), nullptr);
+    pm->imageSizeCentered = false;
+    pm->imageSizeMarginTop = -5;
+    pm->imageSizeMarginLeft = 70.96;
+    EXPECT_NE(textShown(*panel, "T -5.0  B 25.0  L 71.0  R 0.0 mm"), nullptr);
     pm->sizingMode = SizingMode::margins;
     EXPECT_EQ(textShown(*panel, "Margins:"), nullptr);
 }

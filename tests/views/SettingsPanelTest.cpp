@@ -68,6 +68,9 @@ TEST_F(PanelTest, listsPrintersWithBlanksForUnderscores) {
     Picker* printers = picker("Printer");
     ASSERT_EQ(printers->count(), 1);
     EXPECT_EQ(printers->itemText(0), "Photo Printer A3");
+    pm->availablePrinters = std::vector<Printer>{{"x", "__"}};
+    refreshed();
+    EXPECT_EQ(printers->itemText(0), "  ");
     EXPECT_EQ(pm->selectedPrinterID.get(), "Photo_Printer_A3");
 }
 

@@ -5,7 +5,6 @@
 
 #include <QAbstractItemView>
 #include <QAccessibleWidget>
-#include <QVBoxLayout>
 
 namespace lumivert {
 
@@ -108,15 +107,16 @@ private:
     StepSlider* m_slider;
 };
 
-constexpr QLatin1String noticeName("notice");
+constexpr const char* roleProperty = "accessibleRole";
 
 QAccessibleInterface* makeAccessible(const QString&, QObject* object) {
     if (auto* picker = qobject_cast<Picker*>(object))
         return new AccessiblePicker(picker);
     if (auto* slider = qobject_cast<StepSlider*>(object))
         return new AccessibleStepSlider(slider);
-    if (object->isWidgetType() && object->objectName() == noticeName)
-        return new QAccessibleWidget(static_cast<QWidget*>(object), QAccessible::AlertMessage);
+    if (const QVariant role = object->property(roleProperty); role.isValid())
+        return new QAccessibleWidget(static_cast<QWidget*>(object),
+                                     static_cast<QAccessible::Role>(role.toInt()));
     return nullptr;
 }
 
@@ -127,14 +127,10 @@ void installAccessibility() {
         (QAccessible::installFactory(makeAccessible), true);
 }
 
-QWidget* notice(QWidget* child) {
+QWidget* withRole(QAccessible::Role role, QWidget* widget) {
     installAccessibility();
-    auto* holder = new QWidget;
-    holder->setObjectName(noticeName);
-    auto* layout = new QVBoxLayout(holder);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(child);
-    return holder;
+    widget->setProperty(roleProperty, role);
+    return widget;
 }
 
 void announce(QWidget* widget, const QString& message, bool assertive) {

@@ -5,7 +5,7 @@
 #include <QApplication>
 #include <QEvent>
 #include <QFontDatabase>
-#include <QPalette>
+#include <QPainter>
 #include <QPointer>
 #include <QWidget>
 
@@ -98,6 +98,10 @@ private:
 
 } // namespace
 
+QColor active(const QPalette& palette, QPalette::ColorRole role) {
+    return palette.color(QPalette::Active, role);
+}
+
 double contrastRatio(const QColor& a, const QColor& b) {
     const auto [darker, lighter] = std::minmax({luminance(a), luminance(b)});
     return (lighter + 0.05) / (darker + 0.05);
@@ -150,8 +154,8 @@ QFont fontFor(TextSize size, const QFont& base) {
 
 QColor colorFor(Tone tone, const QPalette& palette) {
     constexpr double contrast = leastContrast * groupTint;
-    const QColor ground = palette.color(QPalette::Active, QPalette::Window);
-    const QColor text = palette.color(QPalette::Active, QPalette::WindowText);
+    const QColor ground = active(palette, QPalette::Window);
+    const QColor text = active(palette, QPalette::WindowText);
     switch (tone) {
     case Tone::primary:
         break;
@@ -170,27 +174,34 @@ QColor colorFor(Tone tone, const QPalette& palette) {
 QColor accentFill(const QPalette& palette, bool down) {
     constexpr double downShare = 1.4;
     constexpr double smoothing = 1.1; // which the edges of small letters cost
-    return readableOn(palette.color(QPalette::Active, QPalette::HighlightedText),
-                      palette.color(QPalette::Active, QPalette::Highlight),
+    return readableOn(active(palette, QPalette::HighlightedText),
+                      active(palette, QPalette::Highlight),
                       leastContrast * smoothing * (down ? downShare : 1));
 }
 
 QColor partColor(const QPalette& palette) {
-    const QColor ground = palette.color(QPalette::Active, QPalette::Window);
+    const QColor ground = active(palette, QPalette::Window);
     return readableOn(ground, ground, leastPartContrast * groupTint);
 }
 
 QColor focusColor(const QPalette& palette) {
-    return readableOn(palette.color(QPalette::Active, QPalette::Window),
-                      palette.color(QPalette::Active, QPalette::Highlight),
+    return readableOn(active(palette, QPalette::Window), active(palette, QPalette::Highlight),
                       leastPartContrast * groupTint);
 }
 
 QColor previewGround(const QPalette& palette) {
-    const QColor base = palette.color(QPalette::Active, QPalette::Base);
-    const QColor text = palette.color(QPalette::Active, QPalette::Text);
-    const int grey = qGray(mixed(base, text, luminance(base) > 0.5 ? 0.13 : 0.02).rgb());
+    const QColor base = active(palette, QPalette::Base);
+    const double share = luminance(base) > 0.5 ? 0.13 : 0.02;
+    const int grey = qGray(mixed(base, active(palette, QPalette::Text), share).rgb());
     return {grey, grey, grey};
+}
+
+void paintRounded(QPainter& painter, const QRectF& rect, double radius, const QBrush& fill,
+                  const QPen& outline) {
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(outline);
+    painter.setBrush(fill);
+    painter.drawRoundedRect(rect, radius, radius);
 }
 
 void whenAppearanceChanges(QWidget* widget, std::function<void()> apply) {

@@ -2,10 +2,12 @@
 
 #include <QColor>
 #include <QFont>
+#include <QPalette>
+#include <QPen>
 
 #include <functional>
 
-class QPalette;
+class QPainter;
 class QWidget;
 
 namespace lumivert {
@@ -16,6 +18,9 @@ enum class Tone { primary, secondary, divider, warning, error };
 
 /// WCAG 2.1, 1.4.3: what small text must keep against its ground.
 inline constexpr double leastContrast = 4.5;
+
+/// A colour of a window in use: one that another covers keeps its looks.
+[[nodiscard]] QColor active(const QPalette& palette, QPalette::ColorRole role);
 
 /// The contrast of two opaque colours, 1 to 21 (WCAG 2.1, "contrast ratio").
 [[nodiscard]] double contrastRatio(const QColor& a, const QColor& b);
@@ -33,8 +38,11 @@ inline constexpr double leastContrast = 4.5;
 /// WCAG 2.1, 1.4.11: what the parts of a control must keep against their ground.
 inline constexpr double leastPartContrast = 3;
 
-/// What controls painted by the program have in common, in points.
+/// The corners of what the program paints itself, in points.
 inline constexpr double controlRadius = 3;
+
+void paintRounded(QPainter& painter, const QRectF& rect, double radius, const QBrush& fill,
+                  const QPen& outline = Qt::NoPen);
 
 /// The desktop's accent colour, dark or light enough for HighlightedText on it; `down`: while it is
 /// pressed.

@@ -1,12 +1,10 @@
 #include "views/controls/Builders.h"
 
-#include "views/controls/Labels.h"
-
-#include <QApplication>
 #include <QEvent>
 #include <QFrame>
 #include <QGroupBox>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QLineEdit>
 #include <QSpinBox>
 #include <QVBoxLayout>
@@ -24,8 +22,7 @@ constexpr const char* overhangProperty = "overhang";
 void add(QBoxLayout& layout, QWidget* child) {
     const auto policy = child->sizePolicy().horizontalPolicy();
     const bool natural = policy == QSizePolicy::Fixed || policy == QSizePolicy::Maximum;
-    const bool vertical = layout.direction() == QBoxLayout::TopToBottom;
-    layout.addWidget(child, 0, natural && vertical ? Qt::AlignLeft : Qt::Alignment());
+    layout.addWidget(child, 0, natural ? Qt::AlignLeft : Qt::Alignment());
 }
 
 QWidget* stack(QBoxLayout::Direction direction, int spacing, Children children) {
@@ -38,29 +35,12 @@ QWidget* stack(QBoxLayout::Direction direction, int spacing, Children children) 
     return holder;
 }
 
-QLabel* plainLabel(const QString& content, TextSize size, Tone tone) {
-    auto* label = new QLabel(content);
-    label->setTextFormat(Qt::PlainText);
-    setTextStyle(label, size, tone);
-    return label;
-}
-
-QWidget* following(QLabel* label, TextSource content) {
-    whenRefreshed(label, [label, content = std::move(content)] {
-        const QString text = content();
-        if (label->text() != text)
-            label->setText(text);
-    });
-    return label;
-}
-
-/// Lays out `holder` as a row of the label and the control.
+/// A row of the label and the control, in `holder` where there is one.
 QWidget* labelled(const QString& label, QWidget* control, QWidget* holder = new QWidget) {
-    QLabel* name = plainLabel(label, TextSize::body, Tone::primary);
+    auto* name = static_cast<QLabel*>(text(label));
     name->setObjectName(pickerLabelName);
     name->setBuddy(control);
     control->setAccessibleName(label);
-
     auto* layout = new QHBoxLayout(holder);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(8);
@@ -86,12 +66,6 @@ protected:
 
 } // namespace
 
-QMargins mirrored(const QMargins& margins) {
-    return QApplication::isRightToLeft()
-               ? QMargins(margins.right(), margins.top(), margins.left(), margins.bottom())
-               : margins;
-}
-
 QWidget* column(int spacing, Children children) {
     return stack(QBoxLayout::TopToBottom, spacing, children);
 }
@@ -107,15 +81,17 @@ QWidget* group(const QString& title, int spacing, Children children) {
     int overhang = 0;
     for (const QWidget* child : children)
         overhang = std::max(overhang, child->property(overhangProperty).toInt());
-    layout->setContentsMargins(mirrored({10 - overhang, 6 + padding, 10, 6 + padding}));
+    layout->setContentsMargins(10 - overhang, 6 + padding, 10 - overhang, 6 + padding);
     layout->setSpacing(spacing);
     for (QWidget* child : children) {
-        // A layout has no negative margins: all others are indented instead.
-        auto* around = new QVBoxLayout;
-        const int indent = overhang - child->property(overhangProperty).toInt();
-        around->setContentsMargins(mirrored({indent, 0, 0, 0}));
-        add(*around, child);
-        layout->addLayout(around);
+        // A layout has no negative margins: all others are indented instead; by spaces, which are
+        // mirrored with the text.
+        auto* line = new QHBoxLayout;
+        line->setSpacing(0);
+        line->addSpacing(overhang - child->property(overhangProperty).toInt());
+        add(*line, child);
+        line->addSpacing(overhang);
+        layout->addLayout(line);
         for (QWidget* control : child->findChildren<QWidget*>())
             if (qobject_cast<Picker*>(control) || qobject_cast<SegmentedPicker*>(control))
                 control->setAccessibleDescription(title);
@@ -146,76 +122,6 @@ QWidget* padded(int padding, QWidget* child) {
 QWidget* overhanging(int overhang, QWidget* child) {
     child->setProperty(overhangProperty, overhang);
     return child;
-}
-
-QWidget* visibleWhen(std::function<bool()> condition, QWidget* widget) {
-    showWhen(widget, std::move(condition));
-    return widget;
-}
-
-QWidget* text(const QString& content, TextSize size, Tone tone) {
-    return plainLabel(content, size, tone);
-}
-
-QWidget* text(TextSource content, TextSize size, Tone tone) {
-    return following(plainLabel({}, size, tone), std::move(content));
-}
-
-QWidget* paragraph(const QString& content, TextSize size, Tone tone) {
-    QLabel* label = plainLabel(content, size, tone);
-    label->setWordWrap(true);
-    return label;
-}
-
-QWidget* elidedText(TextSource content, TextSize size) {
-    auto* label = new ElidedLabel(Qt::ElideMiddle);
-    setTextStyle(label, size, Tone::primary);
-    return following(label, std::move(content));
-}
-
-QWidget* numberText(TextSource content, TextSize size, Tone tone) {
-    auto* label = new FittedLabel(QString(), Qt::AlignRight);
-    label->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
-    setTextStyle(label, size, tone);
-    whenRefreshed(label, [label, content] { label->setToolTip(content()); });
-    return following(label, std::move(content));
-}
-
-QWidget* selectableText(TextSource content, TextSize size, Tone tone) {
-    auto* view = new WrappedText;
-    setTextStyle(view, size, tone);
-    whenRefreshed(view, [view, content = std::move(content)] { view->setShownText(content()); });
-    return view;
-}
-
-QWidget* button(const QString& title, std::function<void()> action, ButtonOptions options) {
-    auto* button = new ActionButton(title, options.icon, options.size, options.prominent);
-    button->setAccessibleName(title);
-    button->setSizePolicy(options.fullWidth ? QSizePolicy::Minimum : QSizePolicy::Fixed,
-                          QSizePolicy::Fixed);
-    button->setAutoDefault(false);
-    button->setShortcut(options.shortcut);
-    if (!options.shortcut.isEmpty())
-        button->setToolTip(QStringLiteral("%1 (%2)").arg(
-            title, options.shortcut.toString(QKeySequence::NativeText)));
-    if (options.enabledWhen)
-        whenRefreshed(button, [button, enabled = std::move(options.enabledWhen)] {
-            button->setEnabled(enabled());
-        });
-    QObject::connect(button, &QPushButton::clicked, button, std::move(action));
-    return button;
-}
-
-QWidget* toggle(const QString& label, Binding<bool> value) {
-    auto* box = new CheckBox(label);
-    box->setAccessibleName(label);
-    whenRefreshed(box, [box, get = value.get] {
-        const QSignalBlocker blocker(box);
-        box->setChecked(get());
-    });
-    // Not clicked: assistive technology toggles.
-    QObject::connect(box, &QCheckBox::toggled, box, std::move(value.set));
-    return box;
 }
 
 QWidget* numberField(const QString& label, Binding<int> value, int least, int most) {

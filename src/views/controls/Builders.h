@@ -1,21 +1,15 @@
 #pragma once
 
-#include "views/controls/Appearance.h"
 #include "views/controls/Buttons.h"
 #include "views/controls/Focus.h"
+#include "views/controls/Labels.h"
 #include "views/controls/Picker.h"
 #include "views/controls/Refresh.h"
 
-#include <QKeySequence>
 #include <QLayout>
-#include <QMargins>
-#include <QString>
 
 #include <algorithm>
-#include <functional>
 #include <initializer_list>
-#include <optional>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -25,11 +19,6 @@
 namespace lumivert {
 
 using Children = std::initializer_list<QWidget*>;
-using TextSource = std::function<QString()>;
-
-/// Margins meant for a text that runs from left to right, as the application's direction has them
-/// (layouts mirror what they hold, not what is around it).
-[[nodiscard]] QMargins mirrored(const QMargins& margins);
 
 /// Children from top to bottom, `spacing` between those that are shown. One of a fixed or maximum
 /// width stands at the left, the others are stretched.
@@ -45,38 +34,6 @@ using TextSource = std::function<QString()>;
 [[nodiscard]] QWidget* padded(int padding, QWidget* child);
 /// The child, `overhang` further to the left than what stands above and below it in its group.
 [[nodiscard]] QWidget* overhanging(int overhang, QWidget* child);
-/// `widget`, shown while `condition` holds.
-[[nodiscard]] QWidget* visibleWhen(std::function<bool()> condition, QWidget* widget);
-
-/// Plain text on one line.
-[[nodiscard]] QWidget* text(const QString& content, TextSize size = TextSize::body,
-                            Tone tone = Tone::primary);
-[[nodiscard]] QWidget* text(TextSource content, TextSize size = TextSize::body,
-                            Tone tone = Tone::primary);
-/// Plain text that wraps between words.
-[[nodiscard]] QWidget* paragraph(const QString& content, TextSize size, Tone tone);
-/// Plain text on one line, cut in its middle where it does not fit.
-[[nodiscard]] QWidget* elidedText(TextSource content, TextSize size);
-/// Plain text with equally wide digits on one line, made smaller where it does not fit.
-[[nodiscard]] QWidget* numberText(TextSource content, TextSize size, Tone tone);
-/// Plain text that can be selected and that wraps anywhere where it has to.
-[[nodiscard]] QWidget* selectableText(TextSource content, TextSize size, Tone tone);
-
-struct ButtonOptions {
-    ButtonSize size = ButtonSize::regular;
-    std::optional<Icon> icon = {};
-    /// Stretched to the full width, the label centred.
-    bool fullWidth = false;
-    /// Filled with the accent colour.
-    bool prominent = false;
-    QKeySequence shortcut = {};
-    std::function<bool()> enabledWhen = {};
-};
-
-[[nodiscard]] QWidget* button(const QString& title, std::function<void()> action,
-                              ButtonOptions options = {});
-
-[[nodiscard]] QWidget* toggle(const QString& label, Binding<bool> value);
 
 /// A label beside a field for a whole number from `least` to `most`, which also bound what is
 /// shown. Only a person's change writes. The labels line up with those of pickers.

@@ -1,80 +1,123 @@
 #include "views/controls/Buttons.h"
 
 #include "views/controls/Appearance.h"
+#include "views/controls/Refresh.h"
 
-#include <QPainter>
+#include <QCheckBox>
+#include <QPushButton>
 #include <QStyleOptionButton>
 #include <QStylePainter>
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace lumivert {
 
-ActionButton::ActionButton(const QString& title, std::optional<Icon> icon, ButtonSize size,
-                           bool prominent)
-    : QPushButton(title)
-    , m_size(size)
-    , m_prominent(prominent) {
-    if (icon) {
-        setIcon(lineIcon(*icon, prominent ? IconTint::onAccent : IconTint::buttonText));
-        setIconSize(iconSize() + QSize(4, 0)); // of which the text stays clear
+namespace {
+
+class ActionButton : public QPushButton {
+public:
+    ActionButton(const QString& title, ButtonSize size, bool prominent)
+        : QPushButton(title)
+        , m_size(size)
+        , m_prominent(prominent) {}
+
+    QSize sizeHint() const override {
+        const QSize hint = QPushButton::sizeHint();
+        constexpr int room = 14;
+        return {hint.width() + room,
+                m_size == ButtonSize::large ? hint.height() * 5 / 4 : hint.height()};
     }
-    if (size == ButtonSize::small)
-        setTextStyle(this, TextSize::callout, Tone::primary);
-}
+    QSize minimumSizeHint() const override { return sizeHint(); }
 
-QSize ActionButton::sizeHint() const {
-    const QSize hint = QPushButton::sizeHint();
-    constexpr int room = 14;
-    return {hint.width() + room,
-            m_size == ButtonSize::large ? hint.height() * 5 / 4 : hint.height()};
-}
-
-void ActionButton::paintEvent(QPaintEvent*) {
-    QStylePainter painter(this);
-    QStyleOptionButton option;
-    initStyleOption(&option);
-    option.state &= ~QStyle::State_HasFocus; // the window draws a ring
-    if (!m_prominent || !isEnabled()) {
-        painter.drawControl(QStyle::CE_PushButton, option);
-        return;
+protected:
+    void initStyleOption(QStyleOptionButton* option) const override {
+        QPushButton::initStyleOption(option);
+        option->state &= ~QStyle::State_HasFocus; // the window draws a ring
     }
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(accentFill(palette(), isDown()));
-    painter.drawRoundedRect(rect(), controlRadius, controlRadius);
-    option.palette.setColor(QPalette::ButtonText,
-                            palette().color(QPalette::Active, QPalette::HighlightedText));
-    painter.drawControl(QStyle::CE_PushButtonLabel, option);
+    void paintEvent(QPaintEvent* event) override {
+        if (!m_prominent || !isEnabled())
+            return QPushButton::paintEvent(event);
+        QStyleOptionButton option;
+        initStyleOption(&option);
+        option.palette.setColor(QPalette::ButtonText, active(palette(), QPalette::HighlightedText));
+        QStylePainter painter(this);
+        paintRounded(painter, rect(), controlRadius, accentFill(palette(), isDown()));
+        painter.drawControl(QStyle::CE_PushButtonLabel, option);
+    }
+
+private:
+    ButtonSize m_size;
+    bool m_prominent;
+};
+
+class CheckBox : public QCheckBox {
+public:
+    using QCheckBox::QCheckBox;
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QStylePainter painter(this);
+        QStyleOptionButton option;
+        initStyleOption(&option);
+        const QRectF room = style()->subElementRect(QStyle::SE_CheckBoxIndicator, &option, this);
+        option.rect = style()->subElementRect(QStyle::SE_CheckBoxContents, &option, this);
+        painter.drawControl(QStyle::CE_CheckBoxLabel, option);
+
+        const double side = std::min(room.width(), room.height()) - 1;
+        const QRectF box(room.center() - QPointF(side, side) / 2, QSizeF(side, side));
+        const QColor empty = palette().color(isDown() ? QPalette::Window : QPalette::Base);
+        paintRounded(painter, box, 2, isChecked() ? accentFill(palette(), isDown()) : empty,
+                     partColor(palette()));
+        if (!isChecked())
+            return;
+        painter.setPen(QPen(active(palette(), QPalette::HighlightedText), side / 8, Qt::SolidLine,
+                            Qt::RoundCap, Qt::RoundJoin));
+        const std::array tick{QPointF(0.22, 0.52) * side, QPointF(0.42, 0.72) * side,
+                              QPointF(0.78, 0.28) * side};
+        painter.translate(box.topLeft());
+        painter.drawPolyline(tick.data(), tick.size());
+    }
+};
+
+} // namespace
+
+QWidget* button(const QString& title, std::function<void()> action, const ButtonOptions& options) {
+    auto* button = new ActionButton(title, options.size, options.prominent);
+    button->setAccessibleName(title);
+    button->setSizePolicy(options.fullWidth ? QSizePolicy::Minimum : QSizePolicy::Fixed,
+                          QSizePolicy::Fixed);
+    button->setAutoDefault(false);
+    if (options.size == ButtonSize::small)
+        setTextStyle(button, TextSize::callout, Tone::primary);
+    if (options.icon) {
+        button->setIcon(
+            lineIcon(*options.icon, options.prominent ? IconTint::onAccent : IconTint::buttonText));
+        button->setIconSize(button->iconSize() + QSize(4, 0)); // of which the text stays clear
+    }
+    if (!options.shortcut.isEmpty()) {
+        button->setShortcut(options.shortcut);
+        button->setToolTip(QStringLiteral("%1 (%2)").arg(
+            title, options.shortcut.toString(QKeySequence::NativeText)));
+    }
+    if (options.enabledWhen)
+        whenRefreshed(button,
+                      [button, enabled = options.enabledWhen] { button->setEnabled(enabled()); });
+    QObject::connect(button, &QPushButton::clicked, button, std::move(action));
+    return button;
 }
 
-void CheckBox::paintEvent(QPaintEvent*) {
-    QStyleOptionButton option;
-    initStyleOption(&option);
-    QPainter painter(this);
-    const QRect label = style()->subElementRect(QStyle::SE_CheckBoxContents, &option, this);
-    const auto alignment =
-        QStyle::visualAlignment(layoutDirection(), Qt::AlignLeft | Qt::AlignVCenter);
-    painter.setPen(palette().color(QPalette::WindowText));
-    painter.drawText(label, static_cast<int>(alignment) | Qt::TextSingleLine, text());
-
-    const QRectF room = style()->subElementRect(QStyle::SE_CheckBoxIndicator, &option, this);
-    const double side = std::min(room.width(), room.height()) - 1;
-    const QRectF box(room.center() - QPointF(side, side) / 2, QSizeF(side, side));
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(partColor(palette()));
-    painter.setBrush(isChecked() ? accentFill(palette(), isDown())
-                                 : palette().color(isDown() ? QPalette::Window : QPalette::Base));
-    painter.drawRoundedRect(box, 2, 2);
-    if (!isChecked())
-        return;
-    painter.setPen(QPen(palette().color(QPalette::Active, QPalette::HighlightedText), side / 8,
-                        Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-    const std::array tick{QPointF(0.22, 0.52), QPointF(0.42, 0.72), QPointF(0.78, 0.28)};
-    painter.translate(box.topLeft());
-    painter.drawPolyline(std::array{tick[0] * side, tick[1] * side, tick[2] * side}.data(),
-                         tick.size());
+QWidget* toggle(const QString& label, Binding<bool> value) {
+    auto* box = new CheckBox(label);
+    box->setAccessibleName(label);
+    whenRefreshed(box, [box, get = value.get] {
+        const QSignalBlocker blocker(box);
+        box->setChecked(get());
+    });
+    // Not clicked: assistive technology toggles.
+    QObject::connect(box, &QCheckBox::toggled, box, std::move(value.set));
+    return box;
 }
 
 } // namespace lumivert

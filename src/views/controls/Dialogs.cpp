@@ -1,10 +1,8 @@
 #include "views/controls/Dialogs.h"
 
-#include "views/controls/Appearance.h"
-#include "views/controls/Focus.h"
+#include "views/controls/Builders.h"
 
-#include <QHBoxLayout>
-#include <QLabel>
+#include <QDialog>
 #include <QLineEdit>
 #include <QPointer>
 #include <QPushButton>
@@ -16,109 +14,77 @@ namespace lumivert {
 
 namespace {
 
-class Presentation : public QObject {
-public:
-    Presentation(QWidget* window, Published<bool>& flag, std::function<QDialog*(QWidget*)> make,
-                 std::function<void(QDialog&, int)> finished)
-        : QObject(window)
-        , m_window(window)
-        , m_flag(flag)
-        , m_make(std::move(make))
-        , m_finished(std::move(finished))
-        , m_subscription(flag.subscribe([this] { follow(); })) {
-        follow();
-    }
+/// What is open for a flag; a child of its window.
+struct Presentation : QObject {
+    using QObject::QObject;
 
-private:
-    void follow() {
-        if (m_flag.get() == !m_dialog.isNull())
-            return;
-        if (m_dialog) {
-            // Closed by code: nobody answered.
-            QDialog* dialog = std::exchange(m_dialog, nullptr);
-            dialog->disconnect(this);
-            dialog->reject();
-            dialog->deleteLater();
-            return;
-        }
-        m_dialog = m_make(m_window);
-        connect(m_dialog, &QDialog::finished, this, &Presentation::close);
-        m_dialog->open();
-    }
-    void close(int result) {
-        QDialog* dialog = std::exchange(m_dialog, nullptr);
-        dialog->deleteLater();
-        m_flag = false;
-        // What follows may hold up the event loop, which would leave the dialog's picture where it
-        // was.
-        m_window->repaint();
-        m_finished(*dialog, result);
-    }
-
-    QWidget* m_window;
-    Published<bool>& m_flag;
-    std::function<QDialog*(QWidget*)> m_make;
-    std::function<void(QDialog&, int)> m_finished;
-    QPointer<QDialog> m_dialog;
-    Subscription m_subscription;
+    QPointer<QDialog> dialog;
+    Subscription subscription;
 };
-
-QLabel* plainLabel(const QString& text) {
-    auto* label = new QLabel(text);
-    label->setTextFormat(Qt::PlainText);
-    return label;
-}
 
 } // namespace
 
-Alert::Alert(QWidget* parent, const QString& title, const QString& message,
-             const QString& acceptLabel)
-    : QDialog(parent)
-    , m_accept(new QPushButton(acceptLabel)) {
-    setWindowTitle(title);
-    setAccessibleName(title);
-    setAccessibleDescription(message);
-    QLabel* heading = plainLabel(title);
-    setTextStyle(heading, TextSize::headline, Tone::primary);
-    QLabel* body = plainLabel(message);
-    body->setWordWrap(true);
+QDialog* alert(QWidget* parent, const QString& title, const QString& message,
+               const QString& acceptLabel, QLineEdit* field) {
+    auto* dialog = new QDialog(parent);
+    dialog->setWindowTitle(title);
+    dialog->setAccessibleName(title);
+    dialog->setAccessibleDescription(message);
+    QWidget* body = paragraph(message, TextSize::body, Tone::primary);
     body->setMinimumWidth(260);
-
     // No QDialogButtonBox: it has the desktop's order.
-    auto* cancel = new QPushButton(tr("Cancel"));
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(m_accept);
-    buttons->addWidget(cancel);
-    auto* layout = new QVBoxLayout(this);
+    auto* accept = new QPushButton(acceptLabel);
+    auto* cancel = new QPushButton(QDialog::tr("Cancel"));
+    auto* layout = new QVBoxLayout(dialog);
     layout->setContentsMargins(20, 18, 20, 16);
     layout->setSpacing(8);
-    layout->addWidget(heading);
+    layout->addWidget(text(title, TextSize::headline));
     layout->addWidget(body);
+    if (field) {
+        field->setAccessibleName(field->placeholderText());
+        layout->addWidget(field);
+    }
     layout->addSpacing(8);
-    layout->addLayout(buttons);
+    layout->addWidget(row(6, {flexibleSpace(), accept, cancel}));
     layout->setSizeConstraint(QLayout::SetFixedSize);
 
-    m_accept->setDefault(true);
-    m_accept->setFocus();
-    connect(m_accept, &QPushButton::clicked, this, &QDialog::accept);
-    connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
-    ringFocusIn(this);
-}
-
-QLineEdit* Alert::addField(const QString& placeholder, const QString& content) {
-    auto* field = new QLineEdit(content, this);
-    field->setPlaceholderText(placeholder);
-    field->setAccessibleName(placeholder);
-    static_cast<QVBoxLayout*>(layout())->insertWidget(2, field);
-    setTabOrder(field, m_accept);
-    field->setFocus();
-    return field;
+    accept->setDefault(true);
+    (field ? static_cast<QWidget*>(field) : accept)->setFocus();
+    QObject::connect(accept, &QPushButton::clicked, dialog, &QDialog::accept);
+    QObject::connect(cancel, &QPushButton::clicked, dialog, &QDialog::reject);
+    ringFocusIn(dialog);
+    return dialog;
 }
 
 void present(QWidget* window, Published<bool>& flag, std::function<QDialog*(QWidget*)> make,
              std::function<void(QDialog&, int)> finished) {
-    new Presentation(window, flag, std::move(make), std::move(finished));
+    auto* shown = new Presentation(window);
+    const auto close = [window, &flag, shown, finished = std::move(finished)](int result) {
+        QDialog* dialog = std::exchange(shown->dialog, nullptr);
+        dialog->deleteLater();
+        flag = false;
+        // What follows may hold up the event loop, which would leave the dialog's picture where it
+        // was.
+        window->repaint();
+        finished(*dialog, result);
+    };
+    const auto follow = [window, &flag, shown, make = std::move(make), close] {
+        if (flag.get() == !shown->dialog.isNull())
+            return;
+        if (shown->dialog) {
+            // Closed by code: nobody answered.
+            QDialog* dialog = std::exchange(shown->dialog, nullptr);
+            dialog->disconnect(shown);
+            dialog->reject();
+            dialog->deleteLater();
+            return;
+        }
+        shown->dialog = make(window);
+        QObject::connect(shown->dialog, &QDialog::finished, shown, close);
+        shown->dialog->open();
+    };
+    shown->subscription = flag.subscribe(follow);
+    follow();
 }
 
 } // namespace lumivert

@@ -2,30 +2,21 @@
 
 #include "platform/Observable.h"
 
-#include <QDialog>
+#include <QString>
 
 #include <functional>
 
+class QDialog;
 class QLineEdit;
-class QPushButton;
+class QWidget;
 
 namespace lumivert {
 
-/// A title, a message, perhaps one text field, and two buttons: the default one, which accepts, and
-/// "Cancel", in this order on every desktop. Its accessible name and its window's title are the
-/// title.
-class Alert : public QDialog {
-    Q_OBJECT
-public:
-    Alert(QWidget* parent, const QString& title, const QString& message,
-          const QString& acceptLabel);
-
-    /// Adds the text field, with the focus.
-    QLineEdit* addField(const QString& placeholder, const QString& content);
-
-private:
-    QPushButton* m_accept;
-};
+/// A dialog of a title, a message, perhaps a text field, and two buttons: the default one, which
+/// accepts, and "Cancel", in this order on every desktop. Its accessible name and its window's
+/// title are the title; the field is called by its placeholder and has the focus.
+[[nodiscard]] QDialog* alert(QWidget* parent, const QString& title, const QString& message,
+                             const QString& acceptLabel, QLineEdit* field = nullptr);
 
 /// Binds a dialog to a flag, both ways, while `window` lives: the flag set opens one; the dialog
 /// closed by a person sets the flag back, once; the flag set back by code closes the dialog. `make`

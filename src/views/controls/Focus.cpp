@@ -34,11 +34,10 @@ public:
                      const QWidget* widget) const override {
         if (element != CE_FocusFrame)
             return QProxyStyle::drawControl(element, option, painter, widget);
-        painter->setRenderHint(QPainter::Antialiasing);
-        painter->setPen(QPen(focusColor(QApplication::palette()), penWidth));
         constexpr double inset = penWidth / 2.0;
-        painter->drawRoundedRect(QRectF(option->rect).adjusted(inset, inset, -inset, -inset),
-                                 controlRadius + inset, controlRadius + inset);
+        paintRounded(*painter, QRectF(option->rect).adjusted(inset, inset, -inset, -inset),
+                     controlRadius + inset, Qt::NoBrush,
+                     QPen(focusColor(QApplication::palette()), penWidth));
     }
 
 private:

@@ -22,15 +22,10 @@ QColor tintColor(IconTint tint, QIcon::Mode mode) {
     const QPalette palette = QApplication::palette();
     if (mode == QIcon::Disabled)
         return palette.color(QPalette::Disabled, QPalette::ButtonText);
-    switch (tint) {
-    case IconTint::buttonText:
-        break;
-    case IconTint::onAccent:
-        return palette.color(QPalette::Active, QPalette::HighlightedText);
-    case IconTint::secondary:
+    if (tint == IconTint::secondary)
         return colorFor(Tone::secondary, palette);
-    }
-    return palette.color(QPalette::Active, QPalette::ButtonText);
+    return active(palette,
+                  tint == IconTint::onAccent ? QPalette::HighlightedText : QPalette::ButtonText);
 }
 
 class LineIconEngine : public QIconEngine {
@@ -40,7 +35,18 @@ public:
         , m_tint(tint) {}
 
     void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State) override {
-        paintIcon(*painter, m_icon, rect, tintColor(m_tint, mode));
+        const double side = std::min(rect.width(), rect.height());
+        const double density = painter->device()->devicePixelRatioF();
+        QImage lines(QSizeF(side * density, side * density).toSize(),
+                     QImage::Format_ARGB32_Premultiplied);
+        lines.fill(Qt::transparent);
+        QPainter tinting(&lines);
+        QSvgRenderer(QStringLiteral(":/icons/%1.svg").arg(names[static_cast<std::size_t>(m_icon)]))
+            .render(&tinting);
+        tinting.setCompositionMode(QPainter::CompositionMode_SourceIn);
+        tinting.fillRect(lines.rect(), tintColor(m_tint, mode));
+        const QPointF corner = QRectF(rect).center() - QPointF(side, side) / 2;
+        painter->drawImage(QRectF(corner, QSizeF(side, side)), lines);
     }
     QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override {
         QPixmap pixmap(size);
@@ -57,20 +63,6 @@ private:
 };
 
 } // namespace
-
-void paintIcon(QPainter& painter, Icon icon, const QRectF& rect, const QColor& color) {
-    const double side = std::min(rect.width(), rect.height());
-    const double density = painter.device()->devicePixelRatioF();
-    QImage lines(QSizeF(side * density, side * density).toSize(),
-                 QImage::Format_ARGB32_Premultiplied);
-    lines.fill(Qt::transparent);
-    QPainter tinting(&lines);
-    QSvgRenderer(QStringLiteral(":/icons/%1.svg").arg(names[static_cast<std::size_t>(icon)]))
-        .render(&tinting);
-    tinting.setCompositionMode(QPainter::CompositionMode_SourceIn);
-    tinting.fillRect(lines.rect(), color);
-    painter.drawImage(QRectF(rect.center() - QPointF(side, side) / 2, QSizeF(side, side)), lines);
-}
 
 QIcon lineIcon(Icon icon, IconTint tint) {
     return QIcon(new LineIconEngine(icon, tint));

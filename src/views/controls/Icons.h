@@ -1,10 +1,6 @@
 #pragma once
 
-#include <QColor>
 #include <QIcon>
-#include <QRectF>
-
-class QPainter;
 
 namespace lumivert {
 
@@ -15,11 +11,8 @@ enum class Icon { photos, plus, printer, terminal, trash };
 /// Which colour of the palette tints an icon.
 enum class IconTint { buttonText, onAccent, secondary };
 
-/// Draws the icon as large as it fits into `rect`, its lines in `color`.
-void paintIcon(QPainter& painter, Icon icon, const QRectF& rect, const QColor& color);
-
-/// The icon for a control: drawn as lines at any size and pixel density, tinted from the
-/// application's palette as it is when it is painted.
+/// The icon, drawn as lines at any size and pixel density, tinted from the application's palette as
+/// it is when it is painted.
 [[nodiscard]] QIcon lineIcon(Icon icon, IconTint tint = IconTint::buttonText);
 
 } // namespace lumivert

@@ -1,50 +1,125 @@
 #include "views/controls/Labels.h"
 
-#include "views/controls/Appearance.h"
+#include "views/controls/Refresh.h"
 
-#include <QEvent>
+#include <QAbstractTextDocumentLayout>
 #include <QHelpEvent>
+#include <QLabel>
 #include <QPainter>
 #include <QStyle>
-#include <QStyleOption>
-#include <QTextDocument>
+#include <QTextEdit>
 #include <QToolTip>
-#include <QWheelEvent>
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace lumivert {
 
 namespace {
 
-// Digits are drawn in cells as wide as the widest of them; the rest as the font has it.
-class DigitLayout {
+/// The width of the text with its digits in cells as wide as the widest of them; painted from
+/// `baseline` on where there is a painter.
+double layOut(const QString& text, const QFont& font, QPainter* painter = nullptr,
+              QPointF baseline = {}) {
+    const QFontMetricsF metrics(font);
+    double cell = 0;
+    for (const QChar digit : QStringLiteral("0123456789"))
+        cell = std::max(cell, metrics.horizontalAdvance(digit));
+    const double start = baseline.x();
+    for (const QChar c : text) {
+        const double own = metrics.horizontalAdvance(c);
+        const double advance = c.isDigit() ? cell : own;
+        if (painter)
+            painter->drawText(baseline + QPointF((advance - own) / 2, 0), QString(c));
+        baseline.rx() += advance;
+    }
+    return baseline.x() - start;
+}
+
+class ElidedLabel : public QLabel {
 public:
-    explicit DigitLayout(const QFont& font)
-        : m_metrics(font) {
-        for (char16_t digit = u'0'; digit <= u'9'; ++digit)
-            m_cell = std::max(m_cell, m_metrics.horizontalAdvance(QChar(digit)));
+    explicit ElidedLabel(Qt::TextElideMode mode)
+        : m_mode(mode) {
+        setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     }
-    double advance(QChar c) const { return c.isDigit() ? m_cell : m_metrics.horizontalAdvance(c); }
-    double width(const QString& text) const {
-        double sum = 0;
-        for (const QChar c : text)
-            sum += advance(c);
-        return sum;
+    QSize minimumSizeHint() const override {
+        return {fontMetrics().averageCharWidth() * 4, QLabel::minimumSizeHint().height()};
     }
-    void draw(QPainter& painter, QPointF baseline, const QString& text) const {
-        for (const QChar c : text) {
-            const double slack = advance(c) - m_metrics.horizontalAdvance(c);
-            painter.drawText(baseline + QPointF(slack / 2, 0), QString(c));
-            baseline.rx() += advance(c);
-        }
+
+protected:
+    bool event(QEvent* event) override {
+        return answerWithWhole(this, event, shownText(), text()) || QLabel::event(event);
+    }
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        style()->drawItemText(&painter, contentsRect(), static_cast<int>(alignment()), palette(),
+                              isEnabled(), shownText(), foregroundRole());
     }
 
 private:
-    QFontMetricsF m_metrics;
-    double m_cell = 0;
+    QString shownText() const {
+        return fontMetrics().elidedText(text(), m_mode, contentsRect().width());
+    }
+
+    Qt::TextElideMode m_mode;
 };
+
+class FittedLabel : public QLabel {
+public:
+    explicit FittedLabel(const QString& reference)
+        : m_reference(reference) {}
+
+    QSize sizeHint() const override {
+        return {static_cast<int>(std::ceil(layOut(text(), font()))), fontMetrics().height()};
+    }
+    QSize minimumSizeHint() const override { return {0, fontMetrics().height()}; }
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        const QFont fitted = fittedFont();
+        const QRectF box = contentsRect();
+        const bool right = QStyle::visualAlignment(layoutDirection(), alignment()) & Qt::AlignRight;
+        const double x = right ? box.right() - layOut(text(), fitted) : box.left();
+        // The baseline of the unfitted font, so that a row's texts stand on one line.
+        const QFontMetricsF full(font());
+        const double y = box.top() + (box.height() - full.height()) / 2 + full.ascent();
+
+        QPainter painter(this);
+        painter.setFont(fitted);
+        painter.setPen(palette().color(foregroundRole()));
+        layOut(text(), fitted, &painter, {x, std::round(y)});
+    }
+
+private:
+    QFont fittedFont() const {
+        constexpr double least = 0.4;
+        constexpr double step = 0.02;
+        constexpr double edge = 1; // for what a glyph's smoothed edge takes beside its advance
+        const double room = contentsRect().width() - edge;
+        QFont fitted = font();
+        // Advances on whole pixels do not shrink evenly with the font: each step is measured.
+        for (double factor = 1 - step; factor >= least; factor -= step) {
+            if (std::max(layOut(m_reference, fitted), layOut(text(), fitted)) <= room)
+                break;
+            fitted = scaledFont(font(), factor);
+        }
+        return fitted;
+    }
+
+    QString m_reference;
+};
+
+QLabel* styled(QLabel* label, TextSize size, Tone tone) {
+    label->setTextFormat(Qt::PlainText);
+    setTextStyle(label, size, tone);
+    return label;
+}
+
+QWidget* following(QLabel* label, TextSource content) {
+    whenRefreshed(label, [label, content = std::move(content)] { label->setText(content()); });
+    return label;
+}
 
 } // namespace
 
@@ -60,126 +135,67 @@ bool answerWithWhole(QWidget* widget, QEvent* event, const QString& shown, const
     return true;
 }
 
-ElidedLabel::ElidedLabel(Qt::TextElideMode mode)
-    : m_mode(mode) {
-    setTextFormat(Qt::PlainText);
-    setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+QWidget* text(const QString& content, TextSize size, Tone tone) {
+    return styled(new QLabel(content), size, tone);
 }
 
-QString ElidedLabel::shownText() const {
-    return fontMetrics().elidedText(text(), m_mode, contentsRect().width());
+QWidget* text(TextSource content, TextSize size, Tone tone) {
+    return following(styled(new QLabel, size, tone), std::move(content));
 }
 
-QSize ElidedLabel::minimumSizeHint() const {
-    return {fontMetrics().averageCharWidth() * 4, QLabel::minimumSizeHint().height()};
+QWidget* paragraph(const QString& content, TextSize size, Tone tone) {
+    QLabel* label = styled(new QLabel(content), size, tone);
+    label->setWordWrap(true);
+    return label;
 }
 
-bool ElidedLabel::event(QEvent* event) {
-    return answerWithWhole(this, event, shownText(), text()) || QLabel::event(event);
+QWidget* elidedText(TextSource content, TextSize size, Tone tone, Qt::TextElideMode mode) {
+    return following(styled(new ElidedLabel(mode), size, tone), std::move(content));
 }
 
-void ElidedLabel::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    style()->drawItemText(&painter, contentsRect(), static_cast<int>(alignment()), palette(),
-                          isEnabled(), shownText(), foregroundRole());
+QLabel* fittedLabel(const QString& reference, Qt::Alignment alignment) {
+    auto* label = new FittedLabel(reference);
+    label->setTextFormat(Qt::PlainText);
+    label->setAlignment(alignment | Qt::AlignVCenter);
+    return label;
 }
 
-FittedLabel::FittedLabel(const QString& reference, Qt::Alignment alignment)
-    : m_reference(reference) {
-    setTextFormat(Qt::PlainText);
-    setAlignment(alignment | Qt::AlignVCenter);
+QWidget* numberText(TextSource content, TextSize size, Tone tone) {
+    QLabel* label = styled(fittedLabel({}, Qt::AlignRight), size, tone);
+    label->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    whenRefreshed(label, [label, content] { label->setToolTip(content()); });
+    return following(label, std::move(content));
 }
 
-QSize FittedLabel::sizeHint() const {
-    const double width = DigitLayout(font()).width(text());
-    return {static_cast<int>(std::ceil(width)), fontMetrics().height()};
-}
-
-QSize FittedLabel::minimumSizeHint() const {
-    return {0, fontMetrics().height()};
-}
-
-QFont FittedLabel::fittedFont() const {
-    constexpr double least = 0.4;
-    constexpr double step = 0.02;
-    constexpr double edge = 1; // for what a glyph's smoothed edge takes beside its advance
-    const double room = contentsRect().width() - edge;
-    QFont fitted = font();
-    for (double factor = 1 - step; factor >= least; factor -= step) {
-        // Advances on whole pixels do not shrink evenly with the font: each step is measured.
-        const DigitLayout layout(fitted);
-        if (std::max(layout.width(m_reference), layout.width(text())) <= room)
-            break;
-        fitted = scaledFont(font(), factor);
-    }
-    return fitted;
-}
-
-void FittedLabel::paintEvent(QPaintEvent*) {
-    const QFont fitted = fittedFont();
-    const DigitLayout layout(fitted);
-    const double width = layout.width(text());
-    const QRectF box = contentsRect();
-    const bool right = QStyle::visualAlignment(layoutDirection(), alignment()) & Qt::AlignRight;
-    const double x = right ? box.right() - width : box.left();
-    // The baseline of the unfitted font, so that a row's texts stand on one line.
-    const QFontMetricsF fullMetrics(font());
-    const double y = box.top() + (box.height() - fullMetrics.height()) / 2 + fullMetrics.ascent();
-
-    QPainter painter(this);
-    painter.setFont(fitted);
-    painter.setPen(palette().color(foregroundRole()));
-    layout.draw(painter, {x, std::round(y)}, text());
-}
-
-WrappedText::WrappedText() {
-    setReadOnly(true);
-    setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    setTabChangesFocus(true);
+QWidget* selectableText(TextSource content, TextSize size, Tone tone) {
+    auto* view = new QTextEdit;
+    view->setReadOnly(true);
+    view->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    view->setTabChangesFocus(true);
     // A drop is the window's.
-    setAcceptDrops(false);
-    viewport()->setAcceptDrops(false);
-    setFrameShape(QFrame::NoFrame);
-    setLineWrapMode(QTextEdit::WidgetWidth);
-    setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
-    viewport()->setAutoFillBackground(false);
-    document()->setDocumentMargin(0);
-}
-
-void WrappedText::setShownText(const QString& text) {
-    // Not what toPlainText() says, which has another sign for some, as for U+00A0.
-    if (m_shownText == text)
-        return;
-    m_shownText = text;
-    setPlainText(text);
-    setAccessibleName(text);
-    updateGeometry();
-}
-
-int WrappedText::heightForWidth(int width) const {
-    // A document of its own: laying out the shown one at another width would repaint it.
-    const std::unique_ptr<QTextDocument> measured(document()->clone());
-    measured->setDefaultFont(font());
-    measured->setDocumentMargin(0);
-    measured->setDefaultTextOption(document()->defaultTextOption());
-    measured->setTextWidth(std::max(1, width));
-    return static_cast<int>(std::ceil(measured->size().height()));
-}
-
-QSize WrappedText::sizeHint() const {
-    const int usual = fontMetrics().averageCharWidth() * 30;
-    return {usual, heightForWidth(usual)};
-}
-
-QSize WrappedText::minimumSizeHint() const {
-    return {fontMetrics().averageCharWidth() * 8, fontMetrics().height()};
-}
-
-void WrappedText::wheelEvent(QWheelEvent* event) {
-    event->ignore(); // the panel around it scrolls
+    view->setAcceptDrops(false);
+    view->viewport()->setAcceptDrops(false);
+    view->setFrameShape(QFrame::NoFrame);
+    view->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    view->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    view->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    view->viewport()->setAutoFillBackground(false);
+    view->document()->setDocumentMargin(0);
+    QObject::connect(view->document()->documentLayout(),
+                     &QAbstractTextDocumentLayout::documentSizeChanged, view,
+                     [view](const QSizeF& needed) {
+                         view->setFixedHeight(static_cast<int>(std::ceil(needed.height())));
+                     });
+    setTextStyle(view, size, tone);
+    whenRefreshed(view, [view, content = std::move(content), shown = QString()]() mutable {
+        const QString text = content();
+        // Not what toPlainText() says, which has another sign for some, as for U+00A0.
+        if (std::exchange(shown, text) == text)
+            return;
+        view->setPlainText(text);
+        view->setAccessibleName(text);
+    });
+    return view;
 }
 
 } // namespace lumivert

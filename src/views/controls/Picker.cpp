@@ -7,71 +7,20 @@
 
 #include <QAbstractItemView>
 #include <QHBoxLayout>
-#include <QPainterPath>
+#include <QPainter>
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollBar>
 #include <QSignalBlocker>
-#include <QStylePainter>
+#include <QStyleOptionComboBox>
 
 #include <algorithm>
 #include <utility>
 
 namespace lumivert {
 
-namespace {
-
-/// One of several buttons of which one is down.
-class Segment : public QPushButton {
-public:
-    explicit Segment(const PickerItem& item)
-        : QPushButton(QString::fromStdString(item.name)) {
-        setCheckable(true);
-        setAutoExclusive(true); // a radio button for assistive technology
-        setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
-    }
-
-    [[nodiscard]] int neededWidth() const {
-        return fontMetrics().horizontalAdvance(text()) + 2 * padding;
-    }
-
-protected:
-    bool event(QEvent* event) override {
-        return answerWithWhole(this, event, shownText(), text()) || QPushButton::event(event);
-    }
-    void paintEvent(QPaintEvent*) override {
-        // The whole control's shape, of which this is a part.
-        const QRectF whole =
-            QRectF(parentWidget()->rect()).translated(-pos()).adjusted(0.5, 0.5, -0.5, -0.5);
-        QPainterPath shape;
-        shape.addRoundedRect(whole, controlRadius, controlRadius);
-        const QColor ground = palette().color(QPalette::Active, QPalette::Button);
-        const QColor label = palette().color(QPalette::Active, QPalette::ButtonText);
-        const QColor onAccent = palette().color(QPalette::Active, QPalette::HighlightedText);
-
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.fillPath(shape, isChecked() ? accentFill(palette(), isDown()) : ground);
-        painter.setPen(partColor(palette()));
-        painter.drawPath(shape);
-        painter.setPen(isChecked() ? onAccent : readableOn(ground, label));
-        painter.drawText(rect(), Qt::AlignCenter | Qt::TextSingleLine, shownText());
-    }
-
-private:
-    static constexpr int padding = 6;
-
-    [[nodiscard]] QString shownText() const {
-        return fontMetrics().elidedText(text(), Qt::ElideRight, width() - padding);
-    }
-};
-
-} // namespace
-
-Picker::Picker(std::function<std::vector<PickerItem>()> items, Binding<std::string> selection,
-               QWidget* parent)
-    : QComboBox(parent)
-    , m_items(std::move(items))
+Picker::Picker(std::function<std::vector<PickerItem>()> items, Binding<std::string> selection)
+    : m_items(std::move(items))
     , m_selection(std::move(selection)) {
     installAccessibility();
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
@@ -106,29 +55,22 @@ void Picker::choose(int index) {
     refresh();
 }
 
-QString Picker::shownText() const {
-    QStyleOptionComboBox option;
-    initStyleOption(&option);
+void Picker::initStyleOption(QStyleOptionComboBox* option) const {
+    QComboBox::initStyleOption(option);
+    option->state &= ~QStyle::State_HasFocus; // the window draws a ring
     const QRect field =
-        style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, this);
-    return fontMetrics().elidedText(currentText(), Qt::ElideRight, field.width() - 4);
+        style()->subControlRect(QStyle::CC_ComboBox, option, QStyle::SC_ComboBoxEditField, this);
+    option->currentText =
+        fontMetrics().elidedText(currentText(), Qt::ElideRight, field.width() - 4);
 }
 
 bool Picker::event(QEvent* event) {
     // A tool tip of its own names the choice, too.
-    return (toolTip().isEmpty() && answerWithWhole(this, event, shownText(), currentText())) ||
-           QComboBox::event(event);
-}
-
-void Picker::paintEvent(QPaintEvent*) {
-    QStylePainter painter(this);
-    painter.setPen(palette().color(QPalette::Text));
+    if (event->type() != QEvent::ToolTip || !toolTip().isEmpty())
+        return QComboBox::event(event);
     QStyleOptionComboBox option;
     initStyleOption(&option);
-    option.state &= ~QStyle::State_HasFocus; // the window draws a ring
-    option.currentText = shownText();
-    painter.drawComplexControl(QStyle::CC_ComboBox, option);
-    painter.drawControl(QStyle::CE_ComboBoxLabel, option);
+    return answerWithWhole(this, event, option.currentText, currentText());
 }
 
 void Picker::showPopup() {
@@ -141,41 +83,77 @@ void Picker::showPopup() {
     QComboBox::showPopup();
 }
 
+/// One of several buttons of which one is down.
+struct SegmentedPicker::Segment : QPushButton {
+    explicit Segment(const PickerItem& item)
+        : QPushButton(QString::fromStdString(item.name))
+        , id(item.id) {
+        setCheckable(true);
+        setAutoExclusive(true); // a radio button for assistive technology
+        setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    }
+    [[nodiscard]] int neededWidth() const {
+        return fontMetrics().horizontalAdvance(text()) + 2 * padding;
+    }
+
+    const std::string id;
+
+protected:
+    bool event(QEvent* event) override {
+        return answerWithWhole(this, event, shownText(), text()) || QPushButton::event(event);
+    }
+    void paintEvent(QPaintEvent*) override {
+        const QColor ground = active(palette(), QPalette::Button);
+        // The whole control's shape, of which this is a part.
+        const QRectF whole = QRectF(parentWidget()->rect()).translated(-pos());
+        QPainter painter(this);
+        paintRounded(painter, whole.adjusted(0.5, 0.5, -0.5, -0.5), controlRadius,
+                     isChecked() ? accentFill(palette(), isDown()) : ground, partColor(palette()));
+        painter.setPen(isChecked() ? active(palette(), QPalette::HighlightedText)
+                                   : readableOn(ground, active(palette(), QPalette::ButtonText)));
+        painter.drawText(rect(), Qt::AlignCenter | Qt::TextSingleLine, shownText());
+    }
+
+private:
+    static constexpr int padding = 6;
+
+    [[nodiscard]] QString shownText() const {
+        return fontMetrics().elidedText(text(), Qt::ElideRight, width() - padding);
+    }
+};
+
 SegmentedPicker::SegmentedPicker(const std::vector<PickerItem>& items,
-                                 Binding<std::string> selection, QWidget* parent)
-    : QWidget(parent)
-    , m_items(items)
-    , m_selection(std::move(selection)) {
+                                 Binding<std::string> selection)
+    : m_selection(std::move(selection)) {
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(0);
     for (const PickerItem& item : items) {
-        auto* segment = new Segment(item);
+        Segment* segment = m_segments.emplace_back(new Segment(item));
         row->addWidget(segment);
         // Not clicked: assistive technology toggles.
-        connect(segment, &QPushButton::toggled, this, [this, id = item.id](bool isDown) {
-            if (isDown && id != m_selection.get())
-                m_selection.set(id);
+        connect(segment, &QPushButton::toggled, this, [this, segment](bool isDown) {
+            if (isDown && segment->id != m_selection.get())
+                m_selection.set(segment->id);
         });
     }
     whenAppearanceChanges(this, [this, row] {
-        for (int i = 0; i < row->count(); ++i)
-            row->setStretch(i, static_cast<Segment*>(row->itemAt(i)->widget())->neededWidth());
+        for (Segment* segment : m_segments)
+            row->setStretchFactor(segment, segment->neededWidth());
     });
 }
 
 int SegmentedPicker::neededWidth() const {
     int width = 0;
-    for (int i = 0; i < layout()->count(); ++i)
-        width += static_cast<const Segment*>(layout()->itemAt(i)->widget())->neededWidth();
+    for (const Segment* segment : m_segments)
+        width += segment->neededWidth();
     return width;
 }
 
 void SegmentedPicker::refresh() {
-    for (std::size_t i = 0; i < m_items.size(); ++i)
-        if (m_items[i].id == m_selection.get())
-            static_cast<Segment*>(layout()->itemAt(static_cast<int>(i))->widget())
-                ->setChecked(true);
+    for (Segment* segment : m_segments)
+        if (segment->id == m_selection.get())
+            segment->setChecked(true);
 }
 
 } // namespace lumivert

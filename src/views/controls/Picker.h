@@ -26,8 +26,7 @@ struct PickerItem {
 class Picker : public QComboBox {
     Q_OBJECT
 public:
-    Picker(std::function<std::vector<PickerItem>()> items, Binding<std::string> selection,
-           QWidget* parent = nullptr);
+    Picker(std::function<std::vector<PickerItem>()> items, Binding<std::string> selection);
 
     /// Shows the items and the selection as they are now, without writing.
     void refresh();
@@ -36,11 +35,10 @@ public:
 
 protected:
     bool event(QEvent* event) override;
-    void paintEvent(QPaintEvent* event) override;
+    void initStyleOption(QStyleOptionComboBox* option) const override;
 
 private:
     void choose(int index);
-    [[nodiscard]] QString shownText() const;
 
     std::function<std::vector<PickerItem>()> m_items;
     Binding<std::string> m_selection;
@@ -53,8 +51,7 @@ private:
 class SegmentedPicker : public QWidget {
     Q_OBJECT
 public:
-    SegmentedPicker(const std::vector<PickerItem>& items, Binding<std::string> selection,
-                    QWidget* parent = nullptr);
+    SegmentedPicker(const std::vector<PickerItem>& items, Binding<std::string> selection);
 
     void refresh();
 
@@ -62,7 +59,8 @@ public:
     [[nodiscard]] int neededWidth() const;
 
 private:
-    std::vector<PickerItem> m_items;
+    struct Segment;
+    std::vector<Segment*> m_segments;
     Binding<std::string> m_selection;
 };
 

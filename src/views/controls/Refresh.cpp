@@ -15,16 +15,14 @@ namespace {
 class Attachment : public QObject {
     Q_OBJECT
 public:
-    enum class Kind { condition, refresh };
-
-    Attachment(QWidget* served, Kind what, std::function<void()> how)
+    Attachment(QWidget* served, bool decides, std::function<void()> how)
         : QObject(served)
         , widget(served)
-        , kind(what)
+        , isCondition(decides)
         , apply(std::move(how)) {}
 
     QWidget* const widget;
-    const Kind kind;
+    const bool isCondition;
     const std::function<void()> apply;
 };
 
@@ -35,14 +33,8 @@ public:
         , m_root(root)
         , m_subscription(source.subscribe([this] { schedule(); })) {}
 
-    bool event(QEvent* event) override {
-        if (event->type() != QEvent::User)
-            return QObject::event(event);
-        refresh();
-        return true;
-    }
-
 protected:
+    void customEvent(QEvent*) override { refresh(); }
     // A control that a person works before the posted event arrives would act on what it shows.
     bool eventFilter(QObject*, QEvent* event) override {
         if (event->isInputEvent())
@@ -71,28 +63,27 @@ private:
 
 } // namespace
 
-void showWhen(QWidget* widget, std::function<bool()> condition) {
-    new Attachment(widget, Attachment::Kind::condition, [widget, shown = std::move(condition)] {
-        const bool isShown = shown();
+QWidget* visibleWhen(std::function<bool()> condition, QWidget* widget) {
+    new Attachment(widget, true, [widget, condition = std::move(condition)] {
+        const bool isShown = condition();
         if (isShown == widget->isHidden())
             widget->setVisible(isShown);
     });
+    return widget;
 }
 
 void whenRefreshed(QWidget* widget, std::function<void()> refresh) {
-    new Attachment(widget, Attachment::Kind::refresh, std::move(refresh));
+    new Attachment(widget, false, std::move(refresh));
 }
 
 void refreshTree(QWidget* root) {
     const QList<Attachment*> all = root->findChildren<Attachment*>();
     // Conditions first: a control that is about to be hidden may have nothing valid to show.
-    for (const Attachment* each : all)
-        if (each->kind == Attachment::Kind::condition)
-            each->apply();
-    for (const Attachment* each : all)
-        if (each->kind == Attachment::Kind::refresh &&
-            (each->widget == root || each->widget->isVisibleTo(root)))
-            each->apply();
+    for (const bool conditions : {true, false})
+        for (const Attachment* each : all)
+            if (each->isCondition == conditions &&
+                (conditions || each->widget == root || each->widget->isVisibleTo(root)))
+                each->apply();
 }
 
 void keepFresh(QWidget* root, const ObservableObject& source) {

@@ -12,8 +12,8 @@ class ObservableObject;
 // one subscription for the whole tree runs all of it once a turn of the event loop, however many
 // notifications there were. Nothing runs before keepFresh (or refreshTree) is called.
 
-/// `condition` decides whether `widget` is shown.
-void showWhen(QWidget* widget, std::function<bool()> condition);
+/// `widget`, shown while `condition` holds.
+QWidget* visibleWhen(std::function<bool()> condition, QWidget* widget);
 
 /// `refresh` brings `widget` up to date. It is not called while the widget, or what holds it, is
 /// not shown by its conditions; it is called in the refresh that shows it.

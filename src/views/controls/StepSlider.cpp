@@ -46,8 +46,8 @@ int StepScale::held(double position) const {
     return static_cast<int>(std::min(position, static_cast<double>(lastPosition())));
 }
 
-StepSlider::StepSlider(Binding<double> value, QWidget* parent)
-    : QSlider(Qt::Horizontal, parent)
+StepSlider::StepSlider(Binding<double> value)
+    : QSlider(Qt::Horizontal)
     , m_value(std::move(value)) {
     installAccessibility();
     setSingleStep(1);
@@ -71,14 +71,12 @@ void StepSlider::prepareStep(int action) {
     const double stored = m_value.get();
     const bool up = action == SliderSingleStepAdd;
     const bool down = action == SliderSingleStepSub;
-    const int next = up     ? m_scale.positionAbove(stored)
-                     : down ? m_scale.positionBelow(stored)
-                            : sliderPosition();
-    setSliderPosition(next);
+    if (up || down)
+        setSliderPosition(up ? m_scale.positionAbove(stored) : m_scale.positionBelow(stored));
     // Where the knob stands there already, though the value does not, nothing else would write.
-    const double offered = m_scale.valueAt(next);
+    const double offered = m_scale.valueAt(sliderPosition());
     const bool beyond = (up && stored > offered) || (down && stored < offered);
-    if (next == value() && stored != offered && !beyond)
+    if (sliderPosition() == value() && stored != offered && !beyond)
         m_value.set(offered);
 }
 
@@ -101,15 +99,11 @@ void StepSlider::paintEvent(QPaintEvent*) {
         passed.setRight(knob.center().x());
 
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(partColor(palette()));
-    painter.drawRoundedRect(groove, thickness / 2, thickness / 2);
-    painter.setBrush(focusColor(palette()));
-    painter.drawRoundedRect(passed, thickness / 2, thickness / 2);
-    painter.setPen(partColor(palette()));
-    painter.setBrush(palette().color(isSliderDown() ? QPalette::Midlight : QPalette::Button));
-    painter.drawRoundedRect(knob, radius, radius);
+    paintRounded(painter, groove, thickness / 2, partColor(palette()));
+    paintRounded(painter, passed, thickness / 2, focusColor(palette()));
+    paintRounded(painter, knob, radius,
+                 palette().color(isSliderDown() ? QPalette::Midlight : QPalette::Button),
+                 partColor(palette()));
 }
 
 } // namespace lumivert

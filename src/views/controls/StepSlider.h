@@ -35,7 +35,7 @@ private:
 class StepSlider : public QSlider {
     Q_OBJECT
 public:
-    explicit StepSlider(Binding<double> value, QWidget* parent = nullptr);
+    explicit StepSlider(Binding<double> value);
 
     /// Shows the bound value on `scale`, without writing.
     void refresh(const StepScale& scale);

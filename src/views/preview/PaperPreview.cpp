@@ -2,19 +2,20 @@
 
 #include "manager/PrintManager.h"
 #include "platform/ScreenColors.h"
+#include "views/controls/Accessibility.h"
 #include "views/controls/Appearance.h"
 #include "views/controls/Labels.h"
 #include "views/controls/Refresh.h"
 #include "views/preview/PreviewTexts.h"
 #include "views/preview/SheetShadow.h"
 
-#include <QAccessibleWidget>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <QScreen>
 #include <QWindow>
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -22,14 +23,10 @@ namespace lumivert {
 
 namespace {
 
+constexpr double padding = 40;
 constexpr double cornerRadius = 2;
 constexpr double outlineWidth = 0.5;
 constexpr double outlineDash = 4;
-
-QAccessibleInterface* accessiblePicture(const QString&, QObject* object) {
-    auto* preview = qobject_cast<PaperPreview*>(object);
-    return preview ? new QAccessibleWidget(preview, QAccessible::Graphic) : nullptr;
-}
 
 /// Edges at the nearest device pixels, counted from the view's corner, which itself need not lie on
 /// one: `origin` is the view's place in its window.
@@ -46,16 +43,33 @@ QRect onPixels(RectPoints rect, QPointF origin, double pixelRatio) {
 
 } // namespace
 
-PaperPreview::PaperPreview(PrintManager& pm, ScreenColors* screens, QWidget* parent)
-    : QWidget(parent)
-    , m_pm(pm)
+PaperPreviewLayout paperPreviewLayout(double width, double height, const OrientedPaper& paper,
+                                      const Margins& margins, bool borderless) {
+    const RectPoints sheet = fitRect({paper.widthMM, paper.heightMM},
+                                     {padding, padding, width - 2 * padding, height - 2 * padding});
+    const double scaleX = sheet.width / paper.widthMM;
+    const double scaleY = sheet.height / paper.heightMM;
+    const Margins shown{.top = scaleY * margins.top,
+                        .bottom = scaleY * margins.bottom,
+                        .left = scaleX * margins.left,
+                        .right = scaleX * margins.right};
+    RectPoints printable = printableRect({sheet.width, sheet.height}, shown);
+    printable.y = shown.top; // y runs downwards here
+    const SizePoints framed{std::max(printable.width, 1.0), std::max(printable.height, 1.0)};
+    const bool anyMargin = std::max({margins.top, margins.bottom, margins.left, margins.right}) > 0;
+    return {.sheet = sheet,
+            .frame = actualSizeRect(framed, printable),
+            .outlined = !borderless && anyMargin};
+}
+
+PaperPreview::PaperPreview(PrintManager& pm, ScreenColors* screens)
+    : m_pm(pm)
     , m_screens(screens) {
     if (screens)
         m_screenSubscription = screens->subscribe([this] { refresh(); });
     setAttribute(Qt::WA_OpaquePaintEvent);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
-    [[maybe_unused]] static const bool installed =
-        (QAccessible::installFactory(accessiblePicture), true);
+    withRole(QAccessible::Graphic, this);
     setAccessibleName(tr("Paper preview"));
     connect(&m_photo, &PhotoLayer::settled, this, &PaperPreview::updateSheet);
     whenRefreshed(this, [this] { refresh(); });

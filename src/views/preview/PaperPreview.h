@@ -1,7 +1,7 @@
 #pragma once
 
+#include "manager/PageGeometry.h"
 #include "platform/Observable.h"
-#include "views/preview/PaperPreviewLayout.h"
 #include "views/preview/PhotoLayer.h"
 
 #include <QRect>
@@ -12,14 +12,31 @@ namespace lumivert {
 class PrintManager;
 class ScreenColors;
 
+/// Where the sheet, the photo and the outline lie, in the view's own units (device-independent
+/// pixels), y downwards.
+struct PaperPreviewLayout {
+    /// In the view's coordinates. Without area where the view has no room for a sheet.
+    RectPoints sheet;
+    /// The image's box and the outline, in the sheet's coordinates; at least 1 each way.
+    RectPoints frame;
+    bool outlined = false;
+
+    bool operator==(const PaperPreviewLayout&) const = default;
+};
+
+/// The sheet centred in a view of `width` by `height`, as large as fits with 40 left free on every
+/// side, and the area that `margins` (millimetres) leave on it.
+[[nodiscard]] PaperPreviewLayout paperPreviewLayout(double width, double height,
+                                                    const OrientedPaper& paper,
+                                                    const Margins& margins, bool borderless);
+
 /// The sheet of paper with the photo on it as it will print. Draws what `pm` says whenever that
 /// changes, but only what has changed. The photo is shown in the colours of the screen that the
 /// window is on; `screens` may be null, for sRGB.
 class PaperPreview : public QWidget {
     Q_OBJECT
 public:
-    explicit PaperPreview(PrintManager& pm, ScreenColors* screens = nullptr,
-                          QWidget* parent = nullptr);
+    explicit PaperPreview(PrintManager& pm, ScreenColors* screens = nullptr);
 
     [[nodiscard]] const PaperPreviewLayout& currentLayout() const { return m_picture.layout; }
     /// Whether the photo was last painted as well as it can be.

@@ -223,7 +223,8 @@ TEST_F(BuildersTest, elidedTextKeepsToItsWidthAndTellsTheWholeInItsToolTip) {
     name.append(".jpg");
     model.words = name;
     refreshed();
-    auto& label = dynamic_cast<QLabel&>(build(elidedText(words(), TextSize::headline)));
+    auto& label = dynamic_cast<QLabel&>(
+        build(elidedText(words(), TextSize::headline, Tone::primary, Qt::ElideMiddle)));
     EXPECT_EQ(root->width(), 270);
     EXPECT_EQ(label.text().toStdString(), model.words.get()) << "whole for assistive technology";
     QHelpEvent help(QEvent::ToolTip, {5, 5}, label.mapToGlobal(QPoint(5, 5)));
@@ -241,7 +242,7 @@ TEST_F(BuildersTest, selectableTextWrapsAWordThatIsTooLong) {
     model.words = std::string(300, 'x');
     refreshed();
     auto& view =
-        dynamic_cast<WrappedText&>(build(selectableText(words(), TextSize::caption, Tone::error)));
+        dynamic_cast<QTextEdit&>(build(selectableText(words(), TextSize::caption, Tone::error)));
     EXPECT_EQ(view.width(), 270);
     EXPECT_GT(view.height(), 5 * view.fontMetrics().height());
     EXPECT_EQ(view.document()->size().width(), 270);
@@ -265,8 +266,8 @@ TEST_F(BuildersTest, selectableTextGrowsWithItsText) {
 }
 
 TEST_F(BuildersTest, selectableTextKeepsASelectionWhileItsTextStays) {
-    auto& view = dynamic_cast<WrappedText&>(
-        build(selectableText(words(), TextSize::caption, Tone::primary)));
+    auto& view =
+        dynamic_cast<QTextEdit&>(build(selectableText(words(), TextSize::caption, Tone::primary)));
     for (const char* text : {"one", "a b", "a\u00a0b", "a\nb\n", "a\u2029b"}) {
         model.words = text;
         refreshed();
@@ -330,7 +331,8 @@ TEST(FittedLabel, makesItsFontSmallerUntilTheReferenceFits) {
     const QString summary = "T 20.0  B 20.0  L 35.5  R 35.5 mm";
     for (double points = 9; points <= 16; points += 0.5)
         for (const QString& text : {QString("888.8 mm"), QString("1234.5 mm"), summary}) {
-            FittedLabel label("888.8 mm", Qt::AlignRight);
+            const std::unique_ptr<QLabel> made(fittedLabel("888.8 mm", Qt::AlignRight));
+            QLabel& label = *made;
             label.setFont(scaledFont(QApplication::font(), points / 9));
             label.setText(text);
             label.resize(text == summary ? 175 : 55, 30);
@@ -338,7 +340,8 @@ TEST(FittedLabel, makesItsFontSmallerUntilTheReferenceFits) {
             EXPECT_GE(first, 1) << text.toStdString() << " at " << points;
             EXPECT_GE(last, label.width() - 5) << "at the right";
         }
-    FittedLabel label("888.8 mm", Qt::AlignRight);
+    const std::unique_ptr<QLabel> made(fittedLabel("888.8 mm", Qt::AlignRight));
+    QLabel& label = *made;
     label.setFont(scaledFont(QApplication::font(), 16.0 / 9));
     label.setText("297.0 mm");
     label.resize(55, 30);
@@ -349,7 +352,8 @@ TEST(FittedLabel, makesItsFontSmallerUntilTheReferenceFits) {
 }
 
 TEST(FittedLabel, keepsDigitsEquallyWide) {
-    FittedLabel label(QString(), Qt::AlignLeft);
+    const std::unique_ptr<QLabel> made(fittedLabel({}, Qt::AlignLeft));
+    QLabel& label = *made;
     label.setFont(QFont("DejaVu Serif", 20));
     label.setText("111.1");
     const int ones = label.sizeHint().width();
@@ -362,7 +366,8 @@ TEST(FittedLabel, paintsDigitsEquallyWide) {
     const QFontMetrics metrics(font);
     if (metrics.horizontalAdvance("111111") == metrics.horizontalAdvance("000000"))
         GTEST_SKIP() << "this machine lacks fonts-goudybookletter";
-    FittedLabel label(QString(), Qt::AlignLeft);
+    const std::unique_ptr<QLabel> made(fittedLabel({}, Qt::AlignLeft));
+    QLabel& label = *made;
     label.setFont(font);
     label.resize(400, 60);
     // The stroke behind them moves only as far as the digits' cells let it.

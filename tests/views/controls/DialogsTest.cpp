@@ -2,10 +2,12 @@
 
 #include "views/controls/ControlFixture.h"
 
-#include <QDialogButtonBox>
+#include <QDialog>
 #include <QLineEdit>
 #include <QProxyStyle>
 #include <QPushButton>
+
+#include <memory>
 
 namespace lumivert {
 namespace {
@@ -23,7 +25,7 @@ protected:
             &window, model.flag,
             [this](QWidget* parent) {
                 ++made;
-                return dialog = new Alert(parent, "Title", "Message", "Accept");
+                return dialog = alert(parent, "Title", "Message", "Accept");
             },
             [this](QDialog&, int result) {
                 results.push_back(result);
@@ -37,7 +39,7 @@ protected:
     Model model;
     NotificationCount notifications{model};
     QWidget window;
-    QPointer<Alert> dialog;
+    QPointer<QDialog> dialog;
     int made = 0;
     std::vector<int> results;
     bool flagSeen = true;
@@ -78,7 +80,7 @@ TEST_F(PresentationTest, closesWhenCodeSetsTheFlagBack) {
     bind();
     model.flag = true;
     notifications.taken();
-    const QPointer<Alert> shownDialog = dialog;
+    const QPointer<QDialog> shownDialog = dialog;
     model.flag = false;
     EXPECT_FALSE(shownDialog->isVisible());
     EXPECT_EQ(notifications.taken(), 1) << "not set back a second time";
@@ -117,33 +119,34 @@ TEST_F(PresentationTest, canBeOpenedAgainByItsAnswer) {
 }
 
 TEST(Alert, isCalledByItsTitleAndShowsItsMessage) {
-    Alert alert(nullptr, "Print", "A4\nGlossy & <b>more</b>", "Print");
-    EXPECT_EQ(alert.windowTitle(), "Print");
-    EXPECT_EQ(accessibleName(&alert), "Print");
-    EXPECT_NE(textShown(alert, "A4\nGlossy & <b>more</b>"), nullptr);
-    auto* accept = control<QPushButton>(alert, "Print");
+    const std::unique_ptr<QDialog> made(
+        alert(nullptr, "Print", "A4\nGlossy & <b>more</b>", "Print"));
+    EXPECT_EQ(made->windowTitle(), "Print");
+    EXPECT_EQ(accessibleName(made.get()), "Print");
+    EXPECT_NE(textShown(*made, "A4\nGlossy & <b>more</b>"), nullptr);
+    auto* accept = control<QPushButton>(*made, "Print");
     EXPECT_TRUE(accept->isDefault());
-    EXPECT_FALSE(control<QPushButton>(alert, "Cancel")->isDefault());
+    EXPECT_FALSE(control<QPushButton>(*made, "Cancel")->isDefault());
 }
 
 TEST(Alert, isAcceptedByReturn) {
-    Alert alert(nullptr, "Print", "message", "Print");
-    alert.show();
-    QTest::keyClick(&alert, Qt::Key_Return);
-    EXPECT_EQ(alert.result(), QDialog::Accepted);
-    EXPECT_FALSE(alert.isVisible());
+    const std::unique_ptr<QDialog> made(alert(nullptr, "Print", "message", "Print"));
+    made->show();
+    QTest::keyClick(made.get(), Qt::Key_Return);
+    EXPECT_EQ(made->result(), QDialog::Accepted);
+    EXPECT_FALSE(made->isVisible());
 }
 
 TEST(Alert, isAcceptedByReturnInItsField) {
-    Alert alert(nullptr, "Save Preset", "message", "Save");
-    QLineEdit* field = alert.addField("Preset name", " typed before ");
-    alert.show();
+    auto* field = new QLineEdit(" typed before ");
+    field->setPlaceholderText("Preset name");
+    const std::unique_ptr<QDialog> made(alert(nullptr, "Save Preset", "message", "Save", field));
+    made->show();
     EXPECT_EQ(field->text(), " typed before ");
-    EXPECT_EQ(field->placeholderText(), "Preset name");
     EXPECT_EQ(accessibleName(field), "Preset name");
-    EXPECT_EQ(alert.focusWidget(), field);
+    EXPECT_EQ(made->focusWidget(), field);
     QTest::keyClick(field, Qt::Key_Return);
-    EXPECT_EQ(alert.result(), QDialog::Accepted);
+    EXPECT_EQ(made->result(), QDialog::Accepted);
 }
 
 /// A desktop that has the button that accepts at the right.
@@ -164,28 +167,34 @@ class AlertTest : public testing::Test {
 protected:
     AlertTest() {
         QApplication::setStyle(new AcceptAtTheRight);
-        plain.show();
-        field = asking.addField("Preset name", "");
-        asking.show();
+        plain->show();
+        asking->show();
         QApplication::processEvents();
     }
     ~AlertTest() override { QApplication::setStyle("Fusion"); }
 
-    Alert plain{nullptr, "Print", "A4", "Print"};
-    Alert asking{nullptr, "Save Preset", "Enter a name for this preset", "Save"};
-    QLineEdit* field = nullptr;
+    static QLineEdit* fieldFor(const QString& placeholder) {
+        auto* field = new QLineEdit;
+        field->setPlaceholderText(placeholder);
+        return field;
+    }
+
+    QLineEdit* field = fieldFor("Preset name");
+    std::unique_ptr<QDialog> plain{alert(nullptr, "Print", "A4", "Print")};
+    std::unique_ptr<QDialog> asking{
+        alert(nullptr, "Save Preset", "Enter a name for this preset", "Save", field)};
 };
 
 TEST_F(AlertTest, hasItsButtonsInOneOrderOnEveryDesktop) {
-    EXPECT_LT(control<QPushButton>(plain, "Print")->x(),
-              control<QPushButton>(plain, "Cancel")->x());
-    EXPECT_LT(control<QPushButton>(asking, "Save")->x(),
-              control<QPushButton>(asking, "Cancel")->x());
+    EXPECT_LT(control<QPushButton>(*plain, "Print")->x(),
+              control<QPushButton>(*plain, "Cancel")->x());
+    EXPECT_LT(control<QPushButton>(*asking, "Save")->x(),
+              control<QPushButton>(*asking, "Cancel")->x());
 }
 
 TEST_F(AlertTest, isWalkedThroughInTheOrderShown) {
-    asking.activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&asking));
+    asking->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(asking.get()));
     QStringList names;
     for (int i = 0; i < 3; ++i) {
         names << accessibleName(QApplication::focusWidget());
@@ -195,16 +204,16 @@ TEST_F(AlertTest, isWalkedThroughInTheOrderShown) {
 }
 
 TEST_F(AlertTest, acceptsByReturnAndIsCancelledByEscape) {
-    EXPECT_TRUE(control<QPushButton>(plain, "Print")->isDefault());
+    EXPECT_TRUE(control<QPushButton>(*plain, "Print")->isDefault());
     QTest::keyClick(field, Qt::Key_Return);
-    EXPECT_EQ(asking.result(), QDialog::Accepted);
-    asking.show();
-    QTest::keyClick(&asking, Qt::Key_Escape);
-    EXPECT_FALSE(asking.isVisible());
-    EXPECT_EQ(asking.result(), QDialog::Rejected);
-    plain.setResult(QDialog::Accepted);
-    control<QPushButton>(plain, "Cancel")->click();
-    EXPECT_EQ(plain.result(), QDialog::Rejected);
+    EXPECT_EQ(asking->result(), QDialog::Accepted);
+    asking->show();
+    QTest::keyClick(asking.get(), Qt::Key_Escape);
+    EXPECT_FALSE(asking->isVisible());
+    EXPECT_EQ(asking->result(), QDialog::Rejected);
+    plain->setResult(QDialog::Accepted);
+    control<QPushButton>(*plain, "Cancel")->click();
+    EXPECT_EQ(plain->result(), QDialog::Rejected);
 }
 
 } // namespace

@@ -15,7 +15,7 @@ TEST(Icons, lieOnTheirGrid) {
         QImage image(96, 96, QImage::Format_ARGB32_Premultiplied); // four pixels a unit
         image.fill(Qt::transparent);
         QPainter painter(&image);
-        paintIcon(painter, icon, image.rect(), Qt::black);
+        lineIcon(icon).paint(&painter, image.rect());
         painter.end();
         QRect ink;
         for (int y = 0; y < image.height(); ++y)

@@ -1,11 +1,12 @@
 #include "views/controls/MillimetreRow.h"
 
 #include "views/controls/ControlFixture.h"
-#include "views/controls/Labels.h"
 #include "views/controls/Refresh.h"
 #include "views/controls/StepSlider.h"
 
 #include <QLineEdit>
+
+#include <memory>
 
 namespace lumivert {
 namespace {
@@ -17,14 +18,13 @@ struct Model : ObservableObject {
 class MillimetreRowTest : public testing::Test {
 protected:
     MillimetreRowTest() {
-        row.describedAs("margin in millimetres");
         row.resize(268, row.sizeHint().height());
         keepFresh(&row, model);
         row.show();
         row.activateWindow();
         EXPECT_TRUE(QTest::qWaitForWindowActive(&row));
     }
-    FittedLabel* number() { return row.findChildren<FittedLabel*>().back(); }
+    QLabel* number() { return row.findChildren<QLabel*>().back(); }
     QLineEdit* field() {
         const auto fields = shown<QLineEdit>(row);
         return fields.empty() ? nullptr : fields.front();
@@ -37,7 +37,11 @@ protected:
     }
 
     Model model;
-    MillimetreRow row{"Top", binding(model.length), [] { return StepScale{0, 50, 0.5}; }};
+    std::unique_ptr<QWidget> made{
+        millimetreRow("Top", "margin in millimetres", binding(model.length), [] {
+            return StepScale{0, 50, 0.5};
+        })};
+    QWidget& row = *made;
 };
 
 TEST_F(MillimetreRowTest, tellsAssistiveTechnologyWhichLengthItIs) {

@@ -23,7 +23,7 @@ struct Tree {
     int refreshes = 0;
 
     Tree() {
-        showWhen(drawer, [this] { return model.open.get(); });
+        visibleWhen([this] { return model.open.get(); }, drawer);
         whenRefreshed(label, [this] {
             ++refreshes;
             label->setText(QString::number(model.number));
@@ -74,7 +74,7 @@ TEST(Refresh, appliesEveryConditionBeforeAnyRefresh) {
     bool sawHidden = false;
     auto* second = new QLabel(&root);
     whenRefreshed(first, [&] { sawHidden = second->isHidden(); });
-    showWhen(second, [&] { return model.open.get(); });
+    visibleWhen([&] { return model.open.get(); }, second);
     keepFresh(&root, model);
     EXPECT_TRUE(sawHidden);
 }

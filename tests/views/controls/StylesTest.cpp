@@ -77,10 +77,10 @@ protected:
                         button("Refresh", [] {}, {.size = ButtonSize::small}),
                         toggle("Borderless", binding(model.on)),
                         segmentedPicker("Mode", model.mode), picker("Scaling", model.scaling),
-                        new MillimetreRow("Top", binding(model.length),
-                                          [] {
-                                              return StepScale{0, 50};
-                                          }),
+                        millimetreRow("Top", "of the test", binding(model.length),
+                                      [] {
+                                          return StepScale{0, 50};
+                                      }),
                         flexibleSpace()}));
         root->layout()->setContentsMargins(16, 16, 16, 16);
         ringFocusIn(root.get());

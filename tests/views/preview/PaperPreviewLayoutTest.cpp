@@ -1,4 +1,4 @@
-#include "views/preview/PaperPreviewLayout.h"
+#include "views/preview/PaperPreview.h"
 
 #include <gtest/gtest.h>
 
