@@ -4,7 +4,8 @@ set(LUMIVERT_TEST_ENVIRONMENT
   "QT_HASH_SEED=0"
   "TZ=UTC"
   "GTEST_COLOR=no"
-  "ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1"
+  # A wrapped strndup() takes text without an end, which libxkbcommon has, for a mistake.
+  "ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1:intercept_strndup=0"
   "LSAN_OPTIONS=suppressions=${CMAKE_CURRENT_LIST_DIR}/lsan.supp:print_suppressions=0"
   "TSAN_OPTIONS=suppressions=${CMAKE_CURRENT_LIST_DIR}/tsan.supp"
   "UBSAN_OPTIONS=print_stacktrace=1")

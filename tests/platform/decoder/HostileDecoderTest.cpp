@@ -320,7 +320,7 @@ TEST(DecoderPool, growsByNothingOverFiveHundredPhotos) {
     for (int i = 0; i < 500; ++i)
         printOnce();
     EXPECT_EQ(entries("/proc/self/fd"), descriptors);
-    EXPECT_EQ(entries("/proc/self/task"), threads);
+    EXPECT_LE(entries("/proc/self/task"), threads); // those of earlier tests may have ended
 #if !defined(LUMIVERT_SANITIZED) // a sanitizer keeps what was freed for a while
     EXPECT_LT(residentPages(), pages + 256) << "more than 1 MiB";
 #endif
