@@ -52,10 +52,13 @@ ContentView::ContentView(PrintManager& pm, Dispatcher& dispatcher, ProvidersOf p
     , m_printSystem(std::move(printSystem)) {
     setAcceptDrops(true);
     setAccessibleName(QStringLiteral("Lumivert"));
+    // Made first, and so refreshed first: when the invitation goes with the focus on it, that finds
+    // "Change Image..." in its place.
+    auto* settings = new SettingsPanel(pm);
     auto* split = new QSplitter(Qt::Horizontal, this);
     split->setChildrenCollapsible(false);
     split->addWidget(new PreviewPanel(pm, screens));
-    split->addWidget(new SettingsPanel(pm));
+    split->addWidget(settings);
     split->setStretchFactor(0, 1);
     split->setStretchFactor(1, 0);
     split->setMinimumSize(leastSize);

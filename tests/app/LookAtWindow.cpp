@@ -1,6 +1,6 @@
 // lumivert_look FOLDER [PHOTO…]: paints the window in its states, light and dark, into PNG files in
 // FOLDER. The print system is made up; photos are decoded for real. QT_SCALE_FACTOR=2 for the other
-// density.
+// density, QT_STYLE_OVERRIDE=Windows for another style.
 
 #include "app/SystemServices.h"
 #include "fakes/FakePlatform.h"
@@ -16,6 +16,7 @@
 #include <QPalette>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QStyle>
 #include <QStyleFactory>
 
 #include <iostream>
@@ -158,7 +159,8 @@ void lookAt(const Look& look, const QStringList& photos, const AppServices& serv
 
 int main(int argc, char** argv) {
     QApplication application(argc, argv);
-    QApplication::setStyle(QStyleFactory::create("Fusion"));
+    if (!qEnvironmentVariableIsSet("QT_STYLE_OVERRIDE"))
+        QApplication::setStyle(QStyleFactory::create("Fusion"));
     const QStringList arguments = QApplication::arguments();
     if (arguments.size() < 2) {
         std::cerr << "usage: lumivert_look FOLDER [PHOTO...]\n";
@@ -167,9 +169,13 @@ int main(int argc, char** argv) {
     QDir().mkpath(arguments[1]);
     SystemServices services;
     const QString density = qApp->devicePixelRatio() > 1 ? "-2x" : "";
-    const QPalette light(QColor(0xef, 0xef, 0xef));
-    QApplication::setPalette(light);
+    // Adwaita's are two styles, each with a palette of its own.
+    const bool isAdwaita = QApplication::style()->name().startsWith("adwaita");
+    QApplication::setPalette(isAdwaita ? QApplication::style()->standardPalette()
+                                       : QPalette(QColor(0xef, 0xef, 0xef)));
     lookAt({arguments[1], "-light" + density}, arguments.mid(2), services.appServices());
+    if (isAdwaita)
+        return 0;
     QApplication::setPalette(darkPalette());
     lookAt({arguments[1], "-dark" + density}, arguments.mid(2), services.appServices());
 }

@@ -318,6 +318,17 @@ TEST_F(ContentViewTest, printsNothingWhenThePrintIsCancelled) {
     EXPECT_FALSE(pm->lastCUPSCommand.get());
 }
 
+TEST_F(ContentViewTest, hasTheFocusOnTheChangeOfAPhotoThatIsDropped) {
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    EXPECT_EQ(accessibleName(QApplication::focusWidget()), "Choose File...");
+    window->handleDrop(providers(1));
+    requests[0].completion("file:///photos/one.jpg");
+    fakes.dispatcher.runMain();
+    refreshed();
+    EXPECT_EQ(accessibleName(QApplication::focusWidget()), "Change Image...");
+}
+
 TEST_F(ContentViewTest, refusesADropOfNothing) {
     EXPECT_FALSE(window->handleDrop({}));
 }

@@ -45,7 +45,7 @@ QDialog* alert(QWidget* parent, const QString& title, const QString& message,
         layout->addWidget(field);
     }
     layout->addSpacing(8);
-    layout->addWidget(row(6, {flexibleSpace(), accept, cancel}));
+    layout->addWidget(row(8, {flexibleSpace(), accept, cancel}));
     layout->setSizeConstraint(QLayout::SetFixedSize);
 
     accept->setDefault(true);

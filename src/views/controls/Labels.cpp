@@ -169,7 +169,6 @@ QWidget* numberText(TextSource content, TextSize size, Tone tone) {
 
 QWidget* selectableText(TextSource content, TextSize size, Tone tone) {
     auto* view = new QTextEdit;
-    view->setReadOnly(true);
     view->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     view->setTabChangesFocus(true);
     // A drop is the window's.
