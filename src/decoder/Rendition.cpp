@@ -31,9 +31,12 @@ VImage fitted(const VImage& image, PixelSize storedSize, int edge) {
     const int height = scaled(storedSize.height);
     if (width == image.width() && height == image.height())
         return image;
-    return image.resize(
-        static_cast<double>(width) / image.width(),
-        VImage::option()->set("vscale", static_cast<double>(height) / image.height()));
+    // Without a gap: in one step. Shrinking by a whole number first, as libvips does by itself,
+    // takes it ten times as long where many threads ask for rows.
+    return image.resize(static_cast<double>(width) / image.width(),
+                        VImage::option()
+                            ->set("vscale", static_cast<double>(height) / image.height())
+                            ->set("gap", 0.0));
 }
 
 } // namespace
