@@ -22,7 +22,7 @@ constexpr std::array<std::uint32_t, 3> strides{(steps + 1) * (steps + 1), steps 
 
 // Of 65535, at the points where a cell is measured. Of what every fifth plane shows of a kink,
 // every one has a fifth, wherever in the cell it is.
-constexpr int mostCoarseError = 257 / 4;
+constexpr int mostCoarseError = 257 / 3;
 constexpr int mostCoarseErrorOfFine = 257 * 2;
 constexpr int mostFineError = 257 / 2;
 
