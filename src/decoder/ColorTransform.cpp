@@ -45,36 +45,16 @@ Convert remembering(const Convert& exact, std::size_t outChannels) {
     };
 }
 
-struct Source {
-    VImage image;
-    Convert convert;
-};
-
-int generate(VipsRegion* out, void* sequence, void*, void* source, gboolean*) {
-    auto* in = static_cast<VipsRegion*>(sequence);
-    const VipsRect area = out->valid;
-    if (vips_region_prepare(in, &area) != 0)
-        return -1;
-    for (int y = area.top; y < area.top + area.height; ++y)
-        static_cast<const Source*>(source)->convert(VIPS_REGION_ADDR(in, area.left, y),
-                                                    VIPS_REGION_ADDR(out, area.left, y),
-                                                    static_cast<std::size_t>(area.width));
-    return 0;
-}
-
-VImage through(Convert convert, const VImage& image, int channels, int bits) {
-    // Let go when the image is finalised, after the last region of it.
-    const auto source = std::make_shared<Source>(Source{image, std::move(convert)});
-    VipsImage* out = vips_image_new();
-    VipsImage* in = image.get_image();
-    const VImage result = holding(VImage(out), source);
-    if (vips_image_pipelinev(out, VIPS_DEMAND_STYLE_THINSTRIP, in, nullptr) != 0)
-        throw vips::VError();
-    out->Bands = channels;
-    out->BandFmt = bits == 16 ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR;
-    if (vips_image_generate(out, vips_start_one, generate, vips_stop_one, in, source.get()) != 0)
-        throw vips::VError();
-    return result;
+VImage through(const Convert& convert, const VImage& image, int channels, int bits) {
+    return generated(image, channels, bits == 16 ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR,
+                     [convert](VipsRegion* out, VipsRegion* in) {
+                         const VipsRect& area = out->valid;
+                         for (int y = area.top; y < area.top + area.height; ++y)
+                             convert(VIPS_REGION_ADDR(in, area.left, y),
+                                     VIPS_REGION_ADDR(out, area.left, y),
+                                     static_cast<std::size_t>(area.width));
+                         return true;
+                     });
 }
 
 } // namespace
@@ -126,7 +106,7 @@ VImage converted(const VImage& image, const ColorRoute& route, int bits) {
         convert = colorTable(exactConversion(route, 8, 8), channels);
     else
         convert = colorGrid(exactConversion(route, 16, 16), channels);
-    return through(std::move(convert), image, channels, bits);
+    return through(convert, image, channels, bits);
 }
 
 } // namespace lumivert::decoder

@@ -19,28 +19,6 @@ namespace {
 using vips::VImage;
 using vips::VSource;
 
-int readOrNote(VipsRegion* out, void* sequence, void*, void*, gboolean*) {
-    auto* in = static_cast<VipsRegion*>(sequence);
-    VipsRect* area = &out->valid;
-    if (vips_region_prepare(in, area) == 0 &&
-        vips_region_region(out, in, area, area->left, area->top) == 0)
-        return 0;
-    noteDamage();
-    return -1;
-}
-
-// The same rows, not copied. Libvips forgets that a thread failed to read some when another found
-// none left to do in the meantime: here it is noted.
-VImage watched(const VImage& loaded) {
-    const VImage rows = holding(VImage(vips_image_new()), std::make_shared<VImage>(loaded));
-    if (vips_image_pipelinev(rows.get_image(), VIPS_DEMAND_STYLE_ANY, loaded.get_image(),
-                             nullptr) != 0 ||
-        vips_image_generate(rows.get_image(), vips_start_one, readOrNote, vips_stop_one,
-                            loaded.get_image(), nullptr) != 0)
-        throw vips::VError();
-    return rows;
-}
-
 VImage load(const PhotoFormat& format, const VSource& source,
             vips::VOption* options = VImage::option()) {
     VImage image;
@@ -48,7 +26,11 @@ VImage load(const PhotoFormat& format, const VSource& source,
                                            ->set("source", source)
                                            ->set("access", VIPS_ACCESS_SEQUENTIAL)
                                            ->set("fail_on", VIPS_FAIL_ON_TRUNCATED));
-    return watched(image);
+    // The same rows, not copied; those that cannot be read are noted.
+    return generated(image, image.bands(), image.format(), [](VipsRegion* out, VipsRegion* in) {
+        VipsRect* area = &out->valid;
+        return vips_region_region(out, in, area, area->left, area->top) == 0;
+    });
 }
 
 Bytes embeddedProfile(const VImage& image) {

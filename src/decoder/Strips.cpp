@@ -29,6 +29,20 @@ int takeRegion(VipsRegion* region, VipsRect* area, void* take) {
     return (*static_cast<TakeRows*>(take))(rows, area->top) ? 0 : -1;
 }
 
+struct Generator {
+    VImage from;
+    FillRegion fill;
+};
+
+int generate(VipsRegion* out, void* sequence, void*, void* generator, gboolean*) {
+    auto* in = static_cast<VipsRegion*>(sequence);
+    if (vips_region_prepare(in, &out->valid) == 0 &&
+        static_cast<const Generator*>(generator)->fill(out, in))
+        return 0;
+    noteDamage();
+    return -1;
+}
+
 Descriptor namelessFile() {
     const char* folder = std::getenv("TMPDIR");
     const std::string path = folder && *folder == '/' ? folder : "/tmp";
@@ -65,6 +79,21 @@ void forEachStrip(const VImage& image, const TakeRows& take) {
     // then finds nothing wrong: the message is what stays.
     if (vips_sink_disc(image.get_image(), takeRegion, &context) != 0 || isDamaged())
         throw vips::VError();
+}
+
+VImage generated(const VImage& from, int bands, VipsBandFormat format, FillRegion fill) {
+    // Let go when the image is finalised, after the last region of it.
+    const auto generator = std::make_shared<Generator>(Generator{from, std::move(fill)});
+    const VImage result = holding(VImage(vips_image_new()), generator);
+    VipsImage* out = result.get_image();
+    VipsImage* in = from.get_image();
+    if (vips_image_pipelinev(out, VIPS_DEMAND_STYLE_THINSTRIP, in, nullptr) != 0)
+        throw vips::VError();
+    out->Bands = bands;
+    out->BandFmt = format;
+    if (vips_image_generate(out, vips_start_one, generate, vips_stop_one, in, generator.get()) != 0)
+        throw vips::VError();
+    return result;
 }
 
 VImage holding(const VImage& image, Memory memory) {

@@ -19,6 +19,15 @@ using TakeRows = std::function<bool(std::span<const std::byte> rows, int top)>;
 /// returns false.
 void forEachStrip(const vips::VImage& image, const TakeRows& take);
 
+/// Fills what is valid of `out` from `in`, which has the same place ready. False where it cannot.
+using FillRegion = std::function<bool(VipsRegion* out, VipsRegion* in)>;
+
+/// An image of the same size that `fill` makes of this one as its rows are asked for, on any number
+/// of threads at once. Libvips forgets that a thread failed when another found no rows left to do
+/// in the meantime: rows that cannot be read are noted as damage. Throws vips::VError.
+[[nodiscard]] vips::VImage generated(const vips::VImage& from, int bands, VipsBandFormat format,
+                                     FillRegion fill);
+
 /// The image, which keeps what its pixels look at as long as it lives.
 [[nodiscard]] vips::VImage holding(const vips::VImage& image, std::shared_ptr<const void> memory);
 
