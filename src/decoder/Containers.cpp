@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <memory>
+#include <stdexcept>
 #include <tiffio.h>
 
 namespace lumivert::decoder {
@@ -51,6 +52,11 @@ template <class Value>
 Value field(TIFF* file, std::uint32_t tag, Value missing = {}) {
     Value value = missing;
     return TIFFGetFieldDefaulted(file, tag, &value) ? value : missing;
+}
+
+PixelSize sizeOf(TIFF* file) {
+    return {static_cast<int>(field<std::uint32_t>(file, TIFFTAG_IMAGEWIDTH)),
+            static_cast<int>(field<std::uint32_t>(file, TIFFTAG_IMAGELENGTH))};
 }
 
 } // namespace
@@ -127,17 +133,26 @@ TiffFacts readTiff(ByteView bytes) {
     facts.isPicture = photometric <= PHOTOMETRIC_ITULAB && !isDng && !isCanonRaw && below.empty() &&
                       !(field<std::uint32_t>(file, TIFFTAG_SUBFILETYPE) & FILETYPE_REDUCEDIMAGE);
     facts.isIccLab = photometric == PHOTOMETRIC_ICCLAB;
+    const auto compression = field<std::uint16_t>(file, TIFFTAG_COMPRESSION);
+    facts.isYcbcr = photometric == PHOTOMETRIC_YCBCR && compression != COMPRESSION_JPEG &&
+                    compression != COMPRESSION_OJPEG;
+    facts.size = sizeOf(file);
+    facts.orientation = field<std::uint16_t>(file, TIFFTAG_ORIENTATION);
+    std::uint32_t profileSize = 0;
+    const std::byte* profile = nullptr;
+    if (TIFFGetField(file, TIFFTAG_ICCPROFILE, &profileSize, &profile))
+        facts.profile = {profile, profile + profileSize};
     const auto unit = field<std::uint16_t>(file, TIFFTAG_RESOLUTIONUNIT);
     const double perInch = unit == RESUNIT_CENTIMETER ? 2.54 : unit == RESUNIT_INCH ? 1 : 0;
     facts.density =
         usableDensity(perInch * static_cast<double>(field<float>(file, TIFFTAG_XRESOLUTION)),
                       perInch * static_cast<double>(field<float>(file, TIFFTAG_YRESOLUTION)));
     const auto addTiles = [&] {
-        const int compression = field<std::uint16_t>(file, TIFFTAG_COMPRESSION);
+        const int coding = field<std::uint16_t>(file, TIFFTAG_COMPRESSION);
         const auto tiles = TIFFIsTiled(file) ? TIFFNumberOfTiles(file) : TIFFNumberOfStrips(file);
         for (std::uint32_t i = 0; i < tiles; ++i)
             facts.dngTiles.push_back(
-                {compression, TIFFGetStrileOffset(file, i), TIFFGetStrileByteCount(file, i)});
+                {coding, TIFFGetStrileOffset(file, i), TIFFGetStrileByteCount(file, i)});
     };
     if (isDng)
         addTiles();
@@ -145,6 +160,20 @@ TiffFacts readTiff(ByteView bytes) {
         if (isDng && TIFFSetSubDirectory(file, directory))
             addTiles();
     return facts;
+}
+
+std::vector<std::uint32_t> readYcbcr(ByteView bytes) {
+    Memory memory{bytes};
+    const auto file = openTiff(memory);
+    const auto [width, height] = sizeOf(file.get());
+    std::vector<std::uint32_t> pixels(static_cast<std::size_t>(width) *
+                                      static_cast<std::size_t>(height));
+    // Of the orientation that the file has: nothing is turned.
+    if (!TIFFReadRGBAImageOriented(file.get(), static_cast<std::uint32_t>(width),
+                                   static_cast<std::uint32_t>(height), pixels.data(),
+                                   field<std::uint16_t>(file.get(), TIFFTAG_ORIENTATION), 1))
+        throw std::runtime_error("YCbCr that libtiff does not read");
+    return pixels;
 }
 
 } // namespace lumivert::decoder

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "platform/Bytes.h"
+#include "platform/Geometry.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -47,7 +50,13 @@ struct TiffFacts {
     /// Of a photometric interpretation that pictures have, the main one, and no camera's.
     bool isPicture = false;
     bool isIccLab = false;
+    /// YCbCr that no JPEG codes: see readYcbcr().
+    bool isYcbcr = false;
+    PixelSize size;
+    int orientation = 1;
     std::optional<Density> density;
+    /// The ICC profile.
+    Bytes profile;
     /// Where coded pixels lie, and TIFF's number of their coding.
     struct Coded {
         int compression = 0;
@@ -58,5 +67,9 @@ struct TiffFacts {
     std::vector<Coded> dngTiles;
 };
 [[nodiscard]] TiffFacts readTiff(ByteView bytes);
+
+/// The pixels of a TIFF in YCbCr, as they are stored: words whose bytes are red, green, blue and
+/// one more. Throws std::runtime_error where they cannot be read.
+[[nodiscard]] std::vector<std::uint32_t> readYcbcr(ByteView bytes);
 
 } // namespace lumivert::decoder

@@ -33,6 +33,19 @@ VImage load(const PhotoFormat& format, const VSource& source,
     });
 }
 
+// Libvips takes numbers of YCbCr for RGB.
+VImage loadYcbcr(const TiffFacts& tiff, std::span<const std::byte> bytes) {
+    allowPhoto(tiff.size, sizeof(std::uint32_t));
+    const auto words = std::make_shared<std::vector<std::uint32_t>>(readYcbcr(bytes));
+    VImage image =
+        holding(VImage::new_from_memory(words->data(), 4 * words->size(), tiff.size.width,
+                                        tiff.size.height, 4, VIPS_FORMAT_UCHAR),
+                words)
+            .extract_band(0, VImage::option()->set("n", 3));
+    image.set(VIPS_META_ORIENTATION, tiff.orientation);
+    return image;
+}
+
 Bytes embeddedProfile(const VImage& image) {
     if (image.get_typeof(VIPS_META_ICC_NAME) == 0)
         return {};
@@ -69,7 +82,7 @@ std::size_t heldBytesAPixel(const VImage& image, PhotoKind kind) {
 Photo openWithVips(const PhotoFormat& format, std::span<const std::byte> bytes,
                    const TiffFacts& tiff, const OpenOptions& options) {
     const VSource source = VSource::new_from_memory(bytes.data(), bytes.size());
-    VImage image = load(format, source);
+    VImage image = tiff.isYcbcr ? loadYcbcr(tiff, bytes) : load(format, source);
     const auto jpeg = format.kind == PhotoKind::jpeg ? readJpegMarkers(bytes) : std::nullopt;
     const PhotoFacts facts =
         readFacts(format, bytes, image, jpeg ? jpeg->jfifDensity : tiff.density);
@@ -78,7 +91,7 @@ Photo openWithVips(const PhotoFormat& format, std::span<const std::byte> bytes,
     allowPhoto(photo.storedSize, heldBytesAPixel(image, format.kind));
     photo.orientation = facts.orientation;
     photo.density = facts.density;
-    const Bytes profile = embeddedProfile(image);
+    const Bytes profile = tiff.isYcbcr ? tiff.profile : embeddedProfile(image);
     if (options.screenEdge)
         image = shrunk(format, source, image, *options.screenEdge);
 

@@ -15,7 +15,7 @@ using test::readRows;
 
 enum FieldType { shortField = 3, longField = 4 };
 
-/// A TIFF of 8 bits a sample in strips of one row, its directory before them.
+/// A TIFF in strips of one row or more, its directory before them.
 struct Tiff {
     int width = 0;
     int height = 0;
@@ -24,17 +24,19 @@ struct Tiff {
     std::string pixels;
     std::vector<TiffEntry> more; // by tags above 279
     int orientation = 1;
+    int bits = 8;
+    int rowsPerStrip = 1;
 
     [[nodiscard]] std::string bytes() const {
         const TiffWriter writer(true);
-        const auto count = static_cast<std::uint32_t>(height);
-        const auto stride = static_cast<std::size_t>(width * samples);
+        const auto count = static_cast<std::uint32_t>(height / rowsPerStrip);
+        const std::size_t stride = pixels.size() / count;
         const auto number = [&](int value) {
             return writer.number(static_cast<std::uint64_t>(value), 4);
         };
-        std::string bits;
+        std::string sizes;
         for (int i = 0; i < samples; ++i)
-            bits += writer.number(8, 2);
+            sizes += writer.number(static_cast<std::uint64_t>(bits), 2);
         const auto offsets = [&](std::size_t at) {
             std::string text;
             for (std::size_t y = 0; y < count; ++y)
@@ -47,13 +49,13 @@ struct Tiff {
         std::vector<TiffEntry> entries{
             {256, longField, 1, number(width)},
             {257, longField, 1, number(height)},
-            {258, shortField, static_cast<std::uint32_t>(samples), bits},
+            {258, shortField, static_cast<std::uint32_t>(samples), sizes},
             {259, shortField, 1, writer.number(1, 2)}, // not compressed
             {262, shortField, 1, writer.number(static_cast<std::uint64_t>(photometric), 2)},
             {273, longField, count, offsets(0)},
             {274, shortField, 1, writer.number(static_cast<std::uint64_t>(orientation), 2)},
             {277, shortField, 1, writer.number(static_cast<std::uint64_t>(samples), 2)},
-            {278, longField, 1, number(1)},
+            {278, longField, 1, number(rowsPerStrip)},
             {279, longField, count, lengths},
         };
         entries.insert(entries.end(), more.begin(), more.end());
@@ -136,6 +138,83 @@ TEST(Tiff, ofCielabIsReadInBothItsEncodings) {
     cmsDoTransform(way.get(), &value, expected.data(), 1);
     for (std::size_t c = 0; c < 3; ++c)
         EXPECT_NEAR(color[c], 255 * expected[c], 0.6) << c;
+}
+
+TEST(Tiff, ofBitsThatItsReaderDoesNotKnowIsRefused) {
+    const TiffWriter writer(true);
+    const auto loads = [&](int bits, int sampleFormat) {
+        constexpr int side = 16;
+        const Tiff tiff{
+            .width = side,
+            .height = side,
+            .samples = 3,
+            .photometric = 2,
+            .pixels = std::string(std::size_t{side} * side * 3 * static_cast<std::size_t>(bits) / 8,
+                                  '\x30'),
+            .more = {{339, shortField, 3,
+                      writer.number(static_cast<std::uint64_t>(sampleFormat), 2) +
+                          writer.number(static_cast<std::uint64_t>(sampleFormat), 2) +
+                          writer.number(static_cast<std::uint64_t>(sampleFormat), 2)}},
+            .bits = bits};
+        return readRows(tiff.bytes()).has_value();
+    };
+    constexpr int whole = 1;
+    constexpr int floating = 3;
+    for (const int bits : {8, 16, 32})
+        EXPECT_TRUE(loads(bits, whole)) << bits;
+    EXPECT_TRUE(loads(32, floating));
+    for (const int bits : {10, 12, 24})
+        EXPECT_FALSE(loads(bits, whole)) << bits;
+    EXPECT_FALSE(loads(16, floating));
+}
+
+// As cameras write it: luma for every pixel, chroma for every one or for every 2 x 2.
+TEST(Tiff, ofYcbcrWithoutJpegIsReadAsItsColours) {
+    const TiffWriter writer(true);
+    for (const int sampling : {1, 2}) {
+        std::string pixels;
+        for (int i = 0; i < 16 / (sampling * sampling); ++i)
+            pixels += std::string(static_cast<std::size_t>(sampling * sampling), '\x64') +
+                      "\x5e\xc8"; // 200, 60, 40 by ITU-R BT.601
+        const std::uint64_t each = static_cast<std::uint64_t>(sampling);
+        const Tiff tiff{
+            .width = 4,
+            .height = 4,
+            .samples = 3,
+            .photometric = 6,
+            .pixels = pixels,
+            .more = {{530, shortField, 2, writer.number(each, 2) + writer.number(each, 2)}},
+            .rowsPerStrip = 4};
+        const auto rows = readRows(tiff.bytes());
+        ASSERT_TRUE(rows) << sampling;
+        ASSERT_EQ(rows->channels, 3) << sampling;
+        EXPECT_NEAR(rows->at(2, 1, 0), 200, 2) << sampling;
+        EXPECT_NEAR(rows->at(2, 1, 1), 60, 2) << sampling;
+        EXPECT_NEAR(rows->at(2, 1, 2), 40, 2) << sampling;
+        EXPECT_FALSE(readRows(tiff.bytes().substr(0, tiff.bytes().size() - 5))) << sampling;
+    }
+}
+
+TEST(Tiff, ofYcbcrStandsUprightInItsProfile) {
+    const TiffWriter writer(true);
+    const Bytes profile = adobeRgbBytes();
+    const Tiff tiff{
+        .width = 2,
+        .height = 2,
+        .samples = 3,
+        .photometric = 6,
+        .pixels = "\x20\x80\x80\x40\x80\x80\x80\x80\x80\xf0\x80\x80",
+        .more = {{530, shortField, 2, writer.number(1, 2) + writer.number(1, 2)},
+                 {34675, 7, static_cast<std::uint32_t>(profile.size()),
+                  std::string(reinterpret_cast<const char*>(profile.data()), profile.size())}},
+        .orientation = 6,
+        .rowsPerStrip = 2};
+    const auto rows = readRows(tiff.bytes());
+    ASSERT_TRUE(rows);
+    EXPECT_EQ(rows->profile, profile);
+    const std::array corners{rows->at(0, 0, 1), rows->at(1, 0, 1), rows->at(0, 1, 1),
+                             rows->at(1, 1, 1)};
+    EXPECT_EQ(corners, (std::array{0x80, 0x20, 0xf0, 0x40}));
 }
 
 TEST(Tiff, thatBreaksOffInItsStripsDoesNotLoad) {
