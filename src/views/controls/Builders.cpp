@@ -35,33 +35,37 @@ QWidget* stack(QBoxLayout::Direction direction, int spacing, Children children) 
     return holder;
 }
 
-/// A row of the label and the control, in `holder` where there is one.
-QWidget* labelled(const QString& label, QWidget* control, QWidget* holder = new QWidget) {
-    auto* name = static_cast<QLabel*>(text(label));
-    name->setObjectName(pickerLabelName);
-    name->setBuddy(control);
-    control->setAccessibleName(label);
-    auto* layout = new QHBoxLayout(holder);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(8);
-    layout->addWidget(name);
-    layout->addWidget(control, 1);
-    return holder;
-}
+/// The label beside its control, or above it where both do not fit.
+class LabelledRow : public QWidget {
+public:
+    LabelledRow(const QString& label, QWidget* control)
+        : m_name(static_cast<QLabel*>(text(label)))
+        , m_control(control)
+        , m_layout(new QHBoxLayout(this)) {
+        m_name->setObjectName(pickerLabelName);
+        m_name->setBuddy(control);
+        control->setAccessibleName(label);
+        m_layout->setContentsMargins(0, 0, 0, 0);
+        m_layout->setSpacing(8);
+        m_layout->addWidget(m_name);
+        m_layout->addWidget(control, 1);
+    }
 
-/// Has the label above the segments where both do not fit side by side.
-class SegmentsRow : public QWidget {
 protected:
     bool event(QEvent* event) override {
         if (event->type() == QEvent::Resize || event->type() == QEvent::LayoutRequest) {
-            auto* row = static_cast<QBoxLayout*>(layout());
-            const auto* segments = static_cast<SegmentedPicker*>(row->itemAt(1)->widget());
-            const int label = row->itemAt(0)->sizeHint().width() + row->spacing();
-            row->setDirection(label + segments->neededWidth() <= width() ? QBoxLayout::LeftToRight
-                                                                         : QBoxLayout::TopToBottom);
+            const int needed = m_name->sizeHint().width() + m_layout->spacing() +
+                               m_control->minimumSizeHint().width();
+            m_layout->setDirection(needed <= width() ? QBoxLayout::LeftToRight
+                                                     : QBoxLayout::TopToBottom);
         }
         return QWidget::event(event);
     }
+
+private:
+    QLabel* m_name;
+    QWidget* m_control;
+    QBoxLayout* m_layout;
 };
 
 } // namespace
@@ -135,7 +139,7 @@ QWidget* numberField(const QString& label, Binding<int> value, int least, int mo
         field->setValue(get());
     });
     QObject::connect(field, &QSpinBox::valueChanged, field, std::move(value.set));
-    return labelled(label, field);
+    return new LabelledRow(label, field);
 }
 
 QWidget* picker(const QString& label, std::function<std::vector<PickerItem>()> items,
@@ -145,14 +149,14 @@ QWidget* picker(const QString& label, std::function<std::vector<PickerItem>()> i
         control->refresh();
         control->setToolTip(note ? plainToolTip(note()) : QString());
     });
-    return labelled(label, control);
+    return new LabelledRow(label, control);
 }
 
 QWidget* segmentedPicker(const QString& label, std::vector<PickerItem> items,
                          Binding<std::string> selection) {
     auto* control = new SegmentedPicker(items, std::move(selection));
     whenRefreshed(control, [control] { control->refresh(); });
-    return labelled(label, control, new SegmentsRow);
+    return new LabelledRow(label, control);
 }
 
 void alignPickerLabels(QWidget* root) {

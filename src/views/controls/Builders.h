@@ -35,15 +35,17 @@ using Children = std::initializer_list<QWidget*>;
 /// The child, `overhang` further to the left than what stands above and below it in its group.
 [[nodiscard]] QWidget* overhanging(int overhang, QWidget* child);
 
-/// A label beside a field for a whole number from `least` to `most`, which also bound what is
-/// shown. Only a person's change writes. The labels line up with those of pickers.
+// What has a label stands beside it, or below it where both do not fit.
+
+/// A field for a whole number from `least` to `most`, which also bound what is shown. Only a
+/// person's change writes. The labels line up with those of pickers.
 [[nodiscard]] QWidget* numberField(const QString& label, Binding<int> value, int least, int most);
 
-/// A label beside a combo box; the labels of all pickers below one alignPickerLabels() line up.
-/// What `note` says of the choice, if anything, is its tool tip, and told by assistive technology.
+/// A combo box; the labels of all pickers below one alignPickerLabels() line up. What `note` says
+/// of the choice, if anything, is its tool tip, and told by assistive technology.
 [[nodiscard]] QWidget* picker(const QString& label, std::function<std::vector<PickerItem>()> items,
                               Binding<std::string> selection, TextSource note = {});
-/// A label beside a row of buttons, or above it where both do not fit.
+/// A row of buttons.
 [[nodiscard]] QWidget* segmentedPicker(const QString& label, std::vector<PickerItem> items,
                                        Binding<std::string> selection);
 

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <utility>
 
 namespace lumivert {
@@ -65,8 +66,11 @@ protected:
         option.rect = style()->subElementRect(QStyle::SE_CheckBoxContents, &option, this);
         painter.drawControl(QStyle::CE_CheckBoxLabel, option);
 
-        const double side = std::min(room.width(), room.height()) - 1;
-        const QRectF box(room.center() - QPointF(side, side) / 2, QSizeF(side, side));
+        // No larger than its text, where the style has room for the pointer around it.
+        const double side =
+            std::min({room.width(), room.height(), double(fontMetrics().height())}) - 1;
+        const QPointF corner = room.center() - QPointF(side, side) / 2;
+        const QRectF box(std::floor(corner.x()) + 0.5, std::floor(corner.y()) + 0.5, side, side);
         const QColor empty = palette().color(isDown() ? QPalette::Window : QPalette::Base);
         paintRounded(painter, box, 2, isChecked() ? accentFill(palette(), isDown()) : empty,
                      partColor(palette()));

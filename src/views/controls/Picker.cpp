@@ -27,7 +27,7 @@ Picker::Picker(std::function<std::vector<PickerItem>()> items, Binding<std::stri
     ignoreWheelInPassing(this);
     setMaxVisibleItems(20);
     setSizeAdjustPolicy(AdjustToMinimumContentsLengthWithIcon); // whatever the names
-    setMinimumContentsLength(6);
+    setMinimumContentsLength(10);
     connect(this, &QComboBox::activated, this, &Picker::choose);
 }
 
@@ -125,6 +125,7 @@ private:
 SegmentedPicker::SegmentedPicker(const std::vector<PickerItem>& items,
                                  Binding<std::string> selection)
     : m_selection(std::move(selection)) {
+    setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(0);
@@ -143,11 +144,11 @@ SegmentedPicker::SegmentedPicker(const std::vector<PickerItem>& items,
     });
 }
 
-int SegmentedPicker::neededWidth() const {
+QSize SegmentedPicker::minimumSizeHint() const {
     int width = 0;
     for (const Segment* segment : m_segments)
         width += segment->neededWidth();
-    return width;
+    return {width, layout()->minimumSize().height()};
 }
 
 void SegmentedPicker::refresh() {

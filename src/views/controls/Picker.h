@@ -55,8 +55,8 @@ public:
 
     void refresh();
 
-    /// The width at which no name is cut.
-    [[nodiscard]] int neededWidth() const;
+    /// The width at which no name is cut. It may be less, too.
+    QSize minimumSizeHint() const override;
 
 private:
     struct Segment;

@@ -189,6 +189,17 @@ TEST_F(BuildersTest, segmentsStandBelowTheirLabelWhereBothDoNotFit) {
     EXPECT_EQ(segments->x(), 0);
 }
 
+TEST_F(BuildersTest, pickersStandBelowTheirLabelsWhereTheirChoicesWouldNotBeRead) {
+    build(group("Scaling", 10, {picker("Orientation", model.scaling)}), 270);
+    const Picker* box = shown<Picker>(*root).front();
+    QWidget* label = textShown(*root, "Orientation");
+    EXPECT_GT(box->x(), label->geometry().right());
+    const WithFontSize large(16);
+    QApplication::processEvents();
+    EXPECT_GT(box->y(), label->geometry().bottom());
+    EXPECT_GT(box->width(), 200);
+}
+
 TEST_F(BuildersTest, groupIsCalledByItsTitle) {
     auto& box = dynamic_cast<QGroupBox&>(build(group("Paper", 10, {text("x")})));
     EXPECT_EQ(box.title(), "Paper");
