@@ -46,7 +46,7 @@ private:
 
 LumivertApp::LumivertApp(AppServices services)
     : m_services(std::move(services))
-    , m_updaterController(/*startingUpdater=*/true, m_services.updates) {}
+    , m_updaterController(m_services.updates) {}
 
 LumivertApp::~LumivertApp() {
     if (!m_window)

@@ -28,21 +28,11 @@ sys_seconds parse(const std::string& text, sys_seconds now) {
 
 } // namespace
 
-SPUStandardUpdaterController::SPUStandardUpdaterController(bool startingUpdater,
-                                                           const UpdateServices& services)
+SPUStandardUpdaterController::SPUStandardUpdaterController(const UpdateServices& services)
     : m_clock(services.clock)
     , m_preferences(services.preferences)
-    , m_updater(services.engine, services.window, services.clock, [this] { noteAnswer(); }) {
-    if (startingUpdater)
-        startUpdater();
-}
-
-void SPUStandardUpdaterController::startUpdater() {
-    if (std::exchange(m_started, true))
-        return;
-    m_updater.start();
-    m_alarm = m_clock.after(5s, [this] { beginSchedule(); });
-}
+    , m_updater(services.engine, services.window, services.clock, [this] { noteAnswer(); })
+    , m_alarm(m_clock.after(5s, [this] { beginSchedule(); })) {}
 
 void SPUStandardUpdaterController::beginSchedule() {
     if (std::exchange(m_scheduleBegun, true))

@@ -17,20 +17,17 @@ struct UpdateServices {
 /// random delay of 20 seconds to 5 minutes so that not all machines ask at once and none asks while
 /// the program starts. The first waits for the second start of the program. Main thread.
 ///
-/// Neither the constructor nor the start reads, writes or connects anything; that begins 5 seconds
-/// later, or with the first check.
+/// The constructor reads, writes and connects nothing; that begins 5 seconds later, or with the
+/// first check.
 class SPUStandardUpdaterController {
 public:
     /// Under which the preferences keep when the last check was, in decimal seconds since 1970; "0"
     /// before the first.
     static constexpr auto preferenceKey = "LastUpdateCheck";
 
-    SPUStandardUpdaterController(bool startingUpdater, const UpdateServices& services);
+    explicit SPUStandardUpdaterController(const UpdateServices& services);
     SPUStandardUpdaterController(const SPUStandardUpdaterController&) = delete;
     SPUStandardUpdaterController& operator=(const SPUStandardUpdaterController&) = delete;
-
-    /// From now on checks can be asked for and are scheduled. Once is enough.
-    void startUpdater();
 
     [[nodiscard]] SPUUpdater& updater() { return m_updater; }
 
@@ -44,7 +41,6 @@ private:
     UpdateClock& m_clock;
     PreferencesStore& m_preferences;
     SPUUpdater m_updater;
-    bool m_started = false;
     bool m_scheduleBegun = false;
     bool m_firstStart = true;
     std::chrono::sys_seconds m_due;

@@ -43,10 +43,6 @@ SPUUpdater::~SPUUpdater() {
     m_engine.cancelCheck();
 }
 
-void SPUUpdater::start() {
-    canCheckForUpdates = true;
-}
-
 void SPUUpdater::show(const UpdateState& state, Attention attention) {
     m_shown = state;
     m_window.present(state, attention);

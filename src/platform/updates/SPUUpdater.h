@@ -19,12 +19,9 @@ public:
     /// Cancels a check that is under way; an installation goes on without it.
     ~SPUUpdater();
 
-    /// Whether a check that a person asks for may start now: from `start` on, but not from the
-    /// start of a check or an installation to its end, whatever the end. Written here only.
-    Published<bool> canCheckForUpdates{this, false};
-
-    /// Lets checks start. Before, nothing does.
-    void start();
+    /// Whether a check that a person asks for may start now: not from the start of a check or an
+    /// installation to its end, whatever the end. Written here only.
+    Published<bool> canCheckForUpdates{this, true};
 
     /// A check that a person asked for. The window opens, or comes to the front when it is open; a
     /// second check is not started beside one.

@@ -15,7 +15,6 @@ using testing::ElementsAre;
 
 class CheckForUpdatesTest : public testing::Test {
 protected:
-    void SetUp() override { updater.start(); }
     /// Runs what waits for the main thread; how many steps that were.
     std::size_t turn() {
         const std::size_t steps = dispatcher.onMain.size();

@@ -25,7 +25,7 @@ void startOnce(const std::string& busAddress) {
     fakes::FakePreferencesStore preferences;
     QtDispatcher dispatcher;
     const auto engine = packageKitEngine("lumivert", busAddress);
-    SPUStandardUpdaterController controller(true, {*engine, dialog, clock, preferences});
+    SPUStandardUpdaterController controller({*engine, dialog, clock, preferences});
     CheckForUpdatesView item(controller.updater(), dispatcher, nullptr);
     QCoreApplication::processEvents();
     EXPECT_TRUE(item.isEnabled());
@@ -45,7 +45,7 @@ TEST(UpdateStart, connectsNothingAndStartsNoThread) {
     QtUpdateClock clock;
     fakes::FakePreferencesStore preferences;
     const auto engine = packageKitEngine("lumivert");
-    SPUStandardUpdaterController controller(true, {*engine, dialog, clock, preferences});
+    SPUStandardUpdaterController controller({*engine, dialog, clock, preferences});
     QCoreApplication::processEvents();
     EXPECT_EQ(count("/proc/self/task"), threads);
     EXPECT_EQ(count("/proc/self/fd"), descriptors);

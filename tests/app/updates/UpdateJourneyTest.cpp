@@ -55,7 +55,7 @@ protected:
     fakes::FakeUpdateClock clock;
     fakes::FakePreferencesStore preferences;
     QtDispatcher dispatcher;
-    SPUStandardUpdaterController controller{true, {*engine, dialog, clock, preferences}};
+    SPUStandardUpdaterController controller{{*engine, dialog, clock, preferences}};
     CheckForUpdatesView item{controller.updater(), dispatcher, nullptr};
 };
 

@@ -20,26 +20,13 @@ protected:
     UpdateServices services{engine, window, clock, preferences};
 };
 
-TEST_F(ControllerTest, startsTheUpdaterWhenToldTo) {
-    SPUStandardUpdaterController controller(true, services);
+TEST_F(ControllerTest, lendsAnUpdaterThatHasStarted) {
+    SPUStandardUpdaterController controller(services);
     EXPECT_TRUE(controller.updater().canCheckForUpdates.get());
-}
-
-TEST_F(ControllerTest, waitsToBeStartedOtherwise) {
-    preferences.setData(SPUStandardUpdaterController::preferenceKey, "0");
-    SPUStandardUpdaterController controller(false, services);
-    clock.pass(48h);
-    controller.updater().checkForUpdates();
-    EXPECT_FALSE(controller.updater().canCheckForUpdates.get());
-    EXPECT_TRUE(engine.checks.empty());
-    controller.startUpdater();
-    controller.startUpdater();
-    EXPECT_TRUE(controller.updater().canCheckForUpdates.get());
-    EXPECT_EQ(clock.alarmCount(), 1U);
 }
 
 TEST_F(ControllerTest, remembersWhenItChecked) {
-    SPUStandardUpdaterController controller(true, services);
+    SPUStandardUpdaterController controller(services);
     controller.updater().checkForUpdates();
     engine.endCheck(UpdateNotNeeded{"1.0"});
     EXPECT_EQ(preferences.data(SPUStandardUpdaterController::preferenceKey), "1800000000");
@@ -47,11 +34,11 @@ TEST_F(ControllerTest, remembersWhenItChecked) {
 
 TEST_F(ControllerTest, checksOnScheduleFromTheSecondStartOn) {
     {
-        SPUStandardUpdaterController first(true, services);
+        SPUStandardUpdaterController first(services);
         clock.pass(10min);
         EXPECT_TRUE(engine.checks.empty());
     }
-    SPUStandardUpdaterController second(true, services);
+    SPUStandardUpdaterController second(services);
     clock.pass(10min);
     EXPECT_THAT(engine.checks, ElementsAre(UpdateCheckKind::scheduled));
     engine.endCheck(UpdateNotNeeded{"1.0"});
@@ -63,7 +50,7 @@ TEST_F(ControllerTest, checksOnScheduleFromTheSecondStartOn) {
 
 TEST_F(ControllerTest, tellsOfNewsEachDayUntilItIsInstalled) {
     preferences.setData(SPUStandardUpdaterController::preferenceKey, "0");
-    SPUStandardUpdaterController controller(true, services);
+    SPUStandardUpdaterController controller(services);
     clock.pass(10min);
     engine.endCheck(AvailableUpdate{"id", "1.0", "1.1", {}});
     EXPECT_EQ(window.openings, 1);

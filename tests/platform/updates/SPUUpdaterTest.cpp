@@ -22,8 +22,6 @@ const UpdateFailed noNetwork{UpdateProblem::noNetwork, "why"};
 
 class SPUUpdaterTest : public testing::Test {
 protected:
-    void SetUp() override { updater->start(); }
-
     /// A check on schedule; what it says in the end.
     void checkQuietly() {
         updater->checkQuietly([this](bool value) { settled.push_back(value); });
@@ -37,18 +35,6 @@ protected:
     std::unique_ptr<SPUUpdater> updater =
         std::make_unique<SPUUpdater>(engine, window, clock, [this] { ++answers; });
 };
-
-TEST_F(SPUUpdaterTest, checksNothingBeforeItIsOpen) {
-    updater.reset();
-    updater = std::make_unique<SPUUpdater>(engine, window, clock, nullptr);
-    EXPECT_FALSE(updater->canCheckForUpdates.get());
-    updater->checkForUpdates();
-    checkQuietly();
-    EXPECT_TRUE(engine.checks.empty());
-    EXPECT_FALSE(window.open);
-    updater->start();
-    EXPECT_TRUE(updater->canCheckForUpdates.get());
-}
 
 TEST_F(SPUUpdaterTest, showsThatItChecksAndThenThatAllIsUpToDate) {
     updater->checkForUpdates();

@@ -20,7 +20,7 @@ protected:
         preferences.setData("LastUpdateCheck",
                             std::to_string((clock.time - ago).time_since_epoch().count()));
     }
-    void start() { controller.emplace(true, services); }
+    void start() { controller.emplace(services); }
     /// The checks that nobody asked for.
     std::ptrdiff_t checks() {
         return std::ranges::count(engine.checks, UpdateCheckKind::scheduled);
