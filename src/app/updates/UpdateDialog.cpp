@@ -8,6 +8,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <map>
 #include <variant>
 
 namespace lumivert {
@@ -15,47 +16,30 @@ namespace lumivert {
 namespace {
 
 std::string activityText(UpdateActivity activity) {
-    switch (activity) {
-    case UpdateActivity::working:
-        break;
-    case UpdateActivity::waitingForPermission:
-        return "Waiting for permission.";
-    case UpdateActivity::waitingForOthers:
-        return "Waiting until other software has been installed.";
-    }
-    return {};
+    return activity == UpdateActivity::waitingForPermission ? "Waiting for permission."
+           : activity == UpdateActivity::waitingForOthers
+               ? "Waiting until other software has been installed."
+               : "";
 }
 
 std::string problemText(UpdateProblem problem, bool installing) {
-    switch (problem) {
-    case UpdateProblem::noNetwork:
-        return "There is no network connection.";
-    case UpdateProblem::notAuthorized:
-        return std::string("You are not allowed to ") +
-               (installing ? "install software" : "look for new software") +
-               " here, or the permission was not given.";
-    case UpdateProblem::noService:
-        return "This system has no PackageKit service, through which Lumivert is updated. Use the "
-               "system's own tools to update it.";
-    case UpdateProblem::serviceLost:
-        return "The system's PackageKit service stopped, or does not answer.";
-    case UpdateProblem::notFromRepository:
-        return "This copy of Lumivert was not installed from a package repository. Update it the "
-               "way it was installed.";
-    case UpdateProblem::sourcesUnreadable:
-        return "A package repository could not be read.";
-    case UpdateProblem::untrusted:
-        return "The new version is not signed by anyone this system trusts.";
-    case UpdateProblem::noSpace:
-        return "There is not enough room on the disk.";
-    case UpdateProblem::busy:
-        return "Other software is being installed. Try again when that is done.";
-    case UpdateProblem::interrupted:
-        return "It was cancelled by the system.";
-    case UpdateProblem::other:
-        break;
-    }
-    return "The package manager reported a problem.";
+    using enum UpdateProblem;
+    static const std::map<UpdateProblem, std::string> texts{
+        {noNetwork, "There is no network connection."},
+        {notAuthorized, " here, or the permission was not given."},
+        {noService, "This system has no PackageKit service, through which Lumivert is updated. Use "
+                    "the system's own tools to update it."},
+        {serviceLost, "The system's PackageKit service stopped, or does not answer."},
+        {notFromRepository, "This copy of Lumivert was not installed from a package repository. "
+                            "Update it the way it was installed."},
+        {sourcesUnreadable, "A package repository could not be read."},
+        {untrusted, "The new version is not signed by anyone this system trusts."},
+        {noSpace, "There is not enough room on the disk."},
+        {busy, "Other software is being installed. Try again when that is done."},
+        {interrupted, "It was cancelled by the system."},
+        {other, "The package manager reported a problem."}};
+    const std::string work = installing ? "install software" : "look for new software";
+    return (problem == notAuthorized ? "You are not allowed to " + work : "") + texts.at(problem);
 }
 
 struct Describe {

@@ -93,26 +93,32 @@ public:
     }
 
 private:
-    using OnResult = std::function<void(const Result&)>;
+    using OnResult = PackageKitTransaction::OnDone;
 
     void run(PackageKitTransaction::Request request, PackageKitTransaction::OnProgress onProgress,
              OnResult next) {
-        m_transaction = std::make_unique<PackageKitTransaction>(*m_bus, std::move(request));
-        m_transaction->start(std::move(onProgress),
-                             [this, next = std::move(next)](const Result& result) {
-                                 // It is in the middle of calling this.
-                                 m_transaction.release()->deleteLater();
-                                 next(result);
-                             });
+        m_transaction = std::make_unique<PackageKitTransaction>(
+            *m_bus, std::move(request), std::move(onProgress),
+            [this, next = std::move(next)](const Result& result) {
+                m_transaction.release()->deleteLater(); // it is in the middle of calling this
+                next(result);
+            });
     }
 
-    void step(const QString& role, const QVariantList& arguments, OnResult next) {
+    /// One piece of work of the check. Its failure ends the check, unless it `mayFail`.
+    void step(const QString& role, const QVariantList& arguments, OnResult next,
+              bool mayFail = false) {
         run(
             {role, arguments, m_check->quiet, m_check->localOnly},
             [onState = m_check->onState](const UpdateProgress& progress) {
                 onState(UpdateChecking{progress});
             },
-            std::move(next));
+            [this, mayFail, next = std::move(next)](const Result& result) {
+                if (result.failure && !mayFail)
+                    finishCheck(*result.failure);
+                else
+                    next(result);
+            });
     }
 
     void finishCheck(const UpdateState& end) {
@@ -178,35 +184,28 @@ private:
              [this](const Result& result) {
                  const auto* installed = find(
                      result, [](const auto& package) { return package.info == infoInstalled; });
-                 if (result.failure) {
-                     finishCheck(*result.failure);
-                 } else if (!installed) {
-                     finishCheck(UpdateFailed{UpdateProblem::notFromRepository, {}});
-                 } else {
-                     m_check->installedVersion = installed->version();
-                     m_check->isLocal = installed->isLocal();
-                     if (m_check->localOnly)
-                         findUpdate();
-                     else
-                         refresh();
-                 }
+                 if (!installed)
+                     return finishCheck(UpdateFailed{UpdateProblem::notFromRepository, {}});
+                 m_check->installedVersion = installed->version();
+                 m_check->isLocal = installed->isLocal();
+                 if (m_check->localOnly)
+                     findUpdate();
+                 else
+                     refresh();
              });
     }
 
     void refresh() {
-        step(QStringLiteral("RefreshCache"), {false}, [this](const Result& result) {
-            const bool final =
-                result.failure &&
-                (result.failure->problem == UpdateProblem::noNetwork ||
-                 result.failure->problem == UpdateProblem::serviceLost ||
-                 (result.failure->problem == UpdateProblem::notAuthorized && !m_check->quiet));
-            if (final) {
-                finishCheck(*result.failure);
-                return;
-            }
+        const auto next = [this](const Result& result) {
             m_check->refreshFailure = result.failure;
-            findUpdate();
-        });
+            const auto problem = result.failure ? result.failure->problem : UpdateProblem::other;
+            if (problem == UpdateProblem::noNetwork || problem == UpdateProblem::serviceLost ||
+                (problem == UpdateProblem::notAuthorized && !m_check->quiet))
+                finishCheck(*result.failure);
+            else
+                findUpdate();
+        };
+        step(QStringLiteral("RefreshCache"), {false}, next, /*mayFail=*/true);
     }
 
     void findUpdate() {
@@ -216,9 +215,7 @@ private:
                 return package.info != infoBlocked &&
                        package.version() != m_check->installedVersion;
             });
-            if (result.failure)
-                finishCheck(*result.failure);
-            else if (found)
+            if (found)
                 readChanges(*found);
             else if (m_check->refreshFailure)
                 finishCheck(*m_check->refreshFailure);
@@ -235,18 +232,16 @@ private:
                                     package.version().toStdString(),
                                     {}};
         // The description may come over the network.
-        if (m_check->localOnly) {
-            finishCheck(found);
-            return;
-        }
-        step(QStringLiteral("GetUpdateDetail"), {QStringList{package.id}},
-             [this, found](const Result& result) {
-                 AvailableUpdate described = found;
-                 // An update without its description is an update all the same.
-                 if (!result.failure)
-                     described.changes = result.changes.toStdString();
-                 finishCheck(described);
-             });
+        if (m_check->localOnly)
+            return finishCheck(found);
+        // An update without its description is an update all the same.
+        const auto next = [this, found](const Result& result) {
+            AvailableUpdate described = found;
+            if (!result.failure)
+                described.changes = result.changes.toStdString();
+            finishCheck(described);
+        };
+        step(QStringLiteral("GetUpdateDetail"), {QStringList{package.id}}, next, /*mayFail=*/true);
     }
 
     /// The first package of the program's name that `suits`; null without one.

@@ -7,6 +7,8 @@
 #include <QTimer>
 #include <QVariantMap>
 
+#include <algorithm>
+#include <initializer_list>
 #include <limits>
 #include <span>
 #include <utility>
@@ -37,55 +39,44 @@ constexpr int noTimeout = std::numeric_limits<int>::max();
 // An ErrorCode that comes after its Finished is waited for this long.
 constexpr int lateErrorMs = 250;
 
-using Problems = std::span<const std::pair<uint, UpdateProblem>>;
+struct Meaning {
+    UpdateProblem problem;
+    std::initializer_list<uint> numbers;
+};
 
 // The error numbers of PackageKit (PK_ERROR_ENUM_… of packagekit-glib2 1.2.6) that can be told
 // apart in words.
-constexpr std::pair<uint, UpdateProblem> problemsByCode[] = {
-    {2, UpdateProblem::noNetwork},
-    {5, UpdateProblem::untrusted},          // GPG failure
-    {10, UpdateProblem::sourcesUnreadable}, // package download failed
-    {17, UpdateProblem::interrupted},       // transaction cancelled
-    {26, UpdateProblem::busy},              // cannot get lock
-    {30, UpdateProblem::untrusted},         // bad GPG signature
-    {31, UpdateProblem::untrusted},         // missing GPG signature
-    {33, UpdateProblem::sourcesUnreadable}, // repository configuration error
-    {37, UpdateProblem::sourcesUnreadable}, // repository not available
-    {43, UpdateProblem::sourcesUnreadable}, // no more mirrors to try
-    {46, UpdateProblem::noSpace},
-    {48, UpdateProblem::notAuthorized},
-    {50, UpdateProblem::untrusted},         // cannot install from an unsigned repository
-    {51, UpdateProblem::untrusted},         // cannot update from an unsigned repository
-    {64, UpdateProblem::sourcesUnreadable}, // cannot fetch sources
-    {65, UpdateProblem::interrupted},       // cancelled for one of higher priority
-    {67, UpdateProblem::busy},              // lock required
+constexpr Meaning errors[] = {
+    {UpdateProblem::noNetwork, {2}},
+    {UpdateProblem::untrusted, {5, 30, 31, 50, 51}}, // GPG signature bad or missing, also of all
+    {UpdateProblem::sourcesUnreadable, {10, 33, 37, 43, 64}}, // repository wrong, away, not fetched
+    {UpdateProblem::interrupted, {17, 65}},                   // cancelled, also for another
+    {UpdateProblem::busy, {26, 67}},                          // the lock is another's
+    {UpdateProblem::noSpace, {46}},
+    {UpdateProblem::notAuthorized, {48}},
 };
 
 // The same by PK_EXIT_ENUM_…
-constexpr std::pair<uint, UpdateProblem> problemsByExit[] = {
-    {3, UpdateProblem::interrupted}, // cancelled
-    {6, UpdateProblem::interrupted}, // killed
-    {8, UpdateProblem::untrusted},   // would need untrusted packages
-    {9, UpdateProblem::interrupted}, // cancelled for one of higher priority
+constexpr Meaning exits[] = {
+    {UpdateProblem::interrupted, {3, 6, 9}}, // cancelled, killed, cancelled for another
+    {UpdateProblem::untrusted, {8}},         // would need untrusted packages
 };
 
-UpdateProblem problemOf(uint number, Problems problems) {
-    for (const auto& [known, problem] : problems)
-        if (known == number)
+UpdateProblem problemOf(uint number, std::span<const Meaning> meanings) {
+    for (const auto& [problem, numbers] : meanings)
+        if (std::ranges::find(numbers, number) != numbers.end())
             return problem;
     return UpdateProblem::other;
 }
 
 } // namespace
 
-PackageKitTransaction::PackageKitTransaction(const QDBusConnection& bus, Request request)
+PackageKitTransaction::PackageKitTransaction(const QDBusConnection& bus, Request request,
+                                             OnProgress onProgress, OnDone onDone)
     : m_bus(bus)
-    , m_request(std::move(request)) {}
-
-void PackageKitTransaction::start(OnProgress onProgress,
-                                  std::function<void(const Result&)> onDone) {
-    m_onProgress = std::move(onProgress);
-    m_onDone = std::move(onDone);
+    , m_request(std::move(request))
+    , m_onProgress(std::move(onProgress))
+    , m_onDone(std::move(onDone)) {
     m_bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                   QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
                   this, SLOT(onLost()));
@@ -134,28 +125,27 @@ void PackageKitTransaction::listen() {
                                                 QDBusServiceWatcher::WatchForUnregistration, this);
         connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this,
                 &PackageKitTransaction::onLost);
-        giveHints();
+        begin();
     });
 }
 
-void PackageKitTransaction::giveHints() {
+void PackageKitTransaction::begin() {
     QStringList hints{
         m_request.quiet ? QStringLiteral("interactive=false") : QStringLiteral("interactive=true"),
         m_request.quiet ? QStringLiteral("background=true") : QStringLiteral("background=false")};
     if (m_request.localOnly)
         hints << QStringLiteral("cache-age=4294967295"); // however old what is there may be
-    QDBusMessage message = method(QStringLiteral("SetHints"));
-    message << hints;
+    QDBusMessage setHints = method(QStringLiteral("SetHints"));
+    setHints << hints;
     // Without its hint the service may ask for a password, which nobody is there for.
     call(
-        message, replyTimeoutMs, [this](const QDBusMessage&) { beginRole(); },
+        setHints, replyTimeoutMs,
+        [this](const QDBusMessage&) {
+            QDBusMessage role = method(m_request.role);
+            role.setArguments(m_request.arguments);
+            call(role, noTimeout, nullptr);
+        },
         /*mayFail=*/!m_request.quiet);
-}
-
-void PackageKitTransaction::beginRole() {
-    QDBusMessage message = method(m_request.role);
-    message.setArguments(m_request.arguments);
-    call(message, noTimeout, nullptr);
 }
 
 void PackageKitTransaction::onSignal(const QDBusMessage& signal) {
@@ -270,7 +260,7 @@ std::optional<UpdateFailed> packageKitFailure(uint exit, std::optional<uint> cod
     // An error beside a success is a warning.
     if (exit == exitSuccess)
         return std::nullopt;
-    return UpdateFailed{code ? problemOf(*code, problemsByCode) : problemOf(exit, problemsByExit),
+    return UpdateFailed{code ? problemOf(*code, errors) : problemOf(exit, exits),
                         details.trimmed().toStdString()};
 }
 

@@ -54,12 +54,12 @@ public:
     };
 
     using OnProgress = std::function<void(const UpdateProgress&)>;
+    using OnDone = std::function<void(const Result&)>;
 
-    PackageKitTransaction(const QDBusConnection& bus, Request request);
-
-    /// Runs the work. `onDone` is called once, from the event loop, and may destroy the
+    /// Starts the work. `onDone` is called once, from the event loop, and may destroy the
     /// transaction; after the destruction nothing is called.
-    void start(OnProgress onProgress, std::function<void(const Result&)> onDone);
+    PackageKitTransaction(const QDBusConnection& bus, Request request, OnProgress onProgress,
+                          OnDone onDone);
 
     /// Asks the service to stop, without waiting for it. Nothing is called any more.
     void cancel();
@@ -74,8 +74,7 @@ private:
     void call(const QDBusMessage& message, int timeoutMs, OnReply onReply, bool mayFail = false);
     [[nodiscard]] QDBusMessage method(const QString& name) const;
     void listen();
-    void giveHints();
-    void beginRole();
+    void begin();
     void onPropertiesChanged(const QDBusMessage& signal);
     void addPackages(const QDBusArgument& list);
     void onFinished(uint exit);
@@ -85,7 +84,7 @@ private:
     QDBusConnection m_bus;
     Request m_request;
     OnProgress m_onProgress;
-    std::function<void(const Result&)> m_onDone;
+    OnDone m_onDone;
     QString m_path;
     QString m_service; // the unique name of whoever made the transaction
     Result m_result;
