@@ -1,9 +1,7 @@
 #include "platform/system/SealedMemory.h"
 
-#include <algorithm>
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/sendfile.h>
 #include <sys/stat.h>
 
 namespace lumivert {
@@ -17,8 +15,8 @@ std::uint64_t largestCopy() {
            static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
 }
 
-// For file systems that sendfile does not read from.
-bool copyByReading(int from, int to, std::uint64_t room) {
+// False as well where there is more than `room`: the file may grow meanwhile.
+bool copyAll(int from, int to, std::uint64_t room) {
     std::vector<std::byte> block(std::size_t{1} << 20);
     for (;;) {
         const ssize_t count =
@@ -30,23 +28,6 @@ bool copyByReading(int from, int to, std::uint64_t room) {
         room -= static_cast<std::uint64_t>(count);
         if (!writeAll(to, {block.data(), static_cast<std::size_t>(count)}))
             return false;
-    }
-}
-
-// False as well where there is more than `room`: the file may grow meanwhile.
-bool copyAll(int from, int to, std::uint64_t room) {
-    constexpr std::uint64_t block = std::uint64_t{64} << 20;
-    for (;;) {
-        // One byte more than there is room for tells a file that ends from one that does not.
-        const ssize_t count = retryingInterrupts(
-            [&] { return ::sendfile(to, from, nullptr, std::min(block, room + 1)); });
-        if (count == 0)
-            return true;
-        if (count < 0 && (errno == EINVAL || errno == ENOSYS))
-            return copyByReading(from, to, room);
-        if (count < 0 || static_cast<std::uint64_t>(count) > room)
-            return false;
-        room -= static_cast<std::uint64_t>(count);
     }
 }
 
