@@ -88,16 +88,9 @@ void PdfFile::writeObject(int number, std::string_view value) {
 }
 
 void PdfFile::writeStream(int number, std::string_view entries, std::span<const std::byte> bytes) {
-    beginObject(number);
-    put("<< ");
-    put(entries);
-    put(" /Length " + std::to_string(bytes.size()) + " >>\nstream\n");
+    beginStream(number, entries);
     append(bytes);
-    put("\nendstream\nendobj\n");
-}
-
-void PdfFile::writeStream(int number, std::string_view entries, std::string_view bytes) {
-    writeStream(number, entries, std::as_bytes(std::span(bytes)));
+    endStream();
 }
 
 void PdfFile::beginStream(int number, std::string_view entries) {

@@ -37,7 +37,6 @@ public:
     /// Writes the stream object `number` from bytes that stand ready, straight from where they are.
     /// `entries`: the dictionary's entries without Length.
     void writeStream(int number, std::string_view entries, std::span<const std::byte> bytes);
-    void writeStream(int number, std::string_view entries, std::string_view bytes);
 
     /// Writes a stream object whose length is known only at its end: begin, any number of append,
     /// end.

@@ -199,7 +199,7 @@ bool writePdfPage(const std::string& path, const PdfPage& page) try {
         if (std::abs(area.width) >= smallestPdfNumber && std::abs(area.height) >= smallestPdfNumber)
             content += pdfNumbers(std::array{area.x, area.y, area.width, area.height}) + " re f\n";
     }
-    file->writeStream(contents, "", content);
+    file->writeStream(contents, "", std::as_bytes(std::span(content)));
     file->writeObject(leaf,
                       "<< /Type /Page /Parent " + pdfReference(pages) + " /MediaBox [" +
                           pdfNumbers(std::array{0.0, 0.0, page.size.width, page.size.height}) +

@@ -137,7 +137,7 @@ TEST(PdfFile, isRemovedAtOnceWhenGivenUp) {
     const auto file = PdfFile::create(folder.path("a.pdf"));
     file->fail();
     EXPECT_TRUE(folder.isEmpty());
-    file->writeStream(file->newObject(), "", "more");
+    file->writeStream(file->newObject(), "", noise(4));
     EXPECT_FALSE(file->finish(writeCatalog(*file)));
 }
 
