@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstddef>
@@ -19,24 +20,22 @@ std::string lowerCased(std::string_view text) {
 }
 
 bool isUtf8(std::string_view text) {
-    std::size_t i = 0;
-    const auto byte = [&](std::size_t at) { return static_cast<std::uint8_t>(text[at]); };
-    while (i < text.size()) {
-        const std::uint8_t lead = byte(i);
-        const std::size_t length = lead < 0x80                    ? 1
-                                   : lead >= 0xc2 && lead <= 0xdf ? 2
-                                   : lead >= 0xe0 && lead <= 0xef ? 3
-                                   : lead >= 0xf0 && lead <= 0xf4 ? 4
-                                                                  : 0;
-        if (length == 0 || text.size() - i < length)
+    // The least code point of each length: a shorter form exists for those below.
+    constexpr std::array<std::uint32_t, 5> least{0, 0, 0x80, 0x800, 0x10000};
+    for (std::size_t i = 0; i < text.size();) {
+        const auto lead = static_cast<std::uint8_t>(text[i]);
+        const auto ones = static_cast<std::size_t>(std::countl_one(lead));
+        const std::size_t length = std::max<std::size_t>(ones, 1);
+        if (ones == 1 || length > 4 || text.size() - i < length)
             return false;
-        for (std::size_t k = 1; k < length; ++k)
-            if ((byte(i + k) & 0xc0) != 0x80)
+        std::uint32_t codePoint = lead & (0x7fU >> ones);
+        for (const char next : text.substr(i + 1, length - 1)) {
+            if ((next & 0xc0) != 0x80)
                 return false;
-        // The second byte's narrower ranges rule out overlong forms, surrogates and what lies
-        // beyond U+10FFFF.
-        if ((lead == 0xe0 && byte(i + 1) < 0xa0) || (lead == 0xed && byte(i + 1) > 0x9f) ||
-            (lead == 0xf0 && byte(i + 1) < 0x90) || (lead == 0xf4 && byte(i + 1) > 0x8f))
+            codePoint = codePoint << 6 | (next & 0x3fU);
+        }
+        if (codePoint < least[length] || codePoint > 0x10ffff ||
+            (codePoint >= 0xd800 && codePoint <= 0xdfff))
             return false;
         i += length;
     }
