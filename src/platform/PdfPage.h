@@ -1,8 +1,7 @@
 #pragma once
 
-#include "platform/Bitmap.h"
-#include "platform/ColorSpace.h"
 #include "platform/Geometry.h"
+#include "platform/Image.h"
 
 #include <memory>
 #include <optional>

@@ -34,7 +34,8 @@ struct Platform {
     std::function<std::optional<std::shared_ptr<const ColorSpace>>(SharedBytes bytes)>
         colorSpaceFromProfile;
     /// Writes the page as a PDF document into a new file at `path`, readable by the user alone.
-    /// False when it could not be made: no file then.
+    /// False when it could not be made: the disk is full, the folder gone, rows cannot be had or
+    /// break off; no file then.
     std::function<bool(const std::string& path, const PdfPage& page)> writePdf;
     Dispatcher& dispatcher;
     /// Opens the file with the desktop's default viewer for it, without waiting for the viewer.

@@ -90,7 +90,7 @@ TEST(Layers, areCrossedByWhatPointsUpOrAcross) {
         bool allowed;
     };
     for (const Row& row : {
-             Row{"model/Models.cpp", "platform/Bitmap.h", false},
+             Row{"model/Models.cpp", "platform/Image.h", false},
              {"model/Models.cpp", "model/Uuid.h", true},
              {"platform/Image.h", "model/FileUrl.h", true},
              {"platform/Image.h", "platform/qt/QtDispatcher.h", false},

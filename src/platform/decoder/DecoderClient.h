@@ -20,12 +20,9 @@ public:
     /// 1 ms here, and a second core 50 ms: best called once the first window has been painted.
     void prepareSpare();
 
-    /// Reads and decodes the file, as far as the screen needs it. Null for a file that cannot be
-    /// read, is no photo, or has no pixels.
+    /// What Platform asks for as decodeImage and colorSpaceFromProfile. Of a profile only the
+    /// header is read in this process.
     [[nodiscard]] std::shared_ptr<const Image> decode(const FileUrl& url);
-
-    /// What a page can do with an ICC profile, of which only the header is read in this process.
-    /// Null where it cannot be drawn in; nothing where no decoder said so.
     [[nodiscard]] std::optional<std::shared_ptr<const ColorSpace>> colorSpace(SharedBytes profile);
 
 private:

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Bitmap.h"
+#include "platform/Image.h"
 #include "platform/decoder/DecoderService.h"
 
 namespace lumivert {

@@ -7,10 +7,8 @@
 
 namespace lumivert {
 
-/// Writes the page into a new file at `path`, readable by the user alone, object by object, so that
-/// a page of any size takes a few MiB of memory. False, and no file is left, when anything failed:
-/// the disk is full, the folder gone, rows cannot be had or break off; also where a file is there
-/// already. Any thread.
+/// What Platform asks for as writePdf: object by object, so that a page of any size takes a few MiB
+/// of memory. False as well where a file is there already. Any thread.
 [[nodiscard]] bool writePdfPage(const std::string& path, const PdfPage& page);
 
 /// The six numbers of a transformation, in the order of the operator cm.

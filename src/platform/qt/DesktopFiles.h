@@ -16,8 +16,7 @@ namespace lumivert {
 /// pool. `mime` is read at once and not kept.
 [[nodiscard]] ItemProviders itemProviders(const QMimeData& mime);
 
-/// Opens the file with the desktop's choice of viewer, by way of xdg-open or its portal, without
-/// waiting for the viewer. A failure is silent. Main thread.
+/// Platform's openFile, by way of xdg-open or its portal. A failure is silent.
 void openFile(const std::string& path);
 
 } // namespace lumivert
