@@ -6,7 +6,6 @@
 #include "decoder/PhotoFacts.h"
 #include "decoder/Profiles.h"
 #include "decoder/RawReader.h"
-#include "decoder/StatedColors.h"
 #include "decoder/Strips.h"
 #include "platform/decoder/DecoderProtocol.h"
 
@@ -102,17 +101,10 @@ Photo openWithVips(const PhotoFormat& format, std::span<const std::byte> bytes,
     OwnNumbers own = ownNumbers(image, profile, tiff.isIccLab);
     photo.pixels = own.pixels;
     photo.profile = std::move(own.profile);
-    const bool hasProfile = !photo.profile.empty(); // CIELAB has
-    const bool isHeif = format.kind == PhotoKind::heic || format.kind == PhotoKind::avif;
-    Bytes stated;
-    if (format.kind == PhotoKind::png)
-        stated = pngProfile(bytes, photo.channels(), hasProfile);
-    else if (isHeif && !hasProfile)
-        stated = heifProfile(bytes, photo.channels());
-    if (!stated.empty())
+    if (Bytes stated =
+            statedProfile(format, bytes, image, photo.channels(), !photo.profile.empty());
+        !stated.empty())
         photo.profile = std::move(stated);
-    if (photo.profile.empty() && facts.isAdobeRgb && photo.channels() == 3)
-        photo.profile = adobeRgbBytes();
     if (jpeg && jpeg->embeddable && jpeg->components == photo.channels())
         photo.jpeg = jpeg;
     return photo;

@@ -11,14 +11,6 @@
 namespace lumivert::decoder {
 namespace {
 
-using Texts = std::unique_ptr<cmsMLU, decltype(&cmsMLUfree)>;
-
-void writeText(const Profile& profile, cmsTagSignature tag, const char* text) {
-    const Texts texts(cmsMLUalloc(nullptr, 1), &cmsMLUfree);
-    cmsMLUsetASCII(texts.get(), "en", "US", text);
-    cmsWriteTag(profile.get(), tag, texts.get());
-}
-
 Bytes savedBytes(const Profile& profile) {
     cmsUInt32Number size = 0;
     if (!profile || !cmsSaveProfileToMem(profile.get(), nullptr, &size))
@@ -36,8 +28,11 @@ Bytes describedBytes(const Profile& profile, const char* description) {
     if (!profile)
         return {};
     cmsSetProfileVersion(profile.get(), 2.1);
-    writeText(profile, cmsSigProfileDescriptionTag, description);
-    writeText(profile, cmsSigCopyrightTag, "No copyright, use freely");
+    const std::unique_ptr<cmsMLU, decltype(&cmsMLUfree)> text(cmsMLUalloc(nullptr, 1), &cmsMLUfree);
+    cmsMLUsetASCII(text.get(), "en", "US", description);
+    cmsWriteTag(profile.get(), cmsSigProfileDescriptionTag, text.get());
+    cmsMLUsetASCII(text.get(), "en", "US", "No copyright, use freely");
+    cmsWriteTag(profile.get(), cmsSigCopyrightTag, text.get());
     return savedBytes(profile);
 }
 

@@ -1,6 +1,6 @@
 #include "decoder/PlainPhotos.h"
 #include "decoder/Profiles.h"
-#include "decoder/StatedColors.h"
+#include "decoder/PhotoFacts.h"
 #include "decoder/TestProfiles.h"
 #include "files/TiffWriter.h"
 
@@ -84,7 +84,7 @@ TEST(ColorMeaning, isWhatAPngStates) {
     EXPECT_TRUE(profileWith({{"cICP", std::string("\x63\x63\0\x01", 4)}}, plain).empty());
 }
 
-TEST(StatedColors, bringLightBrighterThanPaperDownToIt) {
+TEST(ColorMeaning, isLightBroughtDownToPaperWhereItIsBrighter) {
     for (const int transfer : {16, 18}) {
         SCOPED_TRACE(transfer);
         const Bytes profile = profileOf(9, transfer, 3);
