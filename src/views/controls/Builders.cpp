@@ -54,8 +54,8 @@ public:
 protected:
     bool event(QEvent* event) override {
         if (event->type() == QEvent::Resize || event->type() == QEvent::LayoutRequest) {
-            const int needed = m_name->sizeHint().width() + m_layout->spacing() +
-                               m_control->minimumSizeHint().width();
+            const int needed =
+                m_name->sizeHint().width() + m_layout->spacing() + m_control->sizeHint().width();
             m_layout->setDirection(needed <= width() ? QBoxLayout::LeftToRight
                                                      : QBoxLayout::TopToBottom);
         }

@@ -33,8 +33,8 @@ QDialog* alert(QWidget* parent, const QString& title, const QString& message,
     QWidget* body = paragraph(message, TextSize::body, Tone::primary);
     body->setMinimumWidth(260);
     // No QDialogButtonBox: it has the desktop's order.
-    auto* accept = new QPushButton(acceptLabel);
-    auto* cancel = new QPushButton(QDialog::tr("Cancel"));
+    QWidget* accept = button(acceptLabel, [dialog] { dialog->accept(); });
+    QWidget* cancel = button(QDialog::tr("Cancel"), [dialog] { dialog->reject(); });
     auto* layout = new QVBoxLayout(dialog);
     layout->setContentsMargins(20, 18, 20, 16);
     layout->setSpacing(8);
@@ -48,10 +48,11 @@ QDialog* alert(QWidget* parent, const QString& title, const QString& message,
     layout->addWidget(row(8, {flexibleSpace(), accept, cancel}));
     layout->setSizeConstraint(QLayout::SetFixedSize);
 
-    accept->setDefault(true);
-    (field ? static_cast<QWidget*>(field) : accept)->setFocus();
-    QObject::connect(accept, &QPushButton::clicked, dialog, &QDialog::accept);
-    QObject::connect(cancel, &QPushButton::clicked, dialog, &QDialog::reject);
+    // Return presses the one of them that has the focus, else the first.
+    for (QWidget* each : {accept, cancel})
+        static_cast<QPushButton*>(each)->setAutoDefault(true);
+    static_cast<QPushButton*>(accept)->setDefault(true);
+    (field ? field : accept)->setFocus();
     ringFocusIn(dialog);
     return dialog;
 }

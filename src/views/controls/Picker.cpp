@@ -144,11 +144,11 @@ SegmentedPicker::SegmentedPicker(const std::vector<PickerItem>& items,
     });
 }
 
-QSize SegmentedPicker::minimumSizeHint() const {
+QSize SegmentedPicker::sizeHint() const {
     int width = 0;
     for (const Segment* segment : m_segments)
         width += segment->neededWidth();
-    return {width, layout()->minimumSize().height()};
+    return {width, layout()->sizeHint().height()};
 }
 
 void SegmentedPicker::refresh() {

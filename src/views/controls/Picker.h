@@ -56,7 +56,7 @@ public:
     void refresh();
 
     /// The width at which no name is cut. It may be less, too.
-    QSize minimumSizeHint() const override;
+    QSize sizeHint() const override;
 
 private:
     struct Segment;

@@ -211,6 +211,11 @@ TEST_F(AlertTest, acceptsByReturnAndIsCancelledByEscape) {
     QTest::keyClick(asking.get(), Qt::Key_Escape);
     EXPECT_FALSE(asking->isVisible());
     EXPECT_EQ(asking->result(), QDialog::Rejected);
+    control<QPushButton>(*asking, "Cancel")->setFocus();
+    asking->setResult(QDialog::Accepted);
+    asking->show();
+    QTest::keyClick(control<QPushButton>(*asking, "Cancel"), Qt::Key_Return);
+    EXPECT_EQ(asking->result(), QDialog::Rejected) << "Return presses what has the focus";
     plain->setResult(QDialog::Accepted);
     control<QPushButton>(*plain, "Cancel")->click();
     EXPECT_EQ(plain->result(), QDialog::Rejected);

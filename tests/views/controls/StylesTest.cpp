@@ -223,7 +223,7 @@ TEST_P(StylesTest, nothingOverlapsAndNoNameIsCut) {
         for (std::size_t j = 0; j < i; ++j)
             EXPECT_FALSE(places[i].intersects(places[j])) << i << " and " << j;
     const SegmentedPicker* segments = shown<SegmentedPicker>(*root).front();
-    EXPECT_GE(segments->width(), segments->minimumSizeHint().width());
+    EXPECT_GE(segments->width(), segments->sizeHint().width());
 }
 
 INSTANTIATE_TEST_SUITE_P(OfTheMachine, StylesTest, testing::ValuesIn(looks()));
