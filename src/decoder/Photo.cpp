@@ -83,13 +83,11 @@ Photo openWithVips(const PhotoFormat& format, std::span<const std::byte> bytes,
     const VSource source = VSource::new_from_memory(bytes.data(), bytes.size());
     VImage image = tiff.isYcbcr ? loadYcbcr(tiff, bytes) : load(format, source);
     const auto jpeg = format.kind == PhotoKind::jpeg ? readJpegMarkers(bytes) : std::nullopt;
-    const PhotoFacts facts =
-        readFacts(format, bytes, image, jpeg ? jpeg->jfifDensity : tiff.density);
     Photo photo;
     photo.storedSize = {image.width(), image.height()};
     allowPhoto(photo.storedSize, heldBytesAPixel(image, format.kind));
-    photo.orientation = facts.orientation;
-    photo.density = facts.density;
+    photo.orientation = orientationOf(format, image);
+    photo.density = densityOf(format, bytes, image, jpeg ? jpeg->jfifDensity : tiff.density);
     const Bytes profile = tiff.isYcbcr ? tiff.profile : embeddedProfile(image);
     if (options.screenEdge)
         image = shrunk(format, source, image, *options.screenEdge);

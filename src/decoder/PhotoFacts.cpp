@@ -212,23 +212,21 @@ const PhotoFormat* formatOf(ByteView bytes) {
     return found == photoFormats().end() ? nullptr : &*found;
 }
 
-PhotoFacts readFacts(const PhotoFormat& format, ByteView bytes, const vips::VImage& image,
-                     const std::optional<Density>& ofContainer) {
-    PhotoFacts facts;
-    if (format.upright == UprightBy::exif && image.get_typeof("orientation") == G_TYPE_INT)
-        facts.orientation = image.get_int("orientation");
-    if (facts.orientation < 1 || facts.orientation > 8)
-        facts.orientation = 1;
+int orientationOf(const PhotoFormat& format, const vips::VImage& image) {
+    const bool isStated =
+        format.upright == UprightBy::exif && image.get_typeof(VIPS_META_ORIENTATION) == G_TYPE_INT;
+    const int stated = isStated ? image.get_int(VIPS_META_ORIENTATION) : 1;
+    return stated >= 1 && stated <= 8 ? stated : 1;
+}
 
+Density densityOf(const PhotoFormat& format, ByteView bytes, const vips::VImage& image,
+                  const std::optional<Density>& ofContainer) {
     std::optional<Density> density;
     if (format.density == DensityFrom::physThenExif)
         density = pngDensity(bytes);
     if (!density && format.density != DensityFrom::tiffTags)
         density = exifDensity(image);
-    if (!density)
-        density = ofContainer;
-    facts.density = density.value_or(Density{});
-    return facts;
+    return density ? *density : ofContainer.value_or(Density{});
 }
 
 Bytes profileOf(int primaries, int transfer, int channels) {

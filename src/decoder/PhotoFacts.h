@@ -13,19 +13,16 @@ namespace lumivert::decoder {
 /// By the first bytes alone; null for what none of the formats begins with.
 [[nodiscard]] const PhotoFormat* formatOf(ByteView bytes);
 
-/// What a file says about its photo beside the pixels. What is broken or missing is as if it were
-/// not there.
-struct PhotoFacts {
-    /// EXIF orientation of the stored pixels; 1 where their reader turns them itself.
-    int orientation = 1;
-    Density density;
-};
+// What a file says about its photo beside the pixels; what is broken or missing is as if it were
+// not there. `image` is what libvips made of the file.
 
-/// `image` is what libvips made of `bytes`; `ofContainer` what a JPEG's JFIF or a TIFF's tags
-/// state.
-[[nodiscard]] PhotoFacts readFacts(const PhotoFormat& format, ByteView bytes,
-                                   const vips::VImage& image,
-                                   const std::optional<Density>& ofContainer);
+/// EXIF orientation of the stored pixels; 1 where their reader turns them itself.
+[[nodiscard]] int orientationOf(const PhotoFormat& format, const vips::VImage& image);
+
+/// `ofContainer` is what a JPEG's JFIF or a TIFF's tags state.
+[[nodiscard]] Density densityOf(const PhotoFormat& format, ByteView bytes,
+                                const vips::VImage& image,
+                                const std::optional<Density>& ofContainer);
 
 /// A profile for 1 or 3 channels of primaries and a transfer by ITU-T H.273, tables 2 and 3; empty
 /// where they are not known. Light brighter than paper (PQ, HLG) is brought down to it by the curve

@@ -29,12 +29,12 @@ std::string withJfif(const std::string& jpeg, int units, int x, int y) {
 }
 
 // The photo's density, exactly but for the last digits: libvips counts by millimetres.
-Density densityOf(const std::string& file) {
+Density densityOfFile(const std::string& file) {
     const auto photo = openPhoto(asBytes(file), {});
     return photo ? photo->density : Density{0, 0};
 }
 
-int orientationOf(const std::string& file) {
+int orientationOfFile(const std::string& file) {
     const auto photo = openPhoto(asBytes(file), {});
     return photo ? photo->orientation : 0;
 }
@@ -47,30 +47,30 @@ std::string webpWith(const std::string& exif) {
 }
 
 TEST(PhotoFacts, isSeventyTwoDotsPerInchWhereNothingIsStated) {
-    const Density density = densityOf(greyJpeg());
+    const Density density = densityOfFile(greyJpeg());
     EXPECT_EQ(density.x, 72);
     EXPECT_EQ(density.y, 72);
 }
 
 TEST(PhotoFacts, readsJfifDotsPerInchAlongEachAxis) {
-    const Density density = densityOf(withJfif(greyJpeg(), 1, 300, 150));
+    const Density density = densityOfFile(withJfif(greyJpeg(), 1, 300, 150));
     EXPECT_EQ(density.x, 300);
     EXPECT_EQ(density.y, 150);
 }
 
 TEST(PhotoFacts, readsJfifDotsPerCentimetre) {
-    EXPECT_NEAR(densityOf(withJfif(greyJpeg(), 2, 118, 118)).x, 299.72, 1e-9);
+    EXPECT_NEAR(densityOfFile(withJfif(greyJpeg(), 2, 118, 118)).x, 299.72, 1e-9);
 }
 
 TEST(PhotoFacts, takesAJfifAspectRatioForNoDensity) {
-    EXPECT_EQ(densityOf(withJfif(greyJpeg(), 0, 1, 1)).x, 72);
+    EXPECT_EQ(densityOfFile(withJfif(greyJpeg(), 0, 1, 1)).x, 72);
 }
 
 TEST(PhotoFacts, prefersExifDensityToJfif) {
     const ExifBuilder exif{
         .xResolution = {{240, 1}}, .yResolution = {{480, 2}}, .resolutionUnit = 2};
     const Density density =
-        densityOf(test::withExif(withJfif(greyJpeg(), 1, 300, 300), exif.bytes()));
+        densityOfFile(test::withExif(withJfif(greyJpeg(), 1, 300, 300), exif.bytes()));
     EXPECT_EQ(density.x, 240);
     EXPECT_EQ(density.y, 240);
 }
@@ -81,7 +81,7 @@ TEST(PhotoFacts, readsExifCentimetresInEitherByteOrder) {
                                .xResolution = {{100, 1}},
                                .yResolution = {{200, 1}},
                                .resolutionUnit = 3};
-        const Density density = densityOf(test::withExif(greyJpeg(), exif.bytes()));
+        const Density density = densityOfFile(test::withExif(greyJpeg(), exif.bytes()));
         EXPECT_NEAR(density.x, 254, 1e-9);
         EXPECT_NEAR(density.y, 508, 1e-9);
     }
@@ -89,7 +89,7 @@ TEST(PhotoFacts, readsExifCentimetresInEitherByteOrder) {
 
 TEST(PhotoFacts, takesExifDensityWithoutUnitAsPerInch) {
     const ExifBuilder exif{.xResolution = {{350, 1}}, .yResolution = {{350, 1}}};
-    EXPECT_EQ(densityOf(test::withExif(greyJpeg(), exif.bytes())).x, 350);
+    EXPECT_EQ(densityOfFile(test::withExif(greyJpeg(), exif.bytes())).x, 350);
 }
 
 TEST(PhotoFacts, fallsBackToJfifWhereExifStatesNoUsableDensity) {
@@ -97,13 +97,13 @@ TEST(PhotoFacts, fallsBackToJfifWhereExifStatesNoUsableDensity) {
     const ExifBuilder relative{
         .xResolution = {{1, 1}}, .yResolution = {{1, 1}}, .resolutionUnit = 1};
     const ExifBuilder zero{.xResolution = {{0, 1}}, .yResolution = {{0, 0}}, .resolutionUnit = 2};
-    EXPECT_EQ(densityOf(test::withExif(jpeg, relative.bytes())).x, 300);
-    EXPECT_EQ(densityOf(test::withExif(jpeg, zero.bytes())).x, 300);
+    EXPECT_EQ(densityOfFile(test::withExif(jpeg, relative.bytes())).x, 300);
+    EXPECT_EQ(densityOfFile(test::withExif(jpeg, zero.bytes())).x, 300);
 }
 
 TEST(PhotoFacts, takesTheOtherAxisWhereOneIsUnusable) {
     const ExifBuilder exif{.xResolution = {{300, 1}}, .yResolution = {{1, 0}}, .resolutionUnit = 2};
-    EXPECT_EQ(densityOf(test::withExif(greyJpeg(), exif.bytes())).y, 300);
+    EXPECT_EQ(densityOfFile(test::withExif(greyJpeg(), exif.bytes())).y, 300);
 }
 
 TEST(PhotoFacts, readsPngPixelsPerMetre) {
@@ -112,14 +112,14 @@ TEST(PhotoFacts, readsPngPixelsPerMetre) {
     const std::size_t at = png.find("pHYs");
     ASSERT_NE(at, std::string::npos);
     png.replace(at + 4, 8, std::string("\0\0\x2e\x23\0\0\x17\x12", 8)); // 11811 and 5906
-    const Density density = densityOf(png);
+    const Density density = densityOfFile(png);
     EXPECT_NEAR(density.x, 300, 0.01);
     EXPECT_NEAR(density.y, 150, 0.02);
 }
 
 TEST(PhotoFacts, readsARealOnePixelPerMillimetreFromPng) {
     const std::string png = saved(plain8({4, 4}, {9}), ".png");
-    EXPECT_NEAR(densityOf(png).x, 25.4, 1e-9);
+    EXPECT_NEAR(densityOfFile(png).x, 25.4, 1e-9);
 }
 
 TEST(PhotoFacts, takesAPngAspectRatioForNoDensity) {
@@ -127,7 +127,7 @@ TEST(PhotoFacts, takesAPngAspectRatioForNoDensity) {
     const std::size_t at = png.find("pHYs");
     ASSERT_NE(at, std::string::npos);
     png[at + 12] = 0;
-    EXPECT_EQ(densityOf(png).x, 72);
+    EXPECT_EQ(densityOfFile(png).x, 72);
 }
 
 TEST(PhotoFacts, readsTiffPerInchAndPerCentimetre) {
@@ -135,7 +135,7 @@ TEST(PhotoFacts, readsTiffPerInchAndPerCentimetre) {
         plain8({4, 4}, {9}).copy(vips::VImage::option()->set("xres", 10.0)->set("yres", 20.0));
     for (const char* unit : {"inch", "cm"}) {
         const Density density =
-            densityOf(saved(image, ".tif", vips::VImage::option()->set("resunit", unit)));
+            densityOfFile(saved(image, ".tif", vips::VImage::option()->set("resunit", unit)));
         EXPECT_NEAR(density.x, 254, 0.01) << unit;
         EXPECT_NEAR(density.y, 508, 0.01) << unit;
     }
@@ -144,8 +144,8 @@ TEST(PhotoFacts, readsTiffPerInchAndPerCentimetre) {
 TEST(PhotoFacts, readsDensityOfOtherContainersFromTheirExif) {
     const ExifBuilder exif{
         .xResolution = {{180, 1}}, .yResolution = {{180, 1}}, .resolutionUnit = 2};
-    EXPECT_EQ(densityOf(webpWith(exif.bytes())).x, 180);
-    EXPECT_EQ(densityOf(saved(plain8({4, 4}, {9, 9, 9}), ".webp[strip]")).x, 72);
+    EXPECT_EQ(densityOfFile(webpWith(exif.bytes())).x, 180);
+    EXPECT_EQ(densityOfFile(saved(plain8({4, 4}, {9, 9, 9}), ".webp[strip]")).x, 72);
 }
 
 TEST(PhotoFacts, knowsAdobeRgbByTheInteroperabilityIndexOnly) {
@@ -165,7 +165,7 @@ TEST(PhotoFacts, knowsAdobeRgbByTheInteroperabilityIndexOnly) {
 TEST(PhotoFacts, ignoresAnOrientationThatDoesNotExist) {
     for (const std::uint16_t value : {0, 9, 65535}) {
         const ExifBuilder exif{.orientation = value};
-        EXPECT_EQ(orientationOf(test::withExif(greyJpeg(), exif.bytes())), 1) << value;
+        EXPECT_EQ(orientationOfFile(test::withExif(greyJpeg(), exif.bytes())), 1) << value;
     }
 }
 
@@ -173,8 +173,7 @@ TEST(PhotoFacts, leavesTurningHeifToItsReader) {
     auto image = plain8({4, 4}, {9, 9, 9}).copy();
     image.set("orientation", 6);
     for (const PhotoFormat& format : photoFormats())
-        EXPECT_EQ(readFacts(format, {}, image, {}).orientation,
-                  format.upright == UprightBy::exif ? 6 : 1)
+        EXPECT_EQ(orientationOf(format, image), format.upright == UprightBy::exif ? 6 : 1)
             << format.name;
 }
 
