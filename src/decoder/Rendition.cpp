@@ -31,12 +31,13 @@ VImage fitted(const VImage& image, PixelSize storedSize, int edge) {
     const int height = scaled(storedSize.height);
     if (width == image.width() && height == image.height())
         return image;
-    // Without a gap: in one step. Shrinking by a whole number first, as libvips does by itself,
-    // takes it ten times as long where many threads ask for rows.
-    return image.resize(static_cast<double>(width) / image.width(),
-                        VImage::option()
-                            ->set("vscale", static_cast<double>(height) / image.height())
-                            ->set("gap", 0.0));
+    const double across = static_cast<double>(width) / image.width();
+    const double down = static_cast<double>(height) / image.height();
+    // Without a gap: in one step, which goes no further than some hundred pixels to one. Shrinking
+    // by a whole number first, as libvips does by itself, takes ten times as long where many
+    // threads ask for rows.
+    const double gap = std::min(across, down) > 0.02 ? 0 : 2;
+    return image.resize(across, VImage::option()->set("vscale", down)->set("gap", gap));
 }
 
 } // namespace

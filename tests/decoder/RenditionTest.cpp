@@ -20,6 +20,13 @@ TEST(Rendition, isAsLongAsTheScreenWantsAndNoLongerThanThePhoto) {
     EXPECT_EQ(readRendition(jpeg, 4000)->size, (PixelSize{1000, 500}));
     const std::string thin = saved(plain8({1000, 1}, {1, 2, 3}), ".png");
     EXPECT_EQ(readRendition(thin, 10)->size, (PixelSize{10, 1}));
+    EXPECT_EQ(readRendition(saved(plain8({3, 5000}, {1, 2, 3}), ".png"), 9)->size,
+              (PixelSize{1, 9}));
+    const auto least = readRendition(jpeg, 1);
+    ASSERT_TRUE(least);
+    EXPECT_EQ(least->size, (PixelSize{1, 1}));
+    EXPECT_EQ(readRendition(saved(plain8({1000, 500}, {1, 2, 3}), ".png"), 1)->words,
+              (std::vector<std::uint32_t>{0xff010203}));
 }
 
 TEST(Rendition, isInSrgb) {
