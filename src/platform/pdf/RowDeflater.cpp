@@ -116,17 +116,18 @@ bool deflateRows(RowSource& source, const std::function<bool(std::span<const std
     if (!sink(header))
         return false;
     std::uint32_t adler = 1;
-    const auto write = [&](Chunk& chunk) {
-        const std::size_t size = chunk.piece.get();
-        adler = isal_adler32(adler, isalBytes(chunk.predicted.data()), chunk.predicted.size());
-        return sink(std::span(chunk.output).first(size));
-    };
-    std::size_t written = 0;
     const Chunk* previous = nullptr;
-    for (std::size_t index = 0; index < chunkCount; ++index) {
-        if (index - written == ring.size() && !write(ring[written++ % ring.size()]))
-            return false;
+    // Past the last chunk the ring is only emptied.
+    for (std::size_t index = 0; index < chunkCount + ring.size(); ++index) {
         Chunk& chunk = ring[index % ring.size()];
+        if (chunk.piece.valid()) {
+            const std::size_t size = chunk.piece.get();
+            adler = isal_adler32(adler, isalBytes(chunk.predicted.data()), chunk.predicted.size());
+            if (!sink(std::span(chunk.output).first(size)))
+                return false;
+        }
+        if (index >= chunkCount)
+            continue;
         chunk.rowCount = std::min(rowsPerChunk, height - index * rowsPerChunk);
         // The first row's predecessor counts as zero (PNG, 9.2): the fresh buffer is.
         if (previous)
@@ -141,9 +142,6 @@ bool deflateRows(RowSource& source, const std::function<bool(std::span<const std
         });
         previous = &chunk;
     }
-    while (written < chunkCount)
-        if (!write(ring[written++ % ring.size()]))
-            return false;
     const std::array trailer{std::byte(adler >> 24), std::byte(adler >> 16), std::byte(adler >> 8),
                              std::byte(adler)};
     return sink(trailer);
