@@ -13,7 +13,7 @@ endif()
 if(LUMIVERT_SANITIZE)
   target_compile_options(lumivert_options INTERFACE
     -fsanitize=${LUMIVERT_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
-  target_compile_definitions(lumivert_options INTERFACE _GLIBCXX_ASSERTIONS)
+  target_compile_definitions(lumivert_options INTERFACE _GLIBCXX_ASSERTIONS LUMIVERT_SANITIZED)
   # The checks between the lines hide from GCC what is initialised, in its own <regex> for one.
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(lumivert_options INTERFACE -Wno-maybe-uninitialized)

@@ -73,8 +73,7 @@ const std::vector<Fault> faults{
      }},
 
     // The shell.
-    {"theShellIsMissing", [](PrintWorld& w) { w.shell = w.tools + "/zsh"; },
-     Outcome::notAccepted,
+    {"theShellIsMissing", [](PrintWorld& w) { w.shell = w.tools + "/zsh"; }, Outcome::notAccepted,
      AllOf(StartsWith("Could not send to printer: "), SizeIs(testing::Gt(27))),
      [](PrintWorld& w) { w.shell = "/bin/zsh"; }},
     {"theShellCannotBeExecuted",
@@ -86,8 +85,7 @@ const std::vector<Fault> faults{
          w.replaceTool("zsh", "echo half; kill -9 $$");
          w.shell = w.tools + "/zsh";
      },
-     Outcome::notAccepted, "Print failed: half\n",
-     [](PrintWorld& w) { w.shell = "/bin/zsh"; }},
+     Outcome::notAccepted, "Print failed: half\n", [](PrintWorld& w) { w.shell = "/bin/zsh"; }},
 
     // lp.
     {"lpIsMissing",
