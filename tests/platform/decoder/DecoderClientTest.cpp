@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <csignal>
@@ -362,12 +363,20 @@ TEST_F(Decoding, givesEveryRowOrBreaksOffWheneverADecoderIsKilledOrStopped) {
     int broken = 0;
     for (int i = 0; i < 200; ++i) {
         const auto moment = std::chrono::microseconds(generator() % 30'000);
+        std::atomic<bool> isRead = false;
         std::thread killer([&, signal = i % 20 == 0 ? SIGSTOP : SIGKILL] {
             std::this_thread::sleep_for(moment);
             for (const pid_t child : childrenOfThisProcess())
                 ::kill(child, signal);
+            // Its start waits for a child that was stopped before it became the decoder.
+            for (int wait = 0; wait < 300 && !isRead; ++wait)
+                std::this_thread::sleep_for(10ms);
+            if (!isRead)
+                for (const pid_t child : childrenOfThisProcess())
+                    ::kill(child, SIGKILL);
         });
         const Bytes rows = allRows(*image->bitmap(), std::nullopt, 3);
+        isRead = true;
         killer.join();
         broken += rows.empty() ? 1 : 0;
         ASSERT_TRUE(rows.empty() || rows == expected) << i;
