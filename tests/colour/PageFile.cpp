@@ -46,9 +46,9 @@ std::string streamData(const nlohmann::json& object) {
 PageFile readPage(const std::string& path) {
     // Into a file: the runner takes no more than a pipe holds.
     const TemporaryFolder folder;
-    const auto result = runProcess(
-        "/usr/bin/qpdf", {"--json-output=2", "--json-stream-data=inline",
-                          "--decode-level=generalized", path, folder / "page.json"});
+    const auto result =
+        runProcess("/usr/bin/qpdf", {"--json-output=2", "--json-stream-data=inline",
+                                     "--decode-level=generalized", path, folder / "page.json"});
     const auto* outcome = std::get_if<ProcessOutcome>(&result);
     if (!outcome || outcome->exitStatus != 0)
         throw std::runtime_error("qpdf failed" + (outcome ? ": " + outcome->output : ""));

@@ -1,6 +1,6 @@
+#include "decoder/PhotoFacts.h"
 #include "decoder/PlainPhotos.h"
 #include "decoder/Profiles.h"
-#include "decoder/PhotoFacts.h"
 #include "decoder/TestProfiles.h"
 #include "files/TiffWriter.h"
 

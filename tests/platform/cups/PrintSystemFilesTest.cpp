@@ -86,9 +86,9 @@ TEST_F(SchedulersPpd, isBytesAndNotText) {
 
 TEST_F(SchedulersPpd, isFoundUnderAnOddName) {
     for (const char* queue : {"Büro_2", "a%20b", "50%", "a+b&c=d", "A.ppd", "[x]~", "写真"}) {
-        const auto added = runProcess(
-            "/usr/sbin/lpadmin",
-            {"-p", queue, "-E", "-v", "file:///dev/null", "-P", PrivateScheduler::photoPpd()});
+        const auto added =
+            runProcess("/usr/sbin/lpadmin", {"-p", queue, "-E", "-v", "file:///dev/null", "-P",
+                                             PrivateScheduler::photoPpd()});
         ASSERT_EQ(std::get<ProcessOutcome>(added).exitStatus, 0) << queue;
         const auto ppd = readPpd(queue);
         ASSERT_TRUE(ppd) << queue;
@@ -98,8 +98,7 @@ TEST_F(SchedulersPpd, isFoundUnderAnOddName) {
 
 TEST_F(SchedulersPpd, isMissingWhereItIsMissingAtBothPlaces) {
     EXPECT_EQ(readPpd("Photo_A3"), std::nullopt);
-    const auto raw = runProcess("/usr/sbin/lpadmin",
-                                              {"-p", "Raw", "-E", "-v", "file:///dev/null"});
+    const auto raw = runProcess("/usr/sbin/lpadmin", {"-p", "Raw", "-E", "-v", "file:///dev/null"});
     ASSERT_EQ(std::get<ProcessOutcome>(raw).exitStatus, 0);
     EXPECT_EQ(readPpd("Raw"), std::nullopt);
 }

@@ -321,7 +321,7 @@ TEST(DecoderPool, growsByNothingOverFiveHundredPhotos) {
         printOnce();
     EXPECT_EQ(entries("/proc/self/fd"), descriptors);
     EXPECT_LE(entries("/proc/self/task"), threads); // those of earlier tests may have ended
-#if !defined(LUMIVERT_SANITIZED) // a sanitizer keeps what was freed for a while
+#if !defined(LUMIVERT_SANITIZED)                    // a sanitizer keeps what was freed for a while
     EXPECT_LT(residentPages(), pages + 256) << "more than 1 MiB";
 #endif
 }

@@ -1,5 +1,4 @@
 #include "platform/posix/PosixFunctions.h"
-
 #include "support/InChild.h"
 #include "support/ScopedEnvironment.h"
 #include "support/TemporaryFolder.h"
