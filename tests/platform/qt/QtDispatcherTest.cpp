@@ -1,5 +1,6 @@
 #include "platform/qt/QtDispatcher.h"
 
+#include "support/Threads.h"
 #include "support/WithoutFurtherThreads.h"
 
 #include <QCoreApplication>
@@ -10,9 +11,9 @@
 
 #include <atomic>
 #include <chrono>
-#include <filesystem>
 #include <future>
 #include <mutex>
+#include <string>
 
 namespace lumivert {
 namespace {
@@ -27,10 +28,6 @@ bool spinUntil(Condition done) {
     while (!done() && !deadline.hasExpired())
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
     return done();
-}
-
-std::ptrdiff_t threadCount() {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
 }
 
 /// What ran, in order, from any thread.
@@ -126,15 +123,15 @@ TEST(AsyncInBackground, runsTasksInTheOrderInWhichTheyFallDue) {
 }
 
 TEST(AsyncInBackground, startsItsThreadWithTheFirstTask) {
-    const auto before = threadCount();
+    const auto before = threads();
     QtDispatcher dispatcher;
     dispatcher.asyncOnMain([] {});
-    EXPECT_EQ(threadCount(), before);
+    EXPECT_EQ(threadsSince(before), 0);
     std::promise<void> ran;
     dispatcher.asyncInBackground(0ms, [&] { ran.set_value(); });
     dispatcher.asyncInBackground(10s, [] {});
     ran.get_future().wait();
-    EXPECT_EQ(threadCount(), before + 1);
+    EXPECT_EQ(threadsSince(before), 1);
 }
 
 TEST(AsyncInBackground, runsWhatStillWaitsAtTheEndAtOnce) {
