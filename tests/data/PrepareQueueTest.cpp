@@ -210,6 +210,59 @@ TEST_F(PrepareDriverlessQueue, leavesColoursToTheApplicationOnDemandOnly) {
     EXPECT_THAT(shell("lpoptions -p Q").output, HasSubstr("cm-calibration=true"));
 }
 
+TEST_F(PrepareDriverlessQueue, changesNothingWhereItCannotFinish) {
+    const auto before = ppd("Q");
+    const auto prepareWith = [&](const std::string& tool, const std::string& body) {
+        const fs::path fake = work.write(tool, "#!/bin/sh\n" + body);
+        fs::permissions(fake, fs::perms(0755));
+        const auto outcome =
+            shell("PATH=" + work.path() + ":$PATH " LUMIVERT_PREPARE_QUEUE " --apply Q");
+        fs::remove(fake);
+        EXPECT_EQ(outcome.exitStatus, 1) << outcome.output;
+        EXPECT_EQ(ppd("Q"), before);
+        EXPECT_FALSE(fs::exists(ppdFile("Q") + ".before-lumivert"));
+        return outcome.output;
+    };
+    EXPECT_THAT(prepareWith("lpadmin", "echo lpadmin: Forbidden >&2; exit 1\n"),
+                HasSubstr("Q: the print system did not take the PPD: lpadmin: Forbidden"));
+    EXPECT_THAT(prepareWith("cp", "case $* in *.before-lumivert) exit 1 ;; esac\n"
+                                  "exec /bin/cp \"$@\"\n"),
+                HasSubstr("Q: the former PPD could not be kept; nothing was changed."));
+}
+
+TEST_F(PrepareQueue, givesMeasuresToAPpdWhoseLinesEndAsInDos) {
+    scheduler.addQueue("Q", work.write("driverless.ppd", driverlessPpd));
+    std::ofstream(ppdFile("Q"), std::ios::binary)
+        << std::regex_replace(driverlessPpd, std::regex("\n"), "\r\n");
+    ASSERT_EQ(prepare("--apply Q").exitStatus, 0);
+    EXPECT_THAT(ppd("Q"), HasSubstr("\n*PaperDimension A4: \"595.28 841.89\"\n"));
+    EXPECT_THAT(ppd("Q"), HasSubstr("\n*PaperDimension Tabloid: \"792 1224\"\n"));
+}
+
+class PrepareQueueOfWord : public PrepareQueue, public testing::WithParamInterface<const char*> {};
+
+TEST_P(PrepareQueueOfWord, printsTheSamePageUnderTheNewName) {
+    const std::string own = GetParam();
+    scheduler.addQueue(
+        "Q", work.write("own.ppd", std::regex_replace(driverlessPpd,
+                                                      std::regex("A4\\.Borderless(?!X)"), own)));
+    const auto before = printed("Q", own);
+    const auto outcome = prepare("--apply Q");
+    ASSERT_EQ(outcome.exitStatus, 0);
+    EXPECT_THAT(outcome.output, HasSubstr(own + " -> A4.Fullbleed"));
+    EXPECT_THAT(ppd("Q"), HasSubstr("\n*DefaultPageSize: A4.Fullbleed\n"));
+    EXPECT_THAT(ppd("Q"), HasSubstr("\n*ImageableArea A4.Fullbleed: \"0 0 595.28 841.89\"\n"));
+    EXPECT_THAT(ppd("Q"), HasSubstr("\n*PageSize Tabloid/Tabloid: "));
+    EXPECT_EQ(printed("Q", "A4.Fullbleed"), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(OfDrivers, PrepareQueueOfWord, testing::Values("A4.FB", "A4.bl", "TA4"),
+                         [](const auto& parameter) {
+                             std::string name = parameter.param;
+                             std::erase(name, '.');
+                             return name;
+                         });
+
 TEST_F(PrepareQueue, keepsTheNamesThatADriversOwnProgramReads) {
     std::string own = driverlessPpd;
     const std::string line = "application/pdf 0 -\"";
