@@ -54,16 +54,18 @@ install_missing() {
   done
   [ ${#missing[@]} = 0 ] && return
   say "Installing: ${missing[*]}"
-  # Another process of apt's (a desktop's updater, say) has the lock for a while.
-  if ! as_root flock --nonblock /var/lib/dpkg/lock-frontend true 2>/dev/null; then
-    say "Waiting up to two minutes for another process that installs packages."
-  fi
-  if ! { as_root apt-get -o DPkg::Lock::Timeout=120 update &&
-         as_root env DEBIAN_FRONTEND=noninteractive \
-           apt-get -o DPkg::Lock::Timeout=120 install -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
-    tail -n 20 "$log" >&2
-    fail "The packages could not be installed."
-  fi
+  # Another process of apt's (a desktop's updater, say) has one of its locks for a while.
+  local end=$((SECONDS + 120)) waiting=
+  until as_root env LC_ALL=C DEBIAN_FRONTEND=noninteractive sh -c \
+    'apt-get update && apt-get install -y --no-install-recommends "$@"' sh "${missing[@]}" >"$log" 2>&1; do
+    if ! grep -q '^E: Could not get lock' "$log" || [ "$SECONDS" -ge "$end" ]; then
+      tail -n 20 "$log" >&2
+      fail "The packages could not be installed."
+    fi
+    [ -n "$waiting" ] || say "Waiting up to two minutes for another process that installs packages."
+    waiting=1
+    sleep 1
+  done
 }
 
 # build PRESET [TARGET...]: configures when needed and builds; silent but for errors.
