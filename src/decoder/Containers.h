@@ -1,8 +1,5 @@
 #pragma once
 
-#include "platform/Bytes.h"
-#include "platform/Geometry.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -43,33 +40,5 @@ struct Density {
 
 /// The density when each axis is one that a photo can have; an axis that is not takes the other's.
 [[nodiscard]] std::optional<Density> usableDensity(double x, double y);
-
-/// What libtiff reads of a TIFF's directories (TIFF 6.0, BigTIFF), of the first where nothing else
-/// is said.
-struct TiffFacts {
-    /// Of a photometric interpretation that pictures have, the main one, and no camera's.
-    bool isPicture = false;
-    bool isIccLab = false;
-    /// YCbCr that no JPEG codes: see readYcbcr().
-    bool isYcbcr = false;
-    PixelSize size;
-    int orientation = 1;
-    std::optional<Density> density;
-    /// The ICC profile.
-    Bytes profile;
-    /// Where coded pixels lie, and TIFF's number of their coding.
-    struct Coded {
-        int compression = 0;
-        std::uint64_t at = 0;
-        std::uint64_t size = 0;
-    };
-    /// The tiles or strips of all directories of a DNG; none for any other file.
-    std::vector<Coded> dngTiles;
-};
-[[nodiscard]] TiffFacts readTiff(ByteView bytes);
-
-/// The pixels of a TIFF in YCbCr, as they are stored: words whose bytes are red, green, blue and
-/// one more. Throws std::runtime_error where they cannot be read.
-[[nodiscard]] std::vector<std::uint32_t> readYcbcr(ByteView bytes);
 
 } // namespace lumivert::decoder

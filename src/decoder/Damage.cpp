@@ -2,6 +2,7 @@
 
 #include "decoder/Jpeg.h"
 #include "decoder/PhotoFacts.h"
+#include "decoder/Tiff.h"
 
 #include <vips/vips8>
 

@@ -7,6 +7,7 @@
 #include "decoder/Profiles.h"
 #include "decoder/RawReader.h"
 #include "decoder/Strips.h"
+#include "decoder/Tiff.h"
 #include "platform/decoder/DecoderProtocol.h"
 
 #include <algorithm>
@@ -30,19 +31,6 @@ VImage load(const PhotoFormat& format, const VSource& source,
         VipsRect* area = &out->valid;
         return vips_region_region(out, in, area, area->left, area->top) == 0;
     });
-}
-
-// Libvips takes numbers of YCbCr for RGB.
-VImage loadYcbcr(const TiffFacts& tiff, std::span<const std::byte> bytes) {
-    allowPhoto(tiff.size, sizeof(std::uint32_t));
-    const auto words = std::make_shared<std::vector<std::uint32_t>>(readYcbcr(bytes));
-    VImage image =
-        holding(VImage::new_from_memory(words->data(), 4 * words->size(), tiff.size.width,
-                                        tiff.size.height, 4, VIPS_FORMAT_UCHAR),
-                words)
-            .extract_band(0, VImage::option()->set("n", 3));
-    image.set(VIPS_META_ORIENTATION, tiff.orientation);
-    return image;
 }
 
 Bytes embeddedProfile(const VImage& image) {
@@ -81,14 +69,14 @@ std::size_t heldBytesAPixel(const VImage& image, PhotoKind kind) {
 Photo openWithVips(const PhotoFormat& format, std::span<const std::byte> bytes,
                    const TiffFacts& tiff, const OpenOptions& options) {
     const VSource source = VSource::new_from_memory(bytes.data(), bytes.size());
-    VImage image = tiff.isYcbcr ? loadYcbcr(tiff, bytes) : load(format, source);
+    VImage image = tiff.isForLibtiff ? readTiffPixels(bytes) : load(format, source);
     const auto jpeg = format.kind == PhotoKind::jpeg ? readJpegMarkers(bytes) : std::nullopt;
     Photo photo;
     photo.storedSize = {image.width(), image.height()};
     allowPhoto(photo.storedSize, heldBytesAPixel(image, format.kind));
     photo.orientation = orientationOf(format, image);
     photo.density = densityOf(format, bytes, image, jpeg ? jpeg->jfifDensity : tiff.density);
-    const Bytes profile = tiff.isYcbcr ? tiff.profile : embeddedProfile(image);
+    const Bytes profile = embeddedProfile(image);
     if (options.screenEdge)
         image = shrunk(format, source, image, *options.screenEdge);
 

@@ -2,6 +2,7 @@
 
 #include "corpus/IndependentReaders.h"
 #include "decoder/TestPhotos.h"
+#include "files/DeepTiff.h"
 #include "files/SensorPhoto.h"
 
 #include <algorithm>
@@ -40,6 +41,14 @@ std::string digitalNegative() {
         return std::array{0.5 + 0.3 * std::sin(x * 0.1), 0.5, 0.4 + 0.3 * std::cos(y * 0.2)};
     };
     return negative.bytes();
+}
+
+// In strips, not compressed.
+std::string deepTiff(int bits, bool isFloat) {
+    DeepTiff tiff{.width = 96, .height = 64, .bits = bits, .isFloat = isFloat};
+    for (int i = 0; i < 96 * 64 * 3; ++i)
+        tiff.values.push_back(static_cast<std::uint32_t>(i * 7919 % 0x3c00) & ((1U << bits) - 1));
+    return tiff.bytes();
 }
 
 std::string bigEndian(std::uint32_t value) {
@@ -159,6 +168,8 @@ std::vector<Kind> everyKind() {
          refusedOrWhole, asItsLibraryReads, readTiff},
         {"tiff-jpeg", tiff(VIPS_FOREIGN_TIFF_COMPRESSION_JPEG), asItsLibraryReads, refusedOrWhole,
          asItsLibraryReads, readTiff},
+        {"tiff-12", deepTiff(12, false), asItsLibraryReads, asItsLibraryReads},
+        {"tiff-half", deepTiff(16, true), asItsLibraryReads, asItsLibraryReads},
         {"dng", digitalNegative(), asItsLibraryReads, asItsLibraryReads}};
     for (const auto& [name, compression] : {std::pair{"heic", VIPS_FOREIGN_HEIF_COMPRESSION_HEVC},
                                             std::pair{"avif", VIPS_FOREIGN_HEIF_COMPRESSION_AV1}})

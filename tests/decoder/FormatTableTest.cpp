@@ -3,18 +3,22 @@
 #include "decoder/Profiles.h"
 #include "decoder/TestPhotos.h"
 #include "decoder/TestProfiles.h"
+#include "files/DeepTiff.h"
 
 #include <gtest/gtest.h>
 
+#include <Imath/half.h>
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <iomanip>
 #include <iterator>
 #include <random>
 #include <sstream>
+#include <tiffio.h>
 
 // The table in docs/formats.md. LUMIVERT_FORMATS_TABLE names a file to write it anew to.
 namespace lumivert::decoder {
@@ -42,7 +46,63 @@ struct Case {
     int bits; // 32: float
     bool hasProfile;
     vips::VOption* options = nullptr;
+    /// Makes the file, where libvips does not, and rounds the colours to what it holds.
+    std::function<std::string(std::vector<double>& values)> make = {};
 };
+
+// Of the strip's rows.
+template <class Sample>
+std::vector<Sample> rowsOf(const std::vector<double>& values, int channels,
+                           const std::function<Sample(double)>& sample) {
+    std::vector<Sample> samples;
+    for (int i = 0; i < side * fields * side * channels; ++i) {
+        const int field = i / channels / side % fields;
+        samples.push_back(
+            sample(values[static_cast<std::size_t>(field * channels + i % channels)]));
+    }
+    return samples;
+}
+
+lumivert::test::DeepTiff deepStrip(int channels, int bits) {
+    return {.width = fields * side,
+            .height = side,
+            .samples = channels,
+            .bits = bits,
+            .photometric = channels == 1 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB};
+}
+
+Case tiffOf(int channels, int bits) {
+    return {"TIFF",
+            "",
+            std::to_string(bits) + (channels == 1 ? " bits, grey" : " bits, RGB"),
+            channels,
+            16,
+            false,
+            nullptr,
+            [=](std::vector<double>& values) {
+                const double most = std::pow(2, bits) - 1;
+                for (double& value : values)
+                    value = std::round(value * most) / most;
+                auto tiff = deepStrip(channels, bits);
+                tiff.values = rowsOf<std::uint32_t>(values, channels, [&](double value) {
+                    return static_cast<std::uint32_t>(std::lround(value * most));
+                });
+                return tiff.bytes();
+            }};
+}
+
+Case tiffOfHalfFloats() {
+    return {"TIFF", "", "half float, RGB", 3, 32, false, nullptr, [](std::vector<double>& values) {
+                for (double& value : values)
+                    value = Imath::half(static_cast<float>(value));
+                auto tiff = deepStrip(3, 16);
+                tiff.isFloat = true;
+                tiff.values = rowsOf<std::uint32_t>(values, 3, [](double value) {
+                    return Imath::half(static_cast<float>(value)).bits();
+                });
+                return tiff.bytes();
+            }};
+}
 
 VImage strip(const Case& of, const std::vector<double>& values) {
     const auto sample = [&](int x, int, int band) {
@@ -97,7 +157,7 @@ std::optional<Line> measured(const Case& of) {
             value = std::round(value * 255) / 255;
     std::string file;
     try {
-        file = test::saved(strip(of, values), of.suffix, of.options);
+        file = of.make ? of.make(values) : test::saved(strip(of, values), of.suffix, of.options);
     } catch (const vips::VError&) {
         return std::nullopt; // no encoder here
     }
@@ -158,6 +218,10 @@ std::vector<Case> cases() {
     all.push_back({"PNG", ".png", "16 bits, grey", 1, 16, false});
     all.push_back({"TIFF", ".tif", "8 bits, CMYK", 4, 8, false});
     all.push_back({"TIFF", ".tif", "16 bits, CMYK", 4, 16, false});
+    for (const int bits : {10, 12, 24})
+        for (const int channels : {1, 3})
+            all.push_back(tiffOf(channels, bits));
+    all.push_back(tiffOfHalfFloats());
     all.push_back({"JPEG 2000", ".jp2", "8 bits, RGB", 3, 8, false, option("lossless", true)});
     all.push_back({"HEIC, AVIF", ".avif", "8 bits, RGB", 3, 8, false, option("lossless", true)});
     return all;

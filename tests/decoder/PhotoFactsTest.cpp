@@ -3,6 +3,7 @@
 #include "decoder/Jpeg.h"
 #include "decoder/Profiles.h"
 #include "decoder/TestPhotos.h"
+#include "decoder/Tiff.h"
 #include "platform/decoder/DecoderProtocol.h"
 
 #include <gtest/gtest.h>

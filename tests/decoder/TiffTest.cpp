@@ -140,34 +140,6 @@ TEST(Tiff, ofCielabIsReadInBothItsEncodings) {
         EXPECT_NEAR(color[c], 255 * expected[c], 0.6) << c;
 }
 
-TEST(Tiff, ofBitsThatItsReaderDoesNotKnowIsRefused) {
-    const TiffWriter writer(true);
-    const auto loads = [&](int bits, int sampleFormat) {
-        constexpr int side = 16;
-        const Tiff tiff{
-            .width = side,
-            .height = side,
-            .samples = 3,
-            .photometric = 2,
-            .pixels = std::string(std::size_t{side} * side * 3 * static_cast<std::size_t>(bits) / 8,
-                                  '\x30'),
-            .more = {{339, shortField, 3,
-                      writer.number(static_cast<std::uint64_t>(sampleFormat), 2) +
-                          writer.number(static_cast<std::uint64_t>(sampleFormat), 2) +
-                          writer.number(static_cast<std::uint64_t>(sampleFormat), 2)}},
-            .bits = bits};
-        return readRows(tiff.bytes()).has_value();
-    };
-    constexpr int whole = 1;
-    constexpr int floating = 3;
-    for (const int bits : {8, 16, 32})
-        EXPECT_TRUE(loads(bits, whole)) << bits;
-    EXPECT_TRUE(loads(32, floating));
-    for (const int bits : {10, 12, 24})
-        EXPECT_FALSE(loads(bits, whole)) << bits;
-    EXPECT_FALSE(loads(16, floating));
-}
-
 // As cameras write it: luma for every pixel, chroma for every one or for every 2 x 2.
 TEST(Tiff, ofYcbcrWithoutJpegIsReadAsItsColours) {
     const TiffWriter writer(true);
