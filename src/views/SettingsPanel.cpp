@@ -4,12 +4,12 @@
 #include "manager/PrintManager.h"
 #include "model/Text.h"
 #include "platform/Image.h"
-#include "views/MillimetreInputs.h"
 #include "views/PresetRow.h"
 #include "views/controls/Accessibility.h"
 #include "views/controls/Builders.h"
 #include "views/controls/BusyPointer.h"
 #include "views/controls/Dialogs.h"
+#include "views/controls/MillimetreRow.h"
 
 #include <QApplication>
 #include <QDialog>

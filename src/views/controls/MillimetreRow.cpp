@@ -1,7 +1,9 @@
 #include "views/controls/MillimetreRow.h"
 
 #include "model/Text.h"
+#include "platform/FatalError.h"
 #include "views/controls/Builders.h"
+#include "views/controls/StepSlider.h"
 
 #include <QApplication>
 #include <QKeyEvent>
@@ -102,8 +104,6 @@ private:
     Binding<double> m_value;
 };
 
-} // namespace
-
 QWidget* millimetreRow(const QString& label, const QString& description,
                        const Binding<double>& value, std::function<StepScale()> scale) {
     auto* slider = new StepSlider(value);
@@ -125,6 +125,25 @@ QWidget* millimetreRow(const QString& label, const QString& description,
         number->setToolTip(exactText(get()) + QLatin1Char(' ') + unit);
     });
     return holder;
+}
+
+} // namespace
+
+QWidget* marginSlider(const QString& label, const QString& description,
+                      const Binding<double>& value, std::function<double()> max) {
+    return millimetreRow(label, description, value, [max = std::move(max)] {
+        return StepScale{0, std::max(max(), 0.5)};
+    });
+}
+
+QWidget* imageSizeInput(const QString& label, const QString& description,
+                        const Binding<double>& value, std::function<double()> maxValue) {
+    return millimetreRow(label, description, value, [maxValue = std::move(maxValue)] {
+        const StepScale scale{1, maxValue()};
+        if (!(scale.maximum >= scale.minimum))
+            fatalError("an image size cannot be chosen for a sheet smaller than 1 mm");
+        return scale;
+    });
 }
 
 } // namespace lumivert

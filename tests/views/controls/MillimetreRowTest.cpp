@@ -6,6 +6,7 @@
 
 #include <QLineEdit>
 
+#include <cmath>
 #include <memory>
 
 namespace lumivert {
@@ -38,9 +39,7 @@ protected:
 
     Model model;
     std::unique_ptr<QWidget> made{
-        millimetreRow("Top", "margin in millimetres", binding(model.length), [] {
-            return StepScale{0, 50, 0.5};
-        })};
+        marginSlider("Top", "margin in millimetres", binding(model.length), [] { return 50.0; })};
     QWidget& row = *made;
 };
 
@@ -83,6 +82,115 @@ TEST_F(MillimetreRowTest, leavesTheValueAloneOnEscapeAndOnWhatIsNoLength) {
         QTest::keyClick(field(), Qt::Key_Return);
         EXPECT_EQ(model.length.get(), 7.25) << typed.toStdString();
     }
+}
+
+struct TwoLengths : ObservableObject {
+    Published<double> length{this, 7};
+    Published<double> most{this, 50};
+};
+
+using MakeRow = QWidget* (*)(const QString&, const QString&, const Binding<double>&,
+                             std::function<double()>);
+
+class EachRowTest : public testing::TestWithParam<MakeRow> {
+protected:
+    EachRowTest() {
+        row.resize(270, row.sizeHint().height());
+        keepFresh(&row, model);
+        row.show();
+        QApplication::processEvents();
+    }
+
+    QString value() { return labels().back()->text(); }
+    std::vector<QLabel*> labels() { return shown<QLabel>(row); }
+
+    TwoLengths model;
+    std::unique_ptr<QWidget> made{GetParam()("Top", "of the test", binding(model.length),
+                                             [this] { return model.most.get(); })};
+    QWidget& row = *made;
+    NotificationCount notifications{model};
+    StepSlider& slider{*row.findChild<StepSlider*>()};
+};
+INSTANTIATE_TEST_SUITE_P(, EachRowTest, testing::Values<MakeRow>(marginSlider, imageSizeInput));
+
+TEST_P(EachRowTest, hasLabelSliderAndValueInTheirFrames) {
+    const auto found = labels();
+    ASSERT_EQ(found.size(), 2U);
+    EXPECT_EQ(found[0]->text(), "Top:");
+    EXPECT_EQ(found[0]->geometry().left(), 0);
+    EXPECT_EQ(found[0]->width(), 55);
+    EXPECT_EQ(found[1]->width(), 55);
+    EXPECT_EQ(found[1]->geometry().right(), 269);
+    EXPECT_TRUE(found[1]->alignment() & Qt::AlignRight);
+    EXPECT_GT(slider.x(), found[0]->geometry().right());
+    EXPECT_LT(slider.geometry().right(), found[1]->x());
+    EXPECT_EQ(accessibleName(&slider), "Top");
+}
+
+TEST_P(EachRowTest, showsOneDecimal) {
+    EXPECT_EQ(value(), "7.0 mm");
+    model.length = 12.5;
+    EXPECT_EQ(value(), "12.5 mm");
+    model.length = 7.25;
+    EXPECT_EQ(value(), "7.2 mm");
+    model.length = 1234.56;
+    EXPECT_EQ(value(), "1234.6 mm");
+}
+
+TEST_P(EachRowTest, isBoundBothWays) {
+    QTest::keyClick(&slider, Qt::Key_Right);
+    EXPECT_EQ(model.length.get(), 7.5);
+    EXPECT_EQ(notifications.taken(), 1);
+    EXPECT_EQ(value(), "7.5 mm");
+    model.length = 20;
+    refreshed();
+    EXPECT_EQ(slider.scale().valueAt(slider.value()), 20);
+    EXPECT_EQ(notifications.taken(), 1);
+}
+
+TEST_P(EachRowTest, doesNotHoldTheValueToTheRange) {
+    model.length = 45;
+    notifications.taken();
+    model.most = 10;
+    EXPECT_EQ(model.length.get(), 45);
+    EXPECT_EQ(value(), "45.0 mm");
+    EXPECT_EQ(slider.value(), slider.maximum());
+    EXPECT_EQ(notifications.taken(), 1) << "that of the maximum";
+}
+
+StepScale scaleOf(QWidget* made) {
+    const std::unique_ptr<QWidget> row(made);
+    refreshTree(row.get());
+    return row->findChild<StepSlider*>()->scale();
+}
+
+TEST(MarginSlider, reachesItsMaximumButAlwaysAHalf) {
+    TwoLengths model;
+    struct Row {
+        double max;
+        double end;
+    };
+    for (const Row& row : std::vector<Row>{{50, 50}, {0, 0.5}, {0.3, 0.5}, {-20, 0.5}, {0.5, 0.5}})
+        EXPECT_EQ(
+            scaleOf(marginSlider("Top", {}, binding(model.length), [&row] { return row.max; })),
+            (StepScale{0, row.end}))
+            << row.max;
+}
+
+TEST(ImageSizeInput, goesFromOneToTheSheetsSide) {
+    TwoLengths model;
+    for (const double side : {297.0, 1.0})
+        EXPECT_EQ(
+            scaleOf(imageSizeInput("Width", {}, binding(model.length), [side] { return side; })),
+            (StepScale{1, side}));
+}
+
+TEST(ImageSizeInputDeathTest, endsTheProgramForASheetBelowOneMillimetre) {
+    TwoLengths model;
+    for (const double side : {0.99, 0.0, -5.0, std::nan("")})
+        EXPECT_EXIT(
+            scaleOf(imageSizeInput("Width", {}, binding(model.length), [side] { return side; })),
+            testing::ExitedWithCode(1), "Lumivert: ");
 }
 
 } // namespace

@@ -68,20 +68,17 @@ protected:
         m_palette.emplace(palette);
         m_font.emplace(look.points);
 
-        root.reset(
-            column(10, {button("Print", [] {},
-                               {.size = ButtonSize::large,
-                                .icon = Icon::printer,
-                                .fullWidth = true,
-                                .prominent = true}),
-                        button("Refresh", [] {}, {.size = ButtonSize::small}),
-                        toggle("Borderless", binding(model.on)),
-                        segmentedPicker("Mode", model.mode), picker("Scaling", model.scaling),
-                        millimetreRow("Top", "of the test", binding(model.length),
-                                      [] {
-                                          return StepScale{0, 50};
-                                      }),
-                        flexibleSpace()}));
+        root.reset(column(
+            10, {button("Print", [] {},
+                        {.size = ButtonSize::large,
+                         .icon = Icon::printer,
+                         .fullWidth = true,
+                         .prominent = true}),
+                 button("Refresh", [] {}, {.size = ButtonSize::small}),
+                 toggle("Borderless", binding(model.on)), segmentedPicker("Mode", model.mode),
+                 picker("Scaling", model.scaling),
+                 marginSlider("Top", "of the test", binding(model.length), [] { return 50.0; }),
+                 flexibleSpace()}));
         root->layout()->setContentsMargins(16, 16, 16, 16);
         ringFocusIn(root.get());
         root->resize(300, 420);
