@@ -6,6 +6,8 @@
 #include <QImage>
 #include <QPushButton>
 
+#include <optional>
+
 namespace lumivert {
 namespace {
 
@@ -234,6 +236,36 @@ TEST_F(LooksTest, keepsNothingOfAFormerFontPaletteOrStyle) {
         QApplication::setStyle("Fusion");
         EXPECT_EQ(painted(*panel), before) << "as it was at first";
     }
+}
+
+TEST_F(LooksTest, followsAThemeThatSaysNoMoreThanThatItHasChanged) {
+    load({600, 400});
+    pm->savePreset("One");
+    struct Silence : QObject {
+        bool eventFilter(QObject*, QEvent* event) override {
+            return event->type() == QEvent::ApplicationFontChange;
+        }
+    };
+    std::optional<Silence> silence(std::in_place);
+    qApp->installEventFilter(&*silence);
+    const WithFontSize large(14);
+    silence.reset();
+    QEvent theme(QEvent::ThemeChange);
+    QCoreApplication::sendEvent(panel->window(), &theme);
+    QApplication::processEvents();
+    SettingsPanel another(*pm);
+    another.resize(panel->size());
+    another.show();
+    QApplication::processEvents();
+    const auto fonts = [](SettingsPanel& any) {
+        QStringList all;
+        for (QWidget* widget : any.widget()->findChildren<QWidget*>())
+            all << QString("%1 %2").arg(widget->metaObject()->className(),
+                                        widget->font().toString());
+        return all;
+    };
+    EXPECT_EQ(fonts(*panel), fonts(another));
+    EXPECT_EQ(button("Print")->font().pointSizeF(), 14);
 }
 
 TEST_F(LooksTest, hasItsItemsFromTopToBottom) {

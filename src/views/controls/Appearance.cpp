@@ -1,7 +1,5 @@
 #include "views/controls/Appearance.h"
 
-#include "platform/Observable.h"
-
 #include <QApplication>
 #include <QEvent>
 #include <QFontDatabase>
@@ -38,8 +36,9 @@ QColor mixed(const QColor& from, const QColor& to, double share) {
 // contrast on that as well.
 constexpr double groupTint = 1.12;
 
-/// Tells of a new font or palette of the application when all of its widgets have heard of it.
+/// Tells of a new font, palette or style once all widgets have heard of it.
 class AppearanceNews : public QObject {
+    Q_OBJECT
 public:
     static AppearanceNews& ofApplication() {
         static QPointer<AppearanceNews> news;
@@ -48,52 +47,34 @@ public:
         return *news;
     }
 
-    Signal changed;
+signals:
+    void changed();
 
 protected:
-    bool eventFilter(QObject* watched, QEvent* event) override {
-        if (watched == qApp && (event->type() == QEvent::ApplicationFontChange ||
-                                event->type() == QEvent::ApplicationPaletteChange))
-            QMetaObject::invokeMethod(
-                this, [this] { changed.fire(); }, Qt::QueuedConnection);
+    bool eventFilter(QObject*, QEvent* event) override {
+        const QEvent::Type type = event->type();
+        if ((type == QEvent::ApplicationFontChange || type == QEvent::ApplicationPaletteChange ||
+             type == QEvent::StyleChange || type == QEvent::ThemeChange) &&
+            !std::exchange(m_isDue, true))
+            QMetaObject::invokeMethod(this, &AppearanceNews::tell, Qt::QueuedConnection);
         return false;
     }
 
 private:
     using QObject::QObject;
-};
 
-class AppearanceWatcher : public QObject {
-public:
-    AppearanceWatcher(QWidget* widget, std::function<void()> apply)
-        : QObject(widget)
-        , m_apply(std::move(apply))
-        , m_subscription(AppearanceNews::ofApplication().changed.subscribe([this] { run(); })) {
-        widget->installEventFilter(this);
-        run();
+    void tell() {
+        // Of another theme of the desktop windows hear as such, and keep the font of the one
+        // before.
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+            QEvent event(QEvent::ApplicationFontChange);
+            QCoreApplication::sendEvent(window, &event);
+        }
+        emit changed();
+        m_isDue = false; // only now: all this is no news
     }
 
-protected:
-    bool eventFilter(QObject*, QEvent* event) override {
-        // Of the widget's own, or passed down by a parent.
-        if (event->type() == QEvent::FontChange || event->type() == QEvent::PaletteChange ||
-            event->type() == QEvent::StyleChange)
-            run();
-        return false;
-    }
-
-private:
-    // What is applied changes the widget's own palette, which comes back here.
-    void run() {
-        if (std::exchange(m_running, true))
-            return;
-        m_apply();
-        m_running = false;
-    }
-
-    std::function<void()> m_apply;
-    bool m_running = false;
-    Subscription m_subscription;
+    bool m_isDue = false;
 };
 
 } // namespace
@@ -205,7 +186,9 @@ void paintRounded(QPainter& painter, const QRectF& rect, double radius, const QB
 }
 
 void whenAppearanceChanges(QWidget* widget, std::function<void()> apply) {
-    new AppearanceWatcher(widget, std::move(apply));
+    apply();
+    QObject::connect(&AppearanceNews::ofApplication(), &AppearanceNews::changed, widget,
+                     std::move(apply));
 }
 
 void setTextStyle(QWidget* widget, TextSize size, Tone tone) {
@@ -226,3 +209,5 @@ void setTextStyle(QWidget* widget, TextSize size, Tone tone) {
 }
 
 } // namespace lumivert
+
+#include "Appearance.moc"

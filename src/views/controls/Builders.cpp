@@ -54,8 +54,10 @@ public:
 protected:
     bool event(QEvent* event) override {
         if (event->type() == QEvent::Resize || event->type() == QEvent::LayoutRequest) {
-            const int needed =
-                m_name->sizeHint().width() + m_layout->spacing() + m_control->sizeHint().width();
+            // Not the label's hint, which does not follow a width that is set.
+            const int name = std::max(m_name->minimumWidth(),
+                                      m_name->fontMetrics().horizontalAdvance(m_name->text()));
+            const int needed = name + m_layout->spacing() + m_control->sizeHint().width();
             m_layout->setDirection(needed <= width() ? QBoxLayout::LeftToRight
                                                      : QBoxLayout::TopToBottom);
         }

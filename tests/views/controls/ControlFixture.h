@@ -113,7 +113,9 @@ public:
 private:
     static void set(const QFont& font) {
         QApplication::setFont(font);
-        QApplication::processEvents(); // widgets hear of it by an event
+        // Widgets hear of it by an event, and what holds them of their new sizes by another.
+        QApplication::processEvents();
+        QApplication::processEvents();
     }
 
     QFont m_before;
