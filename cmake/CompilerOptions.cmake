@@ -20,6 +20,16 @@ if(LUMIVERT_SANITIZE)
   endif()
   target_link_options(lumivert_options INTERFACE -fsanitize=${LUMIVERT_SANITIZE})
 endif()
+if(LUMIVERT_SANITIZE STREQUAL "thread")
+  find_package(PkgConfig REQUIRED)
+  pkg_check_modules(glib REQUIRED IMPORTED_TARGET glib-2.0)
+  add_library(lumivert_glib_locks SHARED ${CMAKE_CURRENT_LIST_DIR}/GLibLocks.cpp)
+  target_link_libraries(lumivert_glib_locks PRIVATE PkgConfig::glib)
+  # Ahead of every other library, GLib's own among them.
+  target_link_options(lumivert_options INTERFACE
+    "LINKER:--push-state,--no-as-needed,$<TARGET_FILE:lumivert_glib_locks>,--pop-state")
+  target_link_libraries(lumivert_options INTERFACE lumivert_glib_locks)
+endif()
 
 # What makes an error of memory harder to use. Not in debug builds: FORTIFY needs optimisation.
 set(LUMIVERT_HARDENED $<CONFIG:Release>)
