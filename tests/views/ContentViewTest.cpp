@@ -3,6 +3,7 @@
 #include "views/PreviewPanel.h"
 #include "views/SettingsPanel.h"
 #include "views/ViewFixture.h"
+#include "views/preview/PaperPreview.h"
 
 #include <QDir>
 #include <QDropEvent>
@@ -119,6 +120,21 @@ TEST_F(ContentViewTest, givesAllFurtherWidthToThePreview) {
         EXPECT_EQ(settings->width(), 320) << width;
         EXPECT_GE(preview->width(), width - 320 - 8) << width;
         EXPECT_GE(preview->width(), 500);
+    }
+}
+
+TEST_F(ContentViewTest, givesTheSheetTheWholeColumnAtAnyFont) {
+    for (const double points : {9.0, 16.0}) {
+        const WithFontSize font(points);
+        ContentView another(*pm, fakes.dispatcher, {}, nullptr, [] { return std::string(); });
+        pm->image = nullptr;
+        another.show();
+        QTest::qWait(1);
+        load({600, 400});
+        const auto* column = another.findChild<PreviewPanel*>();
+        const auto* sheet = another.findChild<PaperPreview*>();
+        EXPECT_TRUE(QTest::qWaitFor([&] { return sheet->size() == column->size(); }, 1000))
+            << points;
     }
 }
 

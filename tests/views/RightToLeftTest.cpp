@@ -46,6 +46,36 @@ TEST_F(RightToLeftTest, hasLabelsAtTheRightOfTheirControls) {
     EXPECT_GT(place(button("Margins")).left(), place(button("Image Size")).right());
 }
 
+TEST_F(RightToLeftTest, hasItsTextsAtTheRight) {
+    pm->availablePrinters = std::vector<Printer>{};
+    for (const char* words : {"No saved presets", "No printers found", "Mode"}) {
+        QWidget* text = textShown(*panel, words);
+        EXPECT_GE(ink(text).second, text->width() - 3) << words;
+        EXPECT_GT(place(text).right(), 300 - 12 - 16) << words;
+    }
+}
+
+TEST_F(RightToLeftTest, centresTheTextsOfButtonsWithAnIcon) {
+    load({600, 400});
+    for (const char* style : {"Fusion", "Windows"}) {
+        QApplication::setStyle(style);
+        for (const char* name : {"Save Current Settings", "Print", "Show CUPS Command"}) {
+            const QImage image = button(name)->grab().toImage();
+            const QRgb ground = image.pixel(12, 8);
+            int first = image.width();
+            int last = 0;
+            for (int y = 8; y < image.height() - 8; ++y)
+                for (int x = 8; x < image.width() - 8; ++x)
+                    if (qAbs(qGray(image.pixel(x, y)) - qGray(ground)) > 60) {
+                        first = std::min(first, x);
+                        last = std::max(last, x);
+                    }
+            EXPECT_NEAR(first, image.width() - 1 - last, 5) << name << " under " << style;
+        }
+    }
+    QApplication::setStyle("Fusion");
+}
+
 TEST_F(RightToLeftTest, mirrorsItsPadding) {
     const QRect group = place(control<QGroupBox>(*panel, "Paper"));
     EXPECT_EQ(320 - group.right() - 1, 16);

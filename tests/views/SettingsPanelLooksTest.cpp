@@ -238,6 +238,25 @@ TEST_F(LooksTest, keepsNothingOfAFormerFontPaletteOrStyle) {
     }
 }
 
+TEST_F(LooksTest, leavesEachControlItsHeightHoweverLateItIsShown) {
+    load({600, 400});
+    for (const double points : {9.0, 16.0}) {
+        const WithFontSize font(points);
+        for (const char* profile : {"gone", "printer_managed"})
+            for (const bool borderless : {true, false}) {
+                pm->selectedICCProfileID = profile;
+                pm->borderless = borderless;
+                QTest::qWait(1);
+                for (Picker* found : shown<Picker>(*panel))
+                    EXPECT_GE(found->height(), found->minimumSizeHint().height())
+                        << accessibleName(found).toStdString() << " at " << points;
+                for (QAbstractButton* found : shown<QAbstractButton>(*panel))
+                    EXPECT_GE(found->height(), found->minimumSizeHint().height())
+                        << accessibleName(found).toStdString() << " at " << points;
+            }
+    }
+}
+
 TEST_F(LooksTest, followsAThemeThatSaysNoMoreThanThatItHasChanged) {
     load({600, 400});
     pm->savePreset("One");

@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QSpinBox>
+#include <QStyle>
 #include <QVBoxLayout>
 
 namespace lumivert {
@@ -40,34 +41,58 @@ class LabelledRow : public QWidget {
 public:
     LabelledRow(const QString& label, QWidget* control)
         : m_name(static_cast<QLabel*>(text(label)))
-        , m_control(control)
-        , m_layout(new QHBoxLayout(this)) {
+        , m_control(control) {
         m_name->setObjectName(pickerLabelName);
         m_name->setBuddy(control);
         control->setAccessibleName(label);
-        m_layout->setContentsMargins(0, 0, 0, 0);
-        m_layout->setSpacing(8);
-        m_layout->addWidget(m_name);
-        m_layout->addWidget(control, 1);
+        for (QWidget* child : {static_cast<QWidget*>(m_name), control})
+            child->setParent(this);
+        QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Preferred);
+        policy.setHeightForWidth(true);
+        setSizePolicy(policy);
+    }
+
+    QSize sizeHint() const override {
+        return {neededWidth(), std::max(nameHeight(), hint().height())};
+    }
+    QSize minimumSizeHint() const override { return {0, sizeHint().height()}; }
+    int heightForWidth(int width) const override {
+        return neededWidth() <= width ? sizeHint().height() : nameHeight() + gap + hint().height();
     }
 
 protected:
     bool event(QEvent* event) override {
-        if (event->type() == QEvent::Resize || event->type() == QEvent::LayoutRequest) {
-            // Not the label's hint, which does not follow a width that is set.
-            const int name = std::max(m_name->minimumWidth(),
-                                      m_name->fontMetrics().horizontalAdvance(m_name->text()));
-            const int needed = name + m_layout->spacing() + m_control->sizeHint().width();
-            m_layout->setDirection(needed <= width() ? QBoxLayout::LeftToRight
-                                                     : QBoxLayout::TopToBottom);
-        }
+        if (event->type() == QEvent::LayoutRequest)
+            updateGeometry();
+        if (event->type() == QEvent::LayoutRequest || event->type() == QEvent::Resize)
+            place();
         return QWidget::event(event);
     }
 
 private:
+    static constexpr int gap = 8;
+
+    [[nodiscard]] QSize hint() const { return m_control->sizeHint(); }
+    [[nodiscard]] int nameHeight() const { return m_name->sizeHint().height(); }
+    [[nodiscard]] int nameWidth() const {
+        // Not the label's hint, which does not follow a width that is set.
+        return std::max(m_name->minimumWidth(),
+                        m_name->fontMetrics().horizontalAdvance(m_name->text()));
+    }
+    [[nodiscard]] int neededWidth() const { return nameWidth() + gap + hint().width(); }
+    void place() {
+        const bool isBeside = neededWidth() <= width();
+        const int x = isBeside ? nameWidth() + gap : 0;
+        const int y = isBeside ? (height() - hint().height()) / 2 : nameHeight() + gap;
+        const auto put = [this](QWidget* child, const QRect& place) {
+            child->setGeometry(QStyle::visualRect(layoutDirection(), rect(), place));
+        };
+        put(m_name, {0, 0, nameWidth(), isBeside ? height() : nameHeight()});
+        put(m_control, {x, y, width() - x, hint().height()});
+    }
+
     QLabel* m_name;
     QWidget* m_control;
-    QBoxLayout* m_layout;
 };
 
 } // namespace

@@ -37,13 +37,17 @@ protected:
         QPushButton::initStyleOption(option);
         option->state &= ~QStyle::State_HasFocus; // the window draws a ring
     }
-    void paintEvent(QPaintEvent* event) override {
-        if (!m_prominent || !isEnabled())
-            return QPushButton::paintEvent(event);
+    void paintEvent(QPaintEvent*) override {
         QStyleOptionButton option;
         initStyleOption(&option);
-        option.palette.setColor(QPalette::ButtonText, active(palette(), QPalette::HighlightedText));
         QStylePainter painter(this);
+        // Styles mirror a label with an icon themselves, and the painter its text once more.
+        painter.setLayoutDirection(Qt::LeftToRight);
+        if (!m_prominent || !isEnabled()) {
+            painter.drawControl(QStyle::CE_PushButton, option);
+            return;
+        }
+        option.palette.setColor(QPalette::ButtonText, active(palette(), QPalette::HighlightedText));
         paintRounded(painter, rect(), controlRadius, accentFill(palette(), isDown()));
         painter.drawControl(QStyle::CE_PushButtonLabel, option);
     }

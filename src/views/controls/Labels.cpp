@@ -3,6 +3,7 @@
 #include "views/controls/Refresh.h"
 
 #include <QAbstractTextDocumentLayout>
+#include <QApplication>
 #include <QHelpEvent>
 #include <QLabel>
 #include <QPainter>
@@ -110,6 +111,14 @@ private:
     QString m_reference;
 };
 
+/// Stands at the right where the program runs from right to left, also if its text does not.
+QLabel* plainLabel(const QString& content = {}) {
+    auto* label = new QLabel(content);
+    if (QApplication::isRightToLeft())
+        label->setAlignment(Qt::AlignRight | Qt::AlignAbsolute | Qt::AlignVCenter);
+    return label;
+}
+
 QLabel* styled(QLabel* label, TextSize size, Tone tone) {
     label->setTextFormat(Qt::PlainText);
     setTextStyle(label, size, tone);
@@ -136,15 +145,15 @@ bool answerWithWhole(QWidget* widget, QEvent* event, const QString& shown, const
 }
 
 QWidget* text(const QString& content, TextSize size, Tone tone) {
-    return styled(new QLabel(content), size, tone);
+    return styled(plainLabel(content), size, tone);
 }
 
 QWidget* text(TextSource content, TextSize size, Tone tone) {
-    return following(styled(new QLabel, size, tone), std::move(content));
+    return following(styled(plainLabel(), size, tone), std::move(content));
 }
 
 QWidget* paragraph(const QString& content, TextSize size, Tone tone) {
-    QLabel* label = styled(new QLabel(content), size, tone);
+    QLabel* label = styled(plainLabel(content), size, tone);
     label->setWordWrap(true);
     return label;
 }

@@ -187,6 +187,7 @@ TEST_F(BuildersTest, segmentsStandBelowTheirLabelWhereBothDoNotFit) {
     QApplication::processEvents();
     EXPECT_GT(segments->y(), label->geometry().bottom());
     EXPECT_EQ(segments->x(), 0);
+    EXPECT_GT(root->heightForWidth(200), root->heightForWidth(600)) << "before it is laid out";
 }
 
 TEST_F(BuildersTest, pickersStandBelowTheirLabelsWhereTheirChoicesWouldNotBeRead) {
