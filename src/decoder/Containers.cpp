@@ -18,6 +18,13 @@ std::uint64_t bigEndian(ByteView bytes, std::uint64_t at, std::size_t size) {
     return value;
 }
 
+std::uint64_t littleEndian(ByteView bytes, std::uint64_t at, std::size_t size) {
+    std::uint64_t value = 0;
+    for (std::size_t i = 0; i < size; ++i)
+        value |= bigEndian(bytes, at + i, 1) << 8 * i;
+    return value;
+}
+
 std::string_view asText(ByteView bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }

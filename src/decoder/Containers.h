@@ -15,8 +15,9 @@ using ByteView = std::span<const std::byte>;
 /// `size` bytes from `at`, or as many as there are.
 [[nodiscard]] ByteView part(ByteView bytes, std::uint64_t at, std::uint64_t size = SIZE_MAX);
 
-/// A big-endian number of at most 8 bytes; bytes beyond the end are 0.
+/// A number of at most 8 bytes; bytes beyond the end are 0.
 [[nodiscard]] std::uint64_t bigEndian(ByteView bytes, std::uint64_t at, std::size_t size);
+[[nodiscard]] std::uint64_t littleEndian(ByteView bytes, std::uint64_t at, std::size_t size);
 
 [[nodiscard]] std::string_view asText(ByteView bytes);
 

@@ -214,19 +214,21 @@ const PhotoFormat* formatOf(ByteView bytes) {
 
 int orientationOf(const PhotoFormat& format, const vips::VImage& image) {
     const bool isStated =
-        format.upright == UprightBy::exif && image.get_typeof(VIPS_META_ORIENTATION) == G_TYPE_INT;
+        !format.isTurnedByReader && image.get_typeof(VIPS_META_ORIENTATION) == G_TYPE_INT;
     const int stated = isStated ? image.get_int(VIPS_META_ORIENTATION) : 1;
     return stated >= 1 && stated <= 8 ? stated : 1;
 }
 
 Density densityOf(const PhotoFormat& format, ByteView bytes, const vips::VImage& image,
-                  const std::optional<Density>& ofContainer) {
-    std::optional<Density> density;
-    if (format.density == DensityFrom::physThenExif)
-        density = pngDensity(bytes);
-    if (!density && format.density != DensityFrom::tiffTags)
-        density = exifDensity(image);
-    return density ? *density : ofContainer.value_or(Density{});
+                  std::optional<Density> ofContainer) {
+    if (format.kind == PhotoKind::png)
+        ofContainer = pngDensity(bytes);
+    else if (format.kind == PhotoKind::bmp || format.kind == PhotoKind::openExr)
+        ofContainer =
+            usableDensity(image.xres() * millimetresPerInch, image.yres() * millimetresPerInch);
+    const std::optional<Density> exif = exifDensity(image);
+    const bool isExifFirst = format.kind == PhotoKind::jpeg && exif;
+    return isExifFirst ? *exif : ofContainer ? *ofContainer : exif.value_or(Density{});
 }
 
 Bytes profileOf(int primaries, int transfer, int channels) {

@@ -19,10 +19,9 @@ namespace lumivert::decoder {
 /// EXIF orientation of the stored pixels; 1 where their reader turns them itself.
 [[nodiscard]] int orientationOf(const PhotoFormat& format, const vips::VImage& image);
 
-/// `ofContainer` is what a JPEG's JFIF or a TIFF's tags state.
+/// `ofContainer` is what a JPEG's JFIF or a TIFF's tags state. JPEG alone goes by Exif first.
 [[nodiscard]] Density densityOf(const PhotoFormat& format, ByteView bytes,
-                                const vips::VImage& image,
-                                const std::optional<Density>& ofContainer);
+                                const vips::VImage& image, std::optional<Density> ofContainer);
 
 /// A profile for 1 or 3 channels of primaries and a transfer by ITU-T H.273, tables 2 and 3; empty
 /// where they are not known. Light brighter than paper (PQ, HLG) is brought down to it by the curve

@@ -13,7 +13,6 @@
 #include <numeric>
 #include <span>
 #include <stdexcept>
-#include <vector>
 
 namespace lumivert::decoder {
 namespace {
@@ -106,15 +105,11 @@ std::optional<Photo> openRaw(std::span<const std::byte> bytes, const OpenOptions
     const VImage linear = holding(VImage::new_from_memory(raw->imgdata.image, size, developed.width,
                                                           developed.height, 4, VIPS_FORMAT_USHORT),
                                   development);
-    std::vector<std::uint16_t> tones(65536);
-    for (std::size_t i = 0; i < tones.size(); ++i)
-        tones[i] = static_cast<std::uint16_t>(std::lround(
-            65535 * std::pow(std::min(1.0, static_cast<double>(i) / photo.rawWhite), 1 / gamma)));
-    const VImage table =
-        VImage::new_from_memory(tones.data(), tones.size() * sizeof tones.front(),
-                                static_cast<int>(tones.size()), 1, 1, VIPS_FORMAT_USHORT)
-            .copy_memory();
-    photo.pixels = linear.extract_band(0, VImage::option()->set("n", channels)).maplut(table);
+    photo.pixels =
+        mapped(linear.extract_band(0, VImage::option()->set("n", channels)), VIPS_FORMAT_USHORT,
+               [white = photo.rawWhite](std::uint16_t light) {
+                   return 0.5 + 65535 * std::pow(std::min(1.0, light / white), 1 / gamma);
+               });
     photo.profile = channels == 1 ? plainGreyBytes() : wideGamutBytes();
     photo.isRandomAccess = true;
     return photo;

@@ -10,6 +10,7 @@
 #include <string>
 #include <sys/mman.h>
 #include <utility>
+#include <vector>
 
 namespace lumivert::decoder {
 namespace {
@@ -94,6 +95,18 @@ VImage generated(const VImage& from, int bands, VipsBandFormat format, FillRegio
     if (vips_image_generate(out, vips_start_one, generate, vips_stop_one, in, generator.get()) != 0)
         throw vips::VError();
     return result;
+}
+
+VImage mapped(const VImage& image, VipsBandFormat format,
+              const std::function<double(std::uint16_t sample)>& value) {
+    std::vector<double> values(65536);
+    for (std::size_t i = 0; i < values.size(); ++i)
+        values[i] = value(static_cast<std::uint16_t>(i));
+    // It is copied here and now.
+    const VImage table =
+        VImage::new_from_memory(values.data(), values.size() * sizeof values.front(),
+                                static_cast<int>(values.size()), 1, 1, VIPS_FORMAT_DOUBLE);
+    return image.maplut(table.cast(format));
 }
 
 VImage holding(const VImage& image, Memory memory) {

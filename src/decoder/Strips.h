@@ -3,6 +3,7 @@
 #include <vips/vips8>
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <span>
@@ -27,6 +28,11 @@ using FillRegion = std::function<bool(VipsRegion* out, VipsRegion* in)>;
 /// in the meantime: rows that cannot be read are noted as damage. Throws vips::VError.
 [[nodiscard]] vips::VImage generated(const vips::VImage& from, int bands, VipsBandFormat format,
                                      FillRegion fill);
+
+/// The image with `value(sample)` in place of every sample of 16 bits; cut to whole numbers where
+/// the format has no others.
+[[nodiscard]] vips::VImage mapped(const vips::VImage& image, VipsBandFormat format,
+                                  const std::function<double(std::uint16_t sample)>& value);
 
 /// The image, which keeps what its pixels look at as long as it lives.
 [[nodiscard]] vips::VImage holding(const vips::VImage& image, std::shared_ptr<const void> memory);

@@ -3,11 +3,11 @@
 #include "decoder/Confinement.h"
 #include "decoder/Damage.h"
 #include "decoder/Strips.h"
+#include "platform/decoder/DecoderProtocol.h"
 
 #include <Imath/half.h>
 #include <algorithm>
 #include <bit>
-#include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <memory>
@@ -102,58 +102,10 @@ VImage readYcbcr(TIFF* file) {
         .extract_band(0, VImage::option()->set("n", 3));
 }
 
-VImage fromHalfFloats(const VImage& bits) {
-    std::vector<float> values(65536);
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        Imath::half value;
-        value.setBits(static_cast<std::uint16_t>(i));
-        values[i] = value;
-    }
-    return bits.maplut(VImage::new_from_memory(values.data(), values.size() * sizeof(float), 65536,
-                                               1, 1, VIPS_FORMAT_FLOAT));
-}
-
-// Calls `take(rows, line, area, plane)` with the decoded bytes of each strip or tile, `line` bytes
-// a row, and the part of the image that they show. What libtiff has turned into the machine's order
-// comes as all other samples do, the most significant byte first.
-template <class Take>
-void forEachBlock(TIFF* file, int planes, unsigned bits, const Take& take) {
-    const auto [width, height] = sizeOf(file);
-    const bool isTiled = TIFFIsTiled(file) != 0;
-    const auto edge = [&](std::uint32_t tag, int most) {
-        return static_cast<int>(
-            std::min(field<std::uint32_t>(file, tag), static_cast<std::uint32_t>(most)));
-    };
-    const int blockWidth = isTiled ? edge(TIFFTAG_TILEWIDTH, INT_MAX) : width;
-    const int blockHeight =
-        isTiled ? edge(TIFFTAG_TILELENGTH, INT_MAX) : edge(TIFFTAG_ROWSPERSTRIP, height);
-    const tmsize_t line = isTiled ? TIFFTileRowSize(file) : TIFFScanlineSize(file);
-    const tmsize_t size = isTiled ? TIFFTileSize(file) : TIFFStripSize(file);
-    allowPhoto({blockWidth, blockHeight},
-               static_cast<std::size_t>(line / std::max(blockWidth, 1) + 1));
-    std::vector<std::uint8_t> block(static_cast<std::size_t>(size));
-    const auto at = [](int place) { return static_cast<std::uint32_t>(place); };
-    for (int plane = 0; plane < planes; ++plane)
-        for (int top = 0; top < height; top += blockHeight)
-            for (int left = 0; left < width; left += blockWidth) {
-                const PixelRect area{left, top, std::min(blockWidth, width - left),
-                                     std::min(blockHeight, height - top)};
-                const auto sample = static_cast<std::uint16_t>(plane);
-                const tmsize_t read =
-                    isTiled
-                        ? TIFFReadEncodedTile(file,
-                                              TIFFComputeTile(file, at(left), at(top), 0, sample),
-                                              block.data(), size)
-                        : TIFFReadEncodedStrip(file, TIFFComputeStrip(file, at(top), sample),
-                                               block.data(), size);
-                if (read < line * area.height)
-                    throw std::runtime_error("a TIFF that breaks off");
-                if (std::endian::native == std::endian::little && bits == 16)
-                    TIFFSwabArrayOfShort(reinterpret_cast<std::uint16_t*>(block.data()), read / 2);
-                if (std::endian::native == std::endian::little && bits == 24)
-                    TIFFSwabArrayOfTriples(block.data(), read / 3);
-                take(block.data(), line, area, plane);
-            }
+double ofHalfFloat(std::uint16_t bits) {
+    Imath::half value;
+    value.setBits(bits);
+    return value;
 }
 
 VImage readSamples(TIFF* file) {
@@ -169,45 +121,75 @@ VImage readSamples(TIFF* file) {
                          : photometric == PHOTOMETRIC_RGB       ? 3
                          : photometric == PHOTOMETRIC_SEPARATED ? 4
                                                                 : 0;
-    if (channels == 0 || samples < channels || bits > 24 || format == SAMPLEFORMAT_INT)
+    // Strips are tiles as wide as the image.
+    const bool isTiled = TIFFIsTiled(file) != 0;
+    const auto most = static_cast<std::uint32_t>(protocol::maximumEdge);
+    const auto edge = [&](std::uint32_t tag) {
+        return static_cast<int>(std::min(field<std::uint32_t>(file, tag), most));
+    };
+    const int tileWidth = isTiled ? edge(TIFFTAG_TILEWIDTH) : size.width;
+    const int tileHeight = edge(isTiled ? TIFFTAG_TILELENGTH : TIFFTAG_ROWSPERSTRIP);
+    const tmsize_t line = isTiled ? TIFFTileRowSize(file) : TIFFScanlineSize(file);
+    const auto tileBytes =
+        static_cast<std::size_t>(isTiled ? TIFFTileSize(file) : TIFFStripSize(file));
+    const std::uint32_t inPlane = (isTiled ? TIFFNumberOfTiles(file) : TIFFNumberOfStrips(file)) /
+                                  static_cast<std::uint32_t>(isPlanar ? samples : 1);
+    if (channels == 0 || samples < channels || bits > 24 || format == SAMPLEFORMAT_INT ||
+        tileWidth == 0 || tileHeight == 0 || inPlane == 0)
         throw std::runtime_error("samples of no photo");
     const int kept = std::min(samples, channels + 1); // the first extra one is alpha
     allowPhoto(size, static_cast<std::size_t>(kept) * sizeof(std::uint16_t));
+    allowPhoto({1, 1}, tileBytes);
+
     const auto values = std::make_shared<std::vector<std::uint16_t>>(
         static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height) *
         static_cast<std::size_t>(kept));
-
+    std::vector<std::uint8_t> tile(tileBytes);
+    const int across = (size.width - 1) / tileWidth + 1;
     const int together = isPlanar ? 1 : samples;
-    const std::uint32_t most = (1U << bits) - 1;
-    const double scale = isFloat ? 1 : 65535.0 / most;
-    forEachBlock(
-        file, isPlanar ? kept : 1, bits,
-        [&](const std::uint8_t* rows, tmsize_t line, const PixelRect& area, int plane) {
-            for (int y = 0; y < area.height; ++y) {
-                const std::uint8_t* from = rows + line * y;
-                std::uint16_t* to =
-                    values->data() + (std::ptrdiff_t{size.width} * (area.y + y) + area.x) * kept;
-                std::uint32_t pending = 0;
-                unsigned held = 0;
-                for (int x = 0; x < area.width; ++x, to += kept)
-                    for (int band = plane; band < plane + together; ++band) {
-                        for (; held < bits; held += 8)
-                            pending = pending << 8 | *from++;
-                        held -= bits;
-                        const std::uint32_t value = pending >> held & most;
-                        if (band < kept)
-                            to[band] = static_cast<std::uint16_t>(
-                                (isInverse && band == 0 ? most - value : value) * scale + 0.5);
-                    }
-            }
-        });
+    const std::uint32_t highest = (1U << bits) - 1;
+    const double scale = isFloat ? 1 : 65535.0 / highest;
+    for (std::uint32_t i = 0; i < inPlane * static_cast<std::uint32_t>(isPlanar ? kept : 1); ++i) {
+        const int plane = static_cast<int>(i / inPlane);
+        const int place = static_cast<int>(i % inPlane);
+        const int left = place % across * tileWidth;
+        const int top = place / across * tileHeight;
+        const int rows = std::min(tileHeight, size.height - top);
+        const auto bytes = static_cast<tmsize_t>(tile.size());
+        const tmsize_t read = isTiled ? TIFFReadEncodedTile(file, i, tile.data(), bytes)
+                                      : TIFFReadEncodedStrip(file, i, tile.data(), bytes);
+        if (read < line * rows)
+            throw std::runtime_error("a TIFF that breaks off");
+        // Libtiff turns what fills whole bytes into the machine's order.
+        if (std::endian::native == std::endian::little && bits == 16)
+            TIFFSwabArrayOfShort(reinterpret_cast<std::uint16_t*>(tile.data()), read / 2);
+        if (std::endian::native == std::endian::little && bits == 24)
+            TIFFSwabArrayOfTriples(tile.data(), read / 3);
+        for (int y = 0; y < rows; ++y) {
+            const std::uint8_t* from = tile.data() + line * y;
+            std::uint16_t* to =
+                values->data() + (std::ptrdiff_t{size.width} * (top + y) + left) * kept;
+            std::uint32_t pending = 0;
+            unsigned held = 0;
+            for (int x = left; x < std::min(left + tileWidth, size.width); ++x, to += kept)
+                for (int band = plane; band < plane + together; ++band) {
+                    for (; held < bits; held += 8)
+                        pending = pending << 8 | *from++;
+                    held -= bits;
+                    const std::uint32_t value = pending >> held & highest;
+                    if (band < kept)
+                        to[band] = static_cast<std::uint16_t>(
+                            (isInverse && band == 0 ? highest - value : value) * scale + 0.5);
+                }
+        }
+    }
 
     VImage image =
         holding(VImage::new_from_memory(values->data(), values->size() * sizeof(std::uint16_t),
                                         size.width, size.height, kept, VIPS_FORMAT_USHORT),
                 values);
     if (isFloat)
-        image = fromHalfFloats(image);
+        image = mapped(image, VIPS_FORMAT_FLOAT, ofHalfFloat);
     const VipsInterpretation meaning = channels == 4   ? VIPS_INTERPRETATION_CMYK
                                        : channels == 1 ? VIPS_INTERPRETATION_GREY16
                                        : isFloat       ? VIPS_INTERPRETATION_scRGB

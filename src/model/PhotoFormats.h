@@ -5,14 +5,20 @@
 
 namespace lumivert {
 
-enum class PhotoKind { jpeg, png, tiff, heic, cameraRaw, avif, webp, gif, jpegXl, jpeg2000 };
-
-/// Who knows which way up the stored pixels are: Exif or the file's own tag as libvips tells it, or
-/// the library that reads them and turns them itself.
-enum class UprightBy { exif, reader };
-
-/// Where a file states its dots per inch, in the order of precedence.
-enum class DensityFrom { exif, exifThenJfif, physThenExif, tiffTags };
+enum class PhotoKind {
+    jpeg,
+    png,
+    tiff,
+    heic,
+    cameraRaw,
+    avif,
+    webp,
+    gif,
+    jpegXl,
+    jpeg2000,
+    bmp,
+    openExr
+};
 
 /// A format of photos, and all that has to be said about it: a row of photoFormats(). Endings of
 /// file names stand in lower case and without their dot.
@@ -22,10 +28,10 @@ struct PhotoFormat {
     std::string_view name;
     /// What a file begins with, '?' for any byte. None where only the reader can tell.
     std::vector<std::string_view> beginnings = {};
-    /// The operation of libvips that reads it; empty for LibRaw.
+    /// The operation of libvips that reads it; empty where another library does.
     std::string_view loader = {};
-    UprightBy upright;
-    DensityFrom density;
+    /// Whether the library that reads the pixels turns them upright itself.
+    bool isTurnedByReader = false;
     /// What the dialog for opening offers.
     std::vector<std::string_view> endings;
     /// What a drop takes.

@@ -1,6 +1,9 @@
 #include "corpus/IndependentReaders.h"
 
+#include <QImage>
+
 #include <algorithm>
+#include <cmath>
 #include <csetjmp>
 #include <cstddef>
 #include <cstdio>
@@ -8,7 +11,9 @@
 #include <jpeglib.h>
 #include <libheif/heif.h>
 #include <memory>
+#include <openexr.h>
 #include <png.h>
+#include <string_view>
 #include <tiffio.h>
 #include <vector>
 #include <webp/decode.h>
@@ -164,6 +169,83 @@ std::optional<std::string> readHeif(const std::string& file) {
         heif_image_release(image);
     if (handle)
         heif_image_handle_release(handle);
+    return pixels;
+}
+
+std::optional<std::string> readBmp(const std::string& file) {
+    QImage image;
+    if (!image.loadFromData(reinterpret_cast<const uchar*>(file.data()),
+                            static_cast<int>(file.size()), "BMP"))
+        return std::nullopt;
+    image = image.convertToFormat(QImage::Format_RGB888);
+    std::string pixels;
+    for (int y = 0; y < image.height(); ++y)
+        pixels.append(reinterpret_cast<const char*>(image.constScanLine(y)),
+                      std::size_t{3} * static_cast<unsigned>(image.width()));
+    return pixels;
+}
+
+// By OpenEXR's own C library, which shares no code with the C++ one.
+std::optional<std::string> readExr(const std::string& file) {
+    exr_context_initializer_t start = EXR_DEFAULT_CONTEXT_INITIALIZER;
+    start.user_data = const_cast<std::string*>(&file);
+    start.error_handler_fn = [](exr_const_context_t, exr_result_t, const char*) {};
+    start.size_fn = [](exr_const_context_t, void* data) {
+        return static_cast<std::int64_t>(static_cast<const std::string*>(data)->size());
+    };
+    start.read_fn = [](exr_const_context_t, void* data, void* to, std::uint64_t size,
+                       std::uint64_t offset, exr_stream_error_func_ptr_t) -> std::int64_t {
+        const auto& bytes = *static_cast<const std::string*>(data);
+        const std::uint64_t from = std::min<std::uint64_t>(offset, bytes.size());
+        const std::uint64_t count = std::min<std::uint64_t>(size, bytes.size() - from);
+        std::memcpy(to, bytes.data() + from, count);
+        return static_cast<std::int64_t>(count);
+    };
+    exr_context_t context = nullptr;
+    if (exr_start_read(&context, "corpus", &start) != EXR_ERR_SUCCESS)
+        return std::nullopt;
+    const std::unique_ptr<exr_context_t, void (*)(exr_context_t*)> ends(
+        &context, [](exr_context_t* open) { exr_finish(open); });
+    exr_attr_box2i_t window{};
+    std::int32_t rows = 0;
+    if (exr_get_data_window(context, 0, &window) != EXR_ERR_SUCCESS ||
+        exr_get_scanlines_per_chunk(context, 0, &rows) != EXR_ERR_SUCCESS)
+        return std::nullopt;
+    const int width = window.max.x - window.min.x + 1;
+    std::string pixels;
+    for (int y = window.min.y; y <= window.max.y; y += rows) {
+        exr_chunk_info_t chunk{};
+        exr_decode_pipeline_t pipeline = EXR_DECODE_PIPELINE_INITIALIZER;
+        if (exr_read_scanline_chunk_info(context, 0, y, &chunk) != EXR_ERR_SUCCESS ||
+            exr_decoding_initialize(context, 0, &chunk, &pipeline) != EXR_ERR_SUCCESS)
+            return std::nullopt;
+        std::vector<float> values(std::size_t{3} * static_cast<std::size_t>(width) *
+                                  static_cast<std::size_t>(chunk.height));
+        for (int c = 0; c < pipeline.channel_count; ++c) {
+            auto& channel = pipeline.channels[c];
+            const std::string_view name = channel.channel_name;
+            const std::size_t place = name == "R" ? 0 : name == "G" ? 1 : 2;
+            channel.decode_to_ptr = reinterpret_cast<std::uint8_t*>(values.data() + place);
+            channel.user_bytes_per_element = 4;
+            channel.user_data_type = EXR_PIXEL_FLOAT;
+            channel.user_pixel_stride = 12;
+            channel.user_line_stride = 12 * width;
+        }
+        const bool isRead =
+            exr_decoding_choose_default_routines(context, 0, &pipeline) == EXR_ERR_SUCCESS &&
+            exr_decoding_run(context, 0, &pipeline) == EXR_ERR_SUCCESS;
+        exr_decoding_destroy(context, &pipeline);
+        if (!isRead)
+            return std::nullopt;
+        for (const float value : values) {
+            const double light = value > 0 ? std::min(value, 1.0F) : 0;
+            const long encoded = std::lround(
+                65535 *
+                (light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055));
+            pixels += static_cast<char>(encoded >> 8);
+            pixels += static_cast<char>(encoded);
+        }
+    }
     return pixels;
 }
 

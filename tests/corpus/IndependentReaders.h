@@ -3,8 +3,8 @@
 #include <optional>
 #include <string>
 
-/// The pixels of a file, 8 bits of red, green and blue each, as the format's own library reads them
-/// without the decoder between. Nothing where it does not.
+/// The pixels of a file, 8 bits of red, green and blue each, as the format's own library (of BMP,
+/// Qt) reads them without the decoder between. Nothing where it does not.
 namespace lumivert::test {
 
 [[nodiscard]] std::optional<std::string> readJpeg(const std::string& file);
@@ -12,5 +12,8 @@ namespace lumivert::test {
 [[nodiscard]] std::optional<std::string> readWebp(const std::string& file);
 [[nodiscard]] std::optional<std::string> readTiff(const std::string& file);
 [[nodiscard]] std::optional<std::string> readHeif(const std::string& file);
+[[nodiscard]] std::optional<std::string> readBmp(const std::string& file);
+/// 16 bits each, the upper byte first, light by sRGB's curve.
+[[nodiscard]] std::optional<std::string> readExr(const std::string& file);
 
 } // namespace lumivert::test

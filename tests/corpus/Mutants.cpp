@@ -2,7 +2,9 @@
 
 #include "corpus/IndependentReaders.h"
 #include "decoder/TestPhotos.h"
+#include "files/BmpWriter.h"
 #include "files/DeepTiff.h"
+#include "files/ExrWriter.h"
 #include "files/SensorPhoto.h"
 
 #include <algorithm>
@@ -49,6 +51,40 @@ std::string deepTiff(int bits, bool isFloat) {
     for (int i = 0; i < 96 * 64 * 3; ++i)
         tiff.values.push_back(static_cast<std::uint32_t>(i * 7919 % 0x3c00) & ((1U << bits) - 1));
     return tiff.bytes();
+}
+
+std::string bitmap() {
+    const BmpWriter writer{.width = 96, .height = 64};
+    return writer.bytes(writer.rows([](int x, int y) {
+        return static_cast<std::uint32_t>(x * 7919 + y * 104729) & 0xffffffU;
+    }));
+}
+
+// Runs, and numbers as they are, in every row.
+std::string bitmapOfRuns() {
+    BmpWriter writer{.width = 96, .height = 64, .bits = 8, .coding = 1};
+    for (std::uint32_t i = 0; i < 256; ++i)
+        writer.palette.push_back(i * 0x10307 & 0xffffffU);
+    std::string runs;
+    for (int y = 0; y < 64; ++y) {
+        for (int i = 0; i < 16; ++i) {
+            runs += static_cast<char>(3);
+            runs += static_cast<char>(y * 16 + i);
+        }
+        runs += std::string("\0\x30", 2);
+        for (int i = 0; i < 48; ++i)
+            runs += static_cast<char>(y + i * 5);
+        runs += std::string(2, '\0');
+    }
+    return writer.bytes(runs + std::string("\0\1", 2));
+}
+
+std::string openExr(int compression) {
+    ExrWriter writer{.display = {0, 0, 95, 63}};
+    writer.compression = compression;
+    return writer.bytes([](int x, int y, int channel) {
+        return static_cast<float>((x * 7919 + y * 104729 + channel * 31) % 1000) / 1000;
+    });
 }
 
 std::string bigEndian(std::uint32_t value) {
@@ -170,6 +206,10 @@ std::vector<Kind> everyKind() {
          asItsLibraryReads, readTiff},
         {"tiff-12", deepTiff(12, false), asItsLibraryReads, asItsLibraryReads},
         {"tiff-half", deepTiff(16, true), asItsLibraryReads, asItsLibraryReads},
+        {"bmp", bitmap(), asItsLibraryReads, asItsLibraryReads, asItsLibraryReads, readBmp},
+        {"bmp-runs", bitmapOfRuns(), asItsLibraryReads, asItsLibraryReads},
+        {"exr", openExr(0), asItsLibraryReads, asItsLibraryReads, asItsLibraryReads, readExr},
+        {"exr-zip", openExr(3), asItsLibraryReads, asItsLibraryReads},
         {"dng", digitalNegative(), asItsLibraryReads, asItsLibraryReads}};
     for (const auto& [name, compression] : {std::pair{"heic", VIPS_FOREIGN_HEIF_COMPRESSION_HEVC},
                                             std::pair{"avif", VIPS_FOREIGN_HEIF_COMPRESSION_AV1}})

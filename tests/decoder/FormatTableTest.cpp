@@ -3,7 +3,9 @@
 #include "decoder/Profiles.h"
 #include "decoder/TestPhotos.h"
 #include "decoder/TestProfiles.h"
+#include "files/BmpWriter.h"
 #include "files/DeepTiff.h"
+#include "files/ExrWriter.h"
 
 #include <gtest/gtest.h>
 
@@ -102,6 +104,33 @@ Case tiffOfHalfFloats() {
                 });
                 return tiff.bytes();
             }};
+}
+
+Case bmp() {
+    return {"BMP", "", "8 bits, RGB", 3, 8, false, nullptr, [](std::vector<double>& values) {
+                const lumivert::test::BmpWriter writer{.width = fields * side, .height = side};
+                return writer.bytes(writer.rows([&](int x, int) {
+                    std::uint32_t color = 0;
+                    for (int c = 0; c < 3; ++c)
+                        color = color << 8 |
+                                static_cast<std::uint32_t>(std::lround(
+                                    255 * values[static_cast<std::size_t>(x / side * 3 + c)]));
+                    return color;
+                }));
+            }};
+}
+
+Case openExr() {
+    return {
+        "OpenEXR", "", "half float, RGB", 3, 32, false, nullptr, [](std::vector<double>& values) {
+            for (double& value : values)
+                value = Imath::half(static_cast<float>(value));
+            return lumivert::test::ExrWriter{.display = {0, 0, fields * side - 1, side - 1}}.bytes(
+                [&](int x, int, int channel) {
+                    return static_cast<float>(
+                        values[static_cast<std::size_t>(x / side * 3 + channel)]);
+                });
+        }};
 }
 
 VImage strip(const Case& of, const std::vector<double>& values) {
@@ -222,6 +251,8 @@ std::vector<Case> cases() {
         for (const int channels : {1, 3})
             all.push_back(tiffOf(channels, bits));
     all.push_back(tiffOfHalfFloats());
+    all.push_back(bmp());
+    all.push_back(openExr());
     all.push_back({"JPEG 2000", ".jp2", "8 bits, RGB", 3, 8, false, option("lossless", true)});
     all.push_back({"HEIC, AVIF", ".avif", "8 bits, RGB", 3, 8, false, option("lossless", true)});
     return all;

@@ -174,8 +174,7 @@ TEST(PhotoFacts, leavesTurningHeifToItsReader) {
     auto image = plain8({4, 4}, {9, 9, 9}).copy();
     image.set("orientation", 6);
     for (const PhotoFormat& format : photoFormats())
-        EXPECT_EQ(orientationOf(format, image), format.upright == UprightBy::exif ? 6 : 1)
-            << format.name;
+        EXPECT_EQ(orientationOf(format, image), format.isTurnedByReader ? 1 : 6) << format.name;
 }
 
 TEST(PhotoFacts, survivesEveryTruncationAndEveryChangedByteOfExif) {
