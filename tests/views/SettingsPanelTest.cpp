@@ -318,6 +318,26 @@ TEST_F(PanelTest, scrollsToANewCommandAndANewError) {
     EXPECT_EQ(panel->verticalScrollBar()->value(), 0) << "what goes is not looked for";
 }
 
+TEST_F(PanelTest, scrollsToTheWholeErrorOfAFailedPrint) {
+    const std::string words = "Print failed: lp: Error - The printer or class does not exist.";
+    panel->resize(320, 300);
+    for (const double points : {9.0, 16.0}) {
+        const WithFontSize font(points);
+        pm->lastCUPSCommand = std::nullopt;
+        pm->lastPrintError = std::nullopt;
+        QTest::qWait(20);
+        panel->verticalScrollBar()->setValue(0);
+        pm->lastCUPSCommand = "lp -d Photo_Printer_A3 -o PageSize=A4 -o MediaType=Glossy";
+        pm->lastPrintError = words;
+        const auto isWhole = [&] {
+            QWidget* error = textShown(*panel, QString::fromStdString(words));
+            return error && panel->viewport()->rect().contains(
+                                {error->mapTo(panel->viewport(), QPoint()), error->size()});
+        };
+        EXPECT_TRUE(QTest::qWaitFor(isWhole, 1000)) << points;
+    }
+}
+
 TEST_F(PanelTest, tellsAssistiveTechnologyOfAnErrorAsANotice) {
     pm->lastPrintError = "Print failed: no paper";
     QApplication::processEvents();

@@ -7,13 +7,14 @@
 #include "views/controls/Labels.h"
 #include "views/controls/Refresh.h"
 #include "views/preview/PreviewTexts.h"
-#include "views/preview/SheetShadow.h"
 
 #include <QPaintEvent>
 #include <QPainter>
 #include <QPainterPath>
+#include <QPixmap>
 #include <QScreen>
 #include <QWindow>
+#include <qdrawutil.h>
 
 #include <algorithm>
 #include <cmath>
@@ -27,6 +28,12 @@ constexpr double padding = 40;
 constexpr double cornerRadius = 2;
 constexpr double outlineWidth = 0.5;
 constexpr double outlineDash = 4;
+constexpr double shadowOpacity = 0.3;
+constexpr double shadowOffset = 4;
+// A blur of radius 8 is a Gaussian of half that standard deviation (CSS Backgrounds 3, 6.1.1),
+// which has faded out at three deviations.
+constexpr double deviation = 8 / 2.0;
+constexpr double shadowReach = 3 * deviation + shadowOffset;
 
 /// Edges at the nearest device pixels, counted from the view's corner, which itself need not lie on
 /// one: `origin` is the view's place in its window.
@@ -39,6 +46,26 @@ QRect onPixels(RectPoints rect, QPointF origin, double pixelRatio) {
     const int top = edge(origin.y(), rect.y);
     return {left, top, edge(origin.x(), rect.x + rect.width) - left,
             edge(origin.y(), rect.y + rect.height) - top};
+}
+
+/// The shadow of a sheet of one pixel more than its shadow reaches inward from both edges, with
+/// `outside` pixels around it: a nine patch, of which the middle is stretched.
+QPixmap makeShadow(int outside, double pixelRatio) {
+    const int side = 4 * outside + 1;
+    // How dark it is between two edges, 0 to 1.
+    const auto across = [&](double place) {
+        const double unit = deviation * pixelRatio * std::sqrt(2.0);
+        return (1 + std::erf((place - outside) / unit)) / 2 *
+               (1 + std::erf((side - outside - place) / unit)) / 2;
+    };
+    QImage image(side, side, QImage::Format_ARGB32_Premultiplied);
+    for (int y = 0; y < side; ++y)
+        for (int x = 0; x < side; ++x) {
+            const double dark =
+                shadowOpacity * across(x + 0.5) * across(y + 0.5 - shadowOffset * pixelRatio);
+            image.setPixel(x, y, qRgba(0, 0, 0, static_cast<int>(std::lround(dark * 255))));
+        }
+    return QPixmap::fromImage(image);
 }
 
 } // namespace
@@ -60,6 +87,18 @@ PaperPreviewLayout paperPreviewLayout(double width, double height, const Oriente
     return {.sheet = sheet,
             .frame = actualSizeRect(framed, printable),
             .outlined = !borderless && anyMargin};
+}
+
+void paintSheetShadow(QPainter& painter, const QRect& sheet, double pixelRatio) {
+    static double madeFor = 0;
+    static QPixmap patch;
+    const int outside = static_cast<int>(std::ceil(shadowReach * pixelRatio));
+    if (std::exchange(madeFor, pixelRatio) != pixelRatio)
+        patch = makeShadow(outside, pixelRatio);
+    const QRect around = sheet.adjusted(-outside, -outside, outside, outside);
+    const int corner = std::min({2 * outside, around.width() / 2, around.height() / 2});
+    qDrawBorderPixmap(&painter, around, {corner, corner, corner, corner}, patch, patch.rect(),
+                      {corner, corner, corner, corner}, {Qt::StretchTile, Qt::StretchTile});
 }
 
 PaperPreview::PaperPreview(PrintManager& pm, ScreenColors* screens)

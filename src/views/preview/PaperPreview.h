@@ -30,6 +30,10 @@ struct PaperPreviewLayout {
                                                     const OrientedPaper& paper,
                                                     const Margins& margins, bool borderless);
 
+/// Paints the shadow of an opaque sheet around it: black at 0.3, blurred over 8, 4 downwards, times
+/// `pixelRatio`. Made once for a pixel ratio, stretched for any size; main thread.
+void paintSheetShadow(QPainter& painter, const QRect& sheet, double pixelRatio);
+
 /// The sheet of paper with the photo on it as it will print. Draws what `pm` says whenever that
 /// changes, but only what has changed. The photo is shown in the colours of the screen that the
 /// window is on; `screens` may be null, for sRGB.

@@ -87,7 +87,6 @@ bool PhotoLayer::setRendition(std::shared_ptr<const ScreenRendition> rendition,
     m_still.stop();
     m_part = {};
     m_settled = {};
-    m_inWork = {};
     m_isFirst = true;
     return true;
 }
@@ -95,7 +94,8 @@ bool PhotoLayer::setRendition(std::shared_ptr<const ScreenRendition> rendition,
 void PhotoLayer::paint(QPainter& painter, const QRect& photo, const QRect& box) {
     if (!m_pyramid || box.isEmpty() || photo.isEmpty())
         return;
-    const Part part{photo.translated(-box.topLeft()), box.size()};
+    const Part part{m_pyramid->levelFor(photo.size()), photo.translated(-box.topLeft()),
+                    box.size()};
     if (part != m_part) {
         m_part = part;
         m_settled = {};
@@ -110,14 +110,15 @@ void PhotoLayer::paint(QPainter& painter, const QRect& photo, const QRect& box) 
     painter.setClipRect(box, Qt::IntersectClip);
     painter.setRenderHint(QPainter::SmoothPixmapTransform,
                           std::int64_t{box.width()} * box.height() < mostSmoothPixels);
-    painter.drawImage(photo, m_pyramid->levelFor(photo.size()));
+    painter.drawImage(photo, part.level);
     painter.restore();
 }
 
-QImage PhotoLayer::scaledPart(const QImage& level, const Part& part) {
+QImage PhotoLayer::scaledPart(const Part& part) {
     // Scaled is what shows and no more: a long panorama that fills the sheet would be many times
     // larger. It is cut between pixels of the level, and so by less than half a pixel beside the
     // place that it would have in the whole.
+    const QImage& level = part.level;
     const QTransform fromLevel = QTransform::fromTranslate(part.photo.x(), part.photo.y())
                                      .scale(double(part.photo.width()) / level.width(),
                                             double(part.photo.height()) / level.height());
@@ -130,31 +131,26 @@ QImage PhotoLayer::scaledPart(const QImage& level, const Part& part) {
 }
 
 void PhotoLayer::settle() {
-    if (!m_pyramid || m_part.size.isEmpty() || m_worker.joinable())
-        return; // the one at work asks again when it is done
+    if (!m_pyramid || m_part.size.isEmpty())
+        return;
     try {
-        m_worker =
-            std::jthread([this, level = m_pyramid->levelFor(m_part.photo.size()), part = m_part] {
-                QImage made;
-                try {
-                    made = scaledPart(level, part);
-                } catch (const std::bad_alloc&) {
-                }
-                QMetaObject::invokeMethod(
-                    this, [this, made] { take(made); }, Qt::QueuedConnection);
-            });
-        m_inWork = m_part;
+        // The thread before has ended long ago, or is waited for.
+        m_worker = std::jthread([this, part = m_part] {
+            QImage made;
+            try {
+                made = scaledPart(part);
+            } catch (const std::bad_alloc&) {
+            }
+            QMetaObject::invokeMethod(
+                this, [this, part, made] { take(part, made); }, Qt::QueuedConnection);
+        });
     } catch (const std::system_error&) { // no further thread
     }
 }
 
-void PhotoLayer::take(const QImage& made) {
-    m_worker.join();
-    if (m_inWork != m_part) {
-        if (!m_still.isActive())
-            settle();
-        return;
-    }
+void PhotoLayer::take(const Part& part, const QImage& made) {
+    if (part != m_part)
+        return; // the timer that runs for what is painted now makes another
     m_settled = made;
     if (isSettled())
         emit settled();

@@ -65,15 +65,19 @@ signals:
 private:
     /// The part of the photo that shows: of `size`, with the whole photo in `photo` around it.
     struct Part {
+        QImage level;
         QRect photo;
         QSize size;
 
-        bool operator==(const Part&) const = default;
+        bool operator==(const Part& other) const {
+            return level.cacheKey() == other.level.cacheKey() && photo == other.photo &&
+                   size == other.size;
+        }
     };
 
-    static QImage scaledPart(const QImage& level, const Part& part);
+    static QImage scaledPart(const Part& part);
     void settle();
-    void take(const QImage& made);
+    void take(const Part& part, const QImage& made);
 
     std::shared_ptr<const ScreenRendition> m_rendition;
     std::shared_ptr<const ScreenConversion> m_screen;
@@ -83,8 +87,6 @@ private:
     QImage m_settled;
     bool m_isFirst = true;
     QTimer m_still;
-    /// What the thread at work makes: nothing once that is not wanted any more.
-    Part m_inWork;
     /// The last member: it ends before what it uses.
     std::jthread m_worker;
 };

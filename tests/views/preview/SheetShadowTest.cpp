@@ -1,4 +1,4 @@
-#include "views/preview/SheetShadow.h"
+#include "views/preview/PaperPreview.h"
 
 #include "views/ViewFixture.h"
 
