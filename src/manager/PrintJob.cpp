@@ -83,8 +83,8 @@ void PrintManager::sendToCUPS(bool dryRun) {
         return;
     }
 
-    const std::string path = m_platform.files.temporaryDirectory() + "/Lumivert_" +
-                             m_platform.randomUuid().text() + ".pdf";
+    const std::string path =
+        m_platform.files.temporaryDirectory() + "/Lumivert_" + m_platform.randomUuid() + ".pdf";
     if (!renderPage(path)) {
         lastPrintError = "Could not create PDF context";
         return;

@@ -23,9 +23,6 @@ void read(const Json& value, Field& field) {
                   "say here how a field of this type is read, and what else is refused");
     value.get_to(field);
 }
-void read(const Json& value, Uuid& field) {
-    field = Uuid::fromText(value.get_ref<const std::string&>()).value();
-}
 
 } // namespace
 
@@ -38,10 +35,7 @@ std::optional<std::string> encodePresets(const std::vector<PrintPreset>& presets
             using Field = std::remove_cvref_t<decltype(field)>;
             if constexpr (std::same_as<Field, double>)
                 encodable = encodable && std::isfinite(field);
-            if constexpr (std::same_as<Field, Uuid>)
-                object[key] = field.text();
-            else
-                object[key] = field;
+            object[key] = field;
         });
     }
     if (!encodable)
@@ -62,9 +56,12 @@ std::optional<std::vector<PrintPreset>> decodePresets(std::string_view text) {
         return std::nullopt;
     try {
         std::vector<PrintPreset> presets;
-        for (const Json& object : document)
-            forEachField(presets.emplace_back(),
+        for (const Json& object : document) {
+            PrintPreset& preset = presets.emplace_back();
+            forEachField(preset,
                          [&](const char* key, auto& field) { read(object.at(key), field); });
+            preset.id = uuidText(preset.id).value();
+        }
         return presets;
     } catch (const Json::exception&) { // a key is missing, or its value is of another type
         return std::nullopt;

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "model/Uuid.h"
-
 #include <cstddef>
 #include <functional>
 #include <optional>
@@ -14,7 +12,8 @@ namespace lumivert {
 /// A named snapshot of every page and colour setting, without printer or image. Choices are kept as
 /// their raw-value text, selections as `id`s that no list need hold. Lengths are in millimetres.
 struct PrintPreset {
-    Uuid id;
+    /// A UUID, as uuidText() has it.
+    std::string id;
     std::string name;
     std::string paperSizeID;
     std::string paperTypeID;

@@ -67,6 +67,18 @@ std::string without(std::string_view text, char character) {
     return result;
 }
 
+std::optional<std::string> uuidText(std::string_view text) {
+    constexpr std::string_view shape = "00000000-0000-0000-0000-000000000000";
+    const auto fits = [](char wanted, char c) {
+        return wanted == '-' ? c == '-' : std::string_view("0123456789ABCDEF").find(c) < 16;
+    };
+    std::string upper(text);
+    for (char& c : upper)
+        if (c >= 'a' && c <= 'z')
+            c = static_cast<char>(c - 'a' + 'A');
+    return std::ranges::equal(shape, upper, fits) ? std::optional(upper) : std::nullopt;
+}
+
 std::string fixedText(double value, int decimals) {
     // The largest double has 309 digits before the point.
     std::array<char, 352> text{};

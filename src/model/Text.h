@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,6 +24,10 @@ namespace lumivert {
 
 /// `text` without any `character`.
 [[nodiscard]] std::string without(std::string_view text, char character);
+
+/// `text`, a UUID in its canonical form (RFC 9562: 36 characters, 8-4-4-4-12) and either case, in
+/// upper case; nothing for any other text.
+[[nodiscard]] std::optional<std::string> uuidText(std::string_view text);
 
 /// `value` with exactly `decimals` digits after the point, rounded as "%.*f" rounds, whatever the
 /// locale ("12.5", "-0.0", "inf").

@@ -17,7 +17,6 @@ class PreferencesStore;
 struct ColorSpace;
 struct PdfPage;
 struct SharedBytes;
-struct Uuid;
 
 /// Every way in which the program's state object reaches the world. The services are borrowed: they
 /// outlive whoever holds this. The functions are called on the main thread.
@@ -40,8 +39,8 @@ struct Platform {
     Dispatcher& dispatcher;
     /// Opens the file with the desktop's default viewer for it, without waiting for the viewer.
     std::function<void(const std::string& path)> openFile;
-    /// A fresh random UUID (RFC 9562, version 4).
-    std::function<Uuid()> randomUuid;
+    /// A fresh random UUID (RFC 9562, version 4), as uuidText() has it.
+    std::function<std::string()> randomUuid;
     /// Writes the line and a line break to standard output, at once.
     std::function<void(const std::string& line)> writeLine;
 };

@@ -3,6 +3,7 @@
 #include "platform/Platform.h"
 #include "platform/pdf/PdfPageWriter.h"
 #include "platform/posix/PosixFunctions.h"
+#include "platform/qt/QtFunctions.h"
 
 #include <stdexcept>
 

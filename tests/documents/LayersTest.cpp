@@ -91,7 +91,7 @@ TEST(Layers, areCrossedByWhatPointsUpOrAcross) {
     };
     for (const Row& row : {
              Row{"model/Models.cpp", "platform/Image.h", false},
-             {"model/Models.cpp", "model/Uuid.h", true},
+             {"model/Models.cpp", "model/Text.h", true},
              {"platform/Image.h", "model/FileUrl.h", true},
              {"platform/Image.h", "platform/qt/QtDispatcher.h", false},
              {"platform/Image.h", "manager/PrintManager.h", false},

@@ -2,15 +2,22 @@
 
 #include "fakes/FakePdf.h"
 #include "fakes/FakeServices.h"
-#include "model/Uuid.h"
 #include "platform/Platform.h"
 #include "support/PrintValues.h"
 
-#include <cstdint>
+#include <array>
+#include <cstdio>
 #include <string>
 #include <vector>
 
 namespace lumivert::fakes {
+
+/// The UUID whose last digits are `number`, in hexadecimal.
+inline std::string numberedUuid(unsigned number) {
+    std::array<char, 37> text{};
+    std::snprintf(text.data(), text.size(), "00000000-0000-0000-0000-%012X", number);
+    return text.data();
+}
 
 /// A world of fakes. It outlives whoever holds its `platform`.
 struct FakePlatform {
@@ -24,7 +31,7 @@ struct FakePlatform {
     std::vector<std::string> opened;
     std::vector<std::string> lines;
     /// UUIDs count up in the last byte: …01, …02.
-    std::uint8_t lastUuid = 0;
+    unsigned lastUuid = 0;
 
     const Platform platform{
         .runProcess =
@@ -39,12 +46,7 @@ struct FakePlatform {
                            const PdfPage& page) { return pdf.write(path, page); },
         .dispatcher = dispatcher,
         .openFile = [this](const std::string& path) { opened.push_back(path); },
-        .randomUuid =
-            [this] {
-                Uuid uuid;
-                uuid.bytes.back() = ++lastUuid;
-                return uuid;
-            },
+        .randomUuid = [this] { return numberedUuid(++lastUuid); },
         .writeLine = [this](const std::string& line) { lines.push_back(line); }};
 
     FakePlatform() = default;

@@ -1,6 +1,6 @@
 #include "fakes/FakePlatform.h"
 #include "manager/PrintManager.h"
-#include "platform/posix/PosixFunctions.h"
+#include "platform/qt/QtFunctions.h"
 #include "platform/qt/QtPreferencesStore.h"
 #include "platform/system/Descriptor.h"
 #include "support/InChild.h"
@@ -140,7 +140,9 @@ TEST_F(PresetsSurvive, twoHundredKillsWhileTheyAreSavedAndDeleted) {
         std::vector<PrintPreset> beginning;
         for (const std::string& name : before) {
             beginning.emplace_back().name = name;
-            beginning.back().id.bytes[0] = static_cast<std::uint8_t>(beginning.size());
+            // None of those that the world will give out.
+            beginning.back().id =
+                fakes::numberedUuid(1'000'000 + static_cast<unsigned>(beginning.size()));
         }
         model.presets = beginning;
         EndlessChanges changes(first);
@@ -226,8 +228,8 @@ TEST_F(PresetsSurvive, aDocumentOfTenMegabytes) {
 TEST_F(PresetsSurvive, tenThousandPresets) {
     PrintPreset preset;
     std::vector<PrintPreset> many;
-    for (int i = 0; i < 10'000; ++i) {
-        preset.id.bytes = {static_cast<std::uint8_t>(i), static_cast<std::uint8_t>(i >> 8)};
+    for (unsigned i = 0; i < 10'000; ++i) {
+        preset.id = fakes::numberedUuid(i);
         preset.name = std::to_string(i);
         many.push_back(preset);
     }

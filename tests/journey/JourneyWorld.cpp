@@ -2,7 +2,7 @@
 
 #include "platform/pdf/PdfPageWriter.h"
 #include "platform/posix/PosixFunctions.h"
-#include "platform/qt/DesktopFiles.h"
+#include "platform/qt/QtFunctions.h"
 
 namespace lumivert {
 

@@ -14,15 +14,9 @@ namespace {
 
 constexpr const char* key = "SavedPrintPresets";
 
-Uuid uuid(std::uint8_t last) {
-    Uuid result;
-    result.bytes[15] = last;
-    return result;
-}
-
 // Differs from the initial settings in every field.
 PrintPreset otherSettings() {
-    return {.id = uuid(200),
+    return {.id = fakes::numberedUuid(200),
             .name = "Other",
             .paperSizeID = "A3",
             .paperTypeID = "glossy",
@@ -59,7 +53,7 @@ TEST_F(Presets, keepEverySettingWhenSaved) {
     m.savePreset("Other");
 
     PrintPreset expected = otherSettings();
-    expected.id = uuid(1);
+    expected.id = fakes::numberedUuid(1);
     EXPECT_EQ(m.presets.get(), std::vector{expected});
     EXPECT_EQ(stored(), std::vector{expected});
     EXPECT_EQ(world.preferences.writes, 1);
@@ -160,7 +154,7 @@ TEST_F(Presets, areDeletedByTheirIdAlone) {
     EXPECT_EQ(stored(), m.presets.get());
 
     PrintPreset sameButForTheId = m.presets->front();
-    sameButForTheId.id = uuid(99);
+    sameButForTheId.id = fakes::numberedUuid(99);
     m.deletePreset(sameButForTheId);
     EXPECT_EQ(m.presets->size(), 2U);
     EXPECT_EQ(world.preferences.writes, 5) << "stored after every call";
@@ -169,7 +163,7 @@ TEST_F(Presets, areDeletedByTheirIdAlone) {
 TEST_F(Presets, ofOneIdAreAllDeleted) {
     PrintManager m(world.platform);
     PrintPreset other = otherSettings();
-    other.id = uuid(201);
+    other.id = fakes::numberedUuid(201);
     m.presets = {otherSettings(), other, otherSettings()};
     m.deletePreset(otherSettings());
     EXPECT_EQ(m.presets.get(), std::vector{other});

@@ -24,7 +24,7 @@ namespace {
 using Json = nlohmann::json;
 
 PrintPreset somePreset() {
-    return {.id = Uuid::fromText("01234567-89AB-CDEF-FEDC-BA9876543210").value(),
+    return {.id = "01234567-89AB-CDEF-FEDC-BA9876543210",
             .name = "Baryta",
             .paperSizeID = "A4",
             .paperTypeID = "photographic",
@@ -77,9 +77,7 @@ double randomLength(std::mt19937_64& random) {
 PrintPreset randomPreset(std::mt19937_64& random) {
     PrintPreset preset;
     forEachField(preset, [&]<class Field>(const char*, Field& field) {
-        if constexpr (std::same_as<Field, Uuid>)
-            std::ranges::generate(field.bytes, [&] { return std::uint8_t(random()); });
-        else if constexpr (std::same_as<Field, bool>)
+        if constexpr (std::same_as<Field, bool>)
             field = random() % 2;
         else if constexpr (std::same_as<Field, double>)
             field = randomLength(random);
@@ -89,6 +87,10 @@ PrintPreset randomPreset(std::mt19937_64& random) {
             field = randomText(random);
         }
     });
+    preset.id = "01234567-89AB-CDEF-FEDC-BA9876543210";
+    for (char& c : preset.id)
+        if (c != '-')
+            c = "0123456789ABCDEF"[random() % 16];
     return preset;
 }
 
@@ -321,7 +323,6 @@ TEST(PrintPreset, countsEveryFieldInEqualityAndHash) {
             EXPECT_NE(hash(preset), hash(*other)) << i;
         }
     };
-    expectAnother.operator()<Uuid>([](Uuid& id) { id.bytes[7] ^= 1; });
     expectAnother.operator()<bool>([](bool& flag) { flag = !flag; });
     expectAnother.operator()<double>([](double& length) { length += 0.5; });
     expectAnother.operator()<std::string>([](std::string& text) { text += "x"; });

@@ -36,6 +36,36 @@ TEST(Text, removesACharacterEverywhere) {
     EXPECT_EQ(without("A4", '*'), "A4");
 }
 
+TEST(UuidText, readsEitherCaseAndWritesUpperCase) {
+    const std::string upper = "01234567-89AB-CDEF-FEDC-BA9876543210";
+    for (const char* text :
+         {"01234567-89AB-CDEF-FEDC-BA9876543210", "01234567-89ab-cdef-fedc-ba9876543210",
+          "01234567-89aB-CdEf-feDC-Ba9876543210"})
+        EXPECT_EQ(uuidText(text), upper) << text;
+    EXPECT_TRUE(uuidText("00000000-0000-0000-0000-000000000000"));
+}
+
+TEST(UuidText, readsNoOtherForm) {
+    using namespace std::string_literals;
+    for (const std::string& text :
+         {""s, "0123456789ABCDEFFEDCBA9876543210"s, "{01234567-89AB-CDEF-FEDC-BA9876543210}"s,
+          "01234567-89AB-CDEF-FEDC-BA987654321"s, "01234567-89AB-CDEF-FEDC-BA98765432100"s,
+          "01234567-89AB-CDEF-FEDC-BA987654321G"s, "0123456-789AB-CDEF-FEDC-BA9876543210"s,
+          "01234567-89AB-CDEF-FEDC+BA9876543210"s, "01234567-89AB-CDEFFEDC--BA9876543210"s,
+          " 1234567-89AB-CDEF-FEDC-BA9876543210"s, "01234567-89AB-CDEF-FEDC-BA9876543210\n"s,
+          "0x234567-89AB-CDEF-FEDC-BA9876543210"s, "+1234567-89AB-CDEF-FEDC-BA9876543210"s,
+          "01234567-89AB-CDEF-FEDC-BA987654321\0"s})
+        EXPECT_EQ(uuidText(text), std::nullopt) << text;
+}
+
+TEST(UuidText, refusesAWrongCharacterAtAnyPlace) {
+    for (std::size_t at = 0; at < 36; ++at) {
+        std::string text = "01234567-89AB-CDEF-FEDC-BA9876543210";
+        text[at] = text[at] == '-' ? '0' : '-';
+        EXPECT_EQ(uuidText(text), std::nullopt) << text;
+    }
+}
+
 // Written without the limits that isUtf8 knows.
 std::string encoded(std::uint32_t c, int length) {
     const auto tail = [&](int shift) { return static_cast<char>(0x80 | ((c >> shift) & 0x3f)); };

@@ -34,19 +34,12 @@ inline void PrintTo(const ICCProfile& p, std::ostream* out) {
     *out << p.id << " \"" << p.name << "\" " << p.path.value_or("(no path)")
          << (p.isSystem ? " system" : "");
 }
-inline void PrintTo(const Uuid& uuid, std::ostream* out) {
-    *out << uuid.text();
-}
 inline void PrintTo(const FileUrl& url, std::ostream* out) {
     *out << url.dataRepresentation();
 }
 inline void PrintTo(const PrintPreset& preset, std::ostream* out) {
     forEachField(preset, [out](const char* key, const auto& value) {
-        *out << "\n  " << key << ": ";
-        if constexpr (requires { value.text(); })
-            *out << value.text();
-        else
-            *out << value;
+        *out << "\n  " << key << ": " << value;
     });
 }
 inline void PrintTo(SizePoints s, std::ostream* out) {

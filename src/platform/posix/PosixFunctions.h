@@ -1,6 +1,5 @@
 #pragma once
 
-#include "model/Uuid.h"
 #include "platform/ProcessRunner.h"
 
 #include <string>
@@ -8,9 +7,6 @@
 
 /// The functions of Platform that take the C library only.
 namespace lumivert {
-
-/// From the kernel's random numbers. Any thread.
-[[nodiscard]] Uuid randomUuid();
 
 /// Past stdio's buffer but after what that holds. What cannot be written (nobody reads, the disk is
 /// full, the reader of a non-blocking pipe is late) is lost.

@@ -1,4 +1,4 @@
-#include "platform/qt/DesktopFiles.h"
+#include "platform/qt/QtFunctions.h"
 
 #include <QDesktopServices>
 #include <QObject>

@@ -6,6 +6,7 @@
 
 class QMimeData;
 
+/// The functions of Platform, and the reader of drops, that take Qt.
 namespace lumivert {
 
 /// What was dropped: one provider for each URL of a local file (RFC 8089), in the order of the drop
@@ -18,5 +19,8 @@ namespace lumivert {
 
 /// Platform's openFile, by way of xdg-open or its portal. A failure is silent.
 void openFile(const std::string& path);
+
+/// Platform's randomUuid. Any thread.
+[[nodiscard]] std::string randomUuid();
 
 } // namespace lumivert

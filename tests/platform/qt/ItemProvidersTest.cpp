@@ -1,6 +1,5 @@
-#include "platform/qt/DesktopFiles.h"
-
 #include "model/FileUrl.h"
+#include "platform/qt/QtFunctions.h"
 
 #include <QMimeData>
 #include <QSysInfo>

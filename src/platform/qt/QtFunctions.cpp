@@ -1,4 +1,4 @@
-#include "platform/qt/DesktopFiles.h"
+#include "platform/qt/QtFunctions.h"
 
 #include "model/FileUrl.h"
 
@@ -8,6 +8,7 @@
 #include <QSysInfo>
 #include <QThreadPool>
 #include <QUrl>
+#include <QUuid>
 
 #include <utility>
 
@@ -41,6 +42,10 @@ void openFile(const std::string& path) {
     // By way of the escaped form: a path need not be text in any encoding.
     const auto url = FileUrl::fromPath(path).dataRepresentation();
     QDesktopServices::openUrl(QUrl::fromEncoded(QByteArray::fromStdString(url)));
+}
+
+std::string randomUuid() {
+    return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper().toStdString();
 }
 
 } // namespace lumivert
