@@ -1,5 +1,7 @@
 #include "platform/pdf/PdfFile.h"
 
+#include "platform/system/Descriptor.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -12,8 +14,6 @@
 
 namespace lumivert {
 namespace {
-
-constexpr std::size_t bufferSize = std::size_t{1} << 20;
 
 // A cross-reference entry holds ten digits (ISO 32000-1, 7.5.4).
 constexpr std::uint64_t largestOffset = 9'999'999'999;
@@ -50,25 +50,25 @@ std::string pdfNumbers(std::span<const double> values) {
 }
 
 std::unique_ptr<PdfFile> PdfFile::create(const std::string& path) {
-    Descriptor file(
-        ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
-    if (!file)
-        return nullptr;
-    return std::unique_ptr<PdfFile>(new PdfFile(path, std::move(file)));
+    Descriptor fd(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    std::FILE* file = fd ? ::fdopen(fd.get(), "wb") : nullptr;
+    if (file)
+        (void)fd.release();
+    else if (fd)
+        ::unlink(path.c_str());
+    return file ? std::unique_ptr<PdfFile>(new PdfFile(path, file)) : nullptr;
 }
 
-PdfFile::PdfFile(std::string path, Descriptor file)
+PdfFile::PdfFile(std::string path, std::FILE* file)
     : m_path(std::move(path))
-    , m_descriptor(std::move(file))
+    , m_file(file)
     , m_offsets(1, 0) {
-    m_buffer.reserve(bufferSize);
     // The comment of four high bytes marks the file as binary (ISO 32000-1, 7.5.2).
     put("%PDF-1.7\n%\xE2\xE3\xCF\xD3\n");
 }
 
 PdfFile::~PdfFile() {
-    if (!m_finished)
-        fail();
+    fail();
 }
 
 int PdfFile::newObject() {
@@ -77,7 +77,7 @@ int PdfFile::newObject() {
 }
 
 void PdfFile::beginObject(int number) {
-    m_offsets[static_cast<std::size_t>(number)] = m_written + m_buffer.size();
+    m_offsets[static_cast<std::size_t>(number)] = m_written;
     put(std::to_string(number) + " 0 obj\n");
 }
 
@@ -99,20 +99,20 @@ void PdfFile::beginStream(int number, std::string_view entries) {
     put("<< ");
     put(entries);
     put(" /Length " + pdfReference(m_lengthObject) + " >>\nstream\n");
-    m_streamStart = m_written + m_buffer.size();
+    m_streamStart = m_written;
 }
 
 void PdfFile::endStream() {
-    const std::uint64_t length = m_written + m_buffer.size() - m_streamStart;
+    const std::uint64_t length = m_written - m_streamStart;
     put("\nendstream\nendobj\n");
     writeObject(m_lengthObject, std::to_string(length));
 }
 
 bool PdfFile::finish(int catalog) {
-    const std::uint64_t tableOffset = m_written + m_buffer.size();
+    const std::uint64_t tableOffset = m_written;
     if (tableOffset > largestOffset)
         fail();
-    if (m_failed)
+    if (!m_file)
         return false;
     std::string table = "xref\n0 " + std::to_string(m_offsets.size()) + "\n0000000000 65535 f \n";
     for (std::size_t number = 1; number < m_offsets.size(); ++number)
@@ -121,26 +121,21 @@ bool PdfFile::finish(int catalog) {
     table += "trailer\n<< /Size " + std::to_string(m_offsets.size()) + " /Root " +
              pdfReference(catalog) + " >>\nstartxref\n" + std::to_string(tableOffset) + "\n%%EOF\n";
     put(table);
-    flush();
-    if (!m_failed && !pathLeadsHere())
+    if (m_file && (std::fflush(m_file.get()) != 0 || !pathLeadsHere()))
         fail();
-    if (m_failed)
+    if (!m_file)
         return false;
     // A network file system may report a full disk only here.
-    if (::close(m_descriptor.release()) != 0 && errno != EINTR) {
-        m_failed = true;
+    const bool whole = std::fclose(m_file.release()) == 0 || errno == EINTR;
+    if (!whole)
         ::unlink(m_path.c_str());
-        return false;
-    }
-    m_finished = true;
-    return true;
+    return whole;
 }
 
 void PdfFile::fail() {
-    m_failed = true;
-    if (m_descriptor && pathLeadsHere())
+    if (m_file && pathLeadsHere())
         ::unlink(m_path.c_str());
-    m_descriptor.reset();
+    m_file.reset();
 }
 
 void PdfFile::put(std::string_view text) {
@@ -148,28 +143,10 @@ void PdfFile::put(std::string_view text) {
 }
 
 void PdfFile::append(std::span<const std::byte> bytes) {
-    if (m_failed)
+    if (!m_file)
         return;
-    if (m_buffer.size() + bytes.size() > bufferSize)
-        flush();
-    if (bytes.size() >= bufferSize)
-        writeOut(bytes);
-    else
-        m_buffer.insert(m_buffer.end(), bytes.begin(), bytes.end());
-}
-
-void PdfFile::flush() {
-    writeOut(m_buffer);
-    m_buffer.clear();
-}
-
-void PdfFile::writeOut(std::span<const std::byte> bytes) {
-    if (m_failed)
-        return;
-    if (!writeAll(m_descriptor.get(), bytes)) {
-        fail();
-        return;
-    }
+    if (std::fwrite(bytes.data(), 1, bytes.size(), m_file.get()) != bytes.size())
+        return fail();
     m_written += bytes.size();
 }
 
@@ -177,7 +154,7 @@ void PdfFile::writeOut(std::span<const std::byte> bytes) {
 bool PdfFile::pathLeadsHere() const {
     struct stat file {};
     struct stat named {};
-    return ::fstat(m_descriptor.get(), &file) == 0 && ::lstat(m_path.c_str(), &named) == 0 &&
+    return ::fstat(::fileno(m_file.get()), &file) == 0 && ::lstat(m_path.c_str(), &named) == 0 &&
            file.st_dev == named.st_dev && file.st_ino == named.st_ino;
 }
 

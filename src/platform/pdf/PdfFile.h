@@ -1,11 +1,9 @@
 #pragma once
 
-#include "platform/system/Descriptor.h"
-
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <memory>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -14,11 +12,11 @@
 namespace lumivert {
 
 /// Writes the objects of a PDF 1.7 file (ISO 32000-1, 7.5) one after the other, as their bytes
-/// come: nothing is held back but a buffer of 1 MiB, however long a stream is. Objects are reserved
+/// come: nothing is held back but stdio's buffer, however long a stream is. Objects are reserved
 /// (newObject), then written once each, in any order, never one inside another.
 ///
-/// The first write that fails, or fail(), makes every later call do nothing. Unless finish succeeds
-/// the file is removed, at the latest when this object is destroyed. One thread.
+/// The first write that fails, fail() or finish() makes every later call do nothing. Unless finish
+/// succeeds the file is removed, at the latest when this object is destroyed. One thread.
 class PdfFile {
 public:
     /// Creates the file at `path`, which must not exist, readable and writable by the user alone.
@@ -46,7 +44,8 @@ public:
 
     /// Gives the file up.
     void fail();
-    [[nodiscard]] bool failed() const { return m_failed; }
+    /// Whether more may be written.
+    [[nodiscard]] bool isOpen() const { return m_file != nullptr; }
 
     /// Writes the cross-reference table and the trailer, and closes the file. False, and the file
     /// is removed, when anything failed. False too when the path no longer leads to the file; then
@@ -54,20 +53,19 @@ public:
     [[nodiscard]] bool finish(int catalog);
 
 private:
-    PdfFile(std::string path, Descriptor file);
+    struct Close {
+        void operator()(std::FILE* file) const { std::fclose(file); }
+    };
+
+    PdfFile(std::string path, std::FILE* file);
 
     void put(std::string_view text);
-    void flush();
-    void writeOut(std::span<const std::byte> bytes);
     void beginObject(int number);
     [[nodiscard]] bool pathLeadsHere() const;
 
     std::string m_path;
-    Descriptor m_descriptor;
-    bool m_failed = false;
-    bool m_finished = false;
-    std::vector<std::byte> m_buffer;
-    std::uint64_t m_written = 0;          // bytes handed to the system
+    std::unique_ptr<std::FILE, Close> m_file; // none once it failed or is finished
+    std::uint64_t m_written = 0;
     std::vector<std::uint64_t> m_offsets; // by object number; 0 for one that is not written yet
     int m_lengthObject = 0;               // of the open stream
     std::uint64_t m_streamStart = 0;

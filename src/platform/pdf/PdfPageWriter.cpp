@@ -126,7 +126,7 @@ int writeRowsImage(PdfFile& file, RowSource* source) {
     file.beginStream(image, entries);
     const bool whole = deflateRows(*source, [&file](std::span<const std::byte> piece) {
         file.append(piece);
-        return !file.failed();
+        return file.isOpen();
     });
     if (!whole)
         file.fail();

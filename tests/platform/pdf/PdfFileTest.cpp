@@ -96,8 +96,9 @@ TEST(PdfFile, writesStreamsOfEveryLengthAsTheyAre) {
     const Bytes bytes = noise(5'000'000);
     auto file = PdfFile::create(path);
     std::vector<std::pair<int, std::size_t>> streams;
-    // Around the size of the write buffer, known beforehand and growing.
-    for (const std::size_t length : {0UL, 1UL, 1048575UL, 1048576UL, 1048577UL, 5'000'000UL}) {
+    // Around sizes of buffers, known beforehand and growing.
+    for (const std::size_t length :
+         {0UL, 1UL, 4095UL, 4096UL, 4097UL, 1048575UL, 1048576UL, 1048577UL, 5'000'000UL}) {
         const auto part = std::span(bytes).first(length);
         streams.emplace_back(file->newObject(), length);
         file->writeStream(streams.back().first, "/Kind /Known", part);
