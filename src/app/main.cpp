@@ -2,7 +2,7 @@
 #include "app/Language.h"
 #include "app/LumivertApp.h"
 #include "app/SystemServices.h"
-#include "platform/system/ChildProcess.h"
+#include "platform/system/Descriptor.h"
 
 #include <QApplication>
 #include <QSocketNotifier>

@@ -1,5 +1,4 @@
 #include "faults/PrintWorld.h"
-#include "platform/system/ChildProcess.h"
 #include "platform/system/Descriptor.h"
 
 #include <QCoreApplication>

@@ -3,62 +3,34 @@
 #include "platform/system/Descriptor.h"
 
 #include <array>
-#include <atomic>
-#include <charconv>
+#include <chrono>
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
-#include <sys/eventfd.h>
+#include <fstream>
+#include <iterator>
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 
 namespace lumivert {
 namespace {
 
-// The children that killAll() finds. One tool, and the decoders of a page, a proof and the spare
-// one are all that ever run at once; a child that finds no room is not ended by a signal's way.
-std::array<std::atomic<pid_t>, 32> running{};
-std::atomic<bool> ended = false;
-static_assert(std::atomic<pid_t>::is_always_lock_free, "a signal handler reads them");
-int endEvent = -1;
+using namespace std::chrono_literals;
 
-void replaceRunning(pid_t from, pid_t to) {
-    for (auto& slot : running)
-        if (pid_t expected = from; slot.compare_exchange_strong(expected, to))
-            return;
-}
-
-// What /proc tells of the children that a process's first thread started, front to back; tools have
-// no other thread. Without allocating, for a signal handler.
+// With what /proc tells of the children that its first thread started; tools have no other thread.
 void killTree(pid_t process) {
-    std::array<char, 64> path{"/proc/"};
-    char* end = std::to_chars(path.data() + 6, path.data() + 20, process).ptr;
-    std::memcpy(end, "/task/", 6);
-    end = std::to_chars(end + 6, end + 20, process).ptr;
-    std::memcpy(end, "/children", 10);
-    std::array<char, 512> text{};
-    const int fd = ::open(path.data(), O_RDONLY | O_CLOEXEC);
-    const ssize_t length = ::read(fd, text.data(), text.size());
-    ::close(fd);
+    const std::string number = std::to_string(process);
+    std::ifstream file("/proc/" + number + "/task/" + number + "/children");
+    const std::vector<pid_t> children(std::istream_iterator<pid_t>(file), {});
     ::kill(process, SIGKILL);
-    const char* const last = text.data() + (length > 0 ? length : 0);
-    for (const char* at = text.data(); at < last; ++at) {
-        pid_t child = 0;
-        at = std::from_chars(at, last, child).ptr;
-        if (child > 0)
-            killTree(child);
-    }
+    for (const pid_t child : children)
+        killTree(child);
 }
 
 void keepExitStatuses() {
     struct sigaction action = {};
-    if (::sigaction(SIGCHLD, nullptr, &action) == 0 &&
-        (action.sa_handler == SIG_IGN || (action.sa_flags & SA_NOCLDWAIT) != 0)) {
-        action.sa_flags &= ~SA_NOCLDWAIT;
-        if (action.sa_handler == SIG_IGN)
-            action.sa_handler = SIG_DFL;
-        ::sigaction(SIGCHLD, &action, nullptr);
-    }
+    if (::sigaction(SIGCHLD, nullptr, &action) == 0 && action.sa_handler == SIG_IGN)
+        std::signal(SIGCHLD, SIG_DFL);
 }
 
 // Everything that the child needs, made before it exists.
@@ -135,6 +107,10 @@ pid_t forkAndRun(Launch& launch) {
 } // namespace
 
 std::optional<ChildProcess> ChildProcess::start(ChildProgram program) {
+    if (isEnding()) {
+        errno = ECANCELED;
+        return std::nullopt;
+    }
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0)
         return std::nullopt;
@@ -161,11 +137,8 @@ std::optional<ChildProcess> ChildProcess::start(ChildProgram program) {
         return std::nullopt;
     }
     ChildProcess child(pid);
-    replaceRunning(0, pid);
     report.reset();
-    if (ended)
-        error = ECANCELED;
-    else if (retryingInterrupts([&] { return ::read(failure.get(), &error, sizeof error); }) == 0)
+    if (retryingInterrupts([&] { return ::read(failure.get(), &error, sizeof error); }) == 0)
         return child;
     child = ChildProcess(-1); // reaped before errno is set
     errno = error;
@@ -181,41 +154,19 @@ ChildProcess::~ChildProcess() {
 }
 
 std::optional<int> ChildProcess::wait() {
+    const Descriptor end(static_cast<int>(::syscall(SYS_pidfd_open, m_pid, 0)));
+    // Where there is no such descriptor, a signal does not end the child before its time.
+    while (end && !waitReadable(end.get(), std::chrono::steady_clock::now() + 1h))
+        if (isEnding()) {
+            killTree(m_pid);
+            break;
+        }
     siginfo_t info{};
-    if (retryingInterrupts([&] {
-            return ::waitid(P_PID, static_cast<id_t>(m_pid), &info, WEXITED | WNOWAIT);
-        }) != 0)
+    if (retryingInterrupts(
+            [&] { return ::waitid(P_PID, static_cast<id_t>(m_pid), &info, WEXITED); }) != 0)
         return std::nullopt;
-    // Out of killAll()'s reach while the number is still its own.
-    replaceRunning(m_pid, 0);
-    ::waitpid(std::exchange(m_pid, -1), nullptr, 0);
+    m_pid = -1;
     return info.si_code == CLD_EXITED ? info.si_status : 128 + info.si_status;
-}
-
-void ChildProcess::killAll() {
-    const int error = errno;
-    ended = true;
-    for (const auto& slot : running)
-        if (const pid_t child = slot; child > 0)
-            killTree(child);
-    errno = error;
-}
-
-int endInOrderOnSignals() {
-    endEvent = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (endEvent < 0)
-        return -1;
-    struct sigaction action = {};
-    action.sa_handler = [](int) {
-        ChildProcess::killAll();
-        const int error = errno;
-        (void)::eventfd_write(endEvent, 1);
-        errno = error;
-    };
-    action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
-    for (const int signal : {SIGTERM, SIGINT, SIGHUP})
-        ::sigaction(signal, &action, nullptr);
-    return endEvent;
 }
 
 } // namespace lumivert

@@ -23,14 +23,14 @@ struct ChildProgram {
 };
 
 /// A child of this process. It begins with every signal at its default and none blocked, in this
-/// process's environment and working directory. Destroyed, it is killed and waited for. One thread;
-/// killAll() any.
+/// process's environment and working directory. Destroyed, it is killed and waited for. One thread.
 ///
 /// A SIGCHLD that is ignored (a disposition a program can be started with) is set back to its
 /// default for good: the kernel would otherwise throw the exit status away (waitpid(2)).
 class ChildProcess {
 public:
-    /// Nothing, with errno set, where the child or its program cannot be started.
+    /// Nothing, with errno set, where the child or its program cannot be started: ECANCELED once
+    /// this process is to end (endInOrderOnSignals).
     [[nodiscard]] static std::optional<ChildProcess> start(ChildProgram program);
 
     ChildProcess(ChildProcess&& other) noexcept
@@ -46,12 +46,9 @@ public:
     [[nodiscard]] pid_t pid() const { return m_pid; }
 
     /// Waits for the child's end: its exit status, or 128 + the number of the signal that ended it.
-    /// Nothing, with errno set, where the system does not tell.
+    /// Once this process is to end, the child is killed with its own children. Nothing, with errno
+    /// set, where the system does not tell.
     [[nodiscard]] std::optional<int> wait();
-
-    /// Kills every child there is, and the children of these, and lets none be started from here on
-    /// (errno ECANCELED). May be called from a signal handler.
-    static void killAll();
 
 private:
     explicit ChildProcess(pid_t pid)
@@ -59,11 +56,5 @@ private:
 
     pid_t m_pid;
 };
-
-/// From here on the first SIGTERM, SIGINT or SIGHUP kills every child and lets none be started, as
-/// killAll() does, so that nothing holds the main thread up, and makes the descriptor that is
-/// returned readable, for the event loop to end by. A second one of its kind ends the process at
-/// once. -1 where the system gives no descriptor; then nothing has changed. Once.
-[[nodiscard]] int endInOrderOnSignals();
 
 } // namespace lumivert

@@ -2,11 +2,18 @@
 
 #include <algorithm>
 #include <array>
+#include <csignal>
 #include <cstdint>
 #include <limits>
 #include <poll.h>
+#include <sys/eventfd.h>
 
 namespace lumivert {
+namespace {
+
+int endEvent = -1;
+
+} // namespace
 
 bool writeAll(int fd, std::span<const std::byte> bytes) {
     while (!bytes.empty()) {
@@ -32,13 +39,35 @@ bool readToEnd(int fd, std::string& bytes) {
 
 bool waitReadable(int fd, std::chrono::steady_clock::time_point deadline) {
     using namespace std::chrono;
-    pollfd entry{fd, POLLIN, 0};
-    return retryingInterrupts([&] {
-               const auto left = ceil<milliseconds>(deadline - steady_clock::now()).count();
-               return ::poll(&entry, 1,
-                             static_cast<int>(std::clamp<std::int64_t>(
-                                 left, 0, std::numeric_limits<int>::max())));
-           }) > 0;
+    std::array<pollfd, 2> entries{{{fd, POLLIN, 0}, {endEvent, POLLIN, 0}}};
+    const int ready = retryingInterrupts([&] {
+        const auto left = ceil<milliseconds>(deadline - steady_clock::now()).count();
+        return ::poll(
+            entries.data(), entries.size(),
+            static_cast<int>(std::clamp<std::int64_t>(left, 0, std::numeric_limits<int>::max())));
+    });
+    return ready > 0 && entries[1].revents == 0;
+}
+
+int endInOrderOnSignals() {
+    endEvent = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (endEvent < 0)
+        return -1;
+    struct sigaction action = {};
+    action.sa_handler = [](int) {
+        const int error = errno;
+        (void)::eventfd_write(endEvent, 1);
+        errno = error;
+    };
+    action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+        ::sigaction(signal, &action, nullptr);
+    return endEvent;
+}
+
+bool isEnding() {
+    pollfd entry{endEvent, POLLIN, 0};
+    return ::poll(&entry, 1, 0) > 0;
 }
 
 } // namespace lumivert

@@ -59,7 +59,15 @@ auto retryingInterrupts(Call call) {
 /// the end; `bytes` then has what came until then.
 [[nodiscard]] bool readToEnd(int fd, std::string& bytes);
 
-/// Waits until the descriptor can be read or its other end has closed; false at `deadline`.
+/// Waits until the descriptor can be read or its other end has closed; false at `deadline`, and at
+/// once when this process is to end.
 [[nodiscard]] bool waitReadable(int fd, std::chrono::steady_clock::time_point deadline);
+
+/// From here on the first SIGTERM, SIGINT or SIGHUP means that this process is to end: nothing
+/// holds its threads up any more (waitReadable, ChildProcess), and the descriptor that is returned
+/// can be read, for the event loop to end by. A second one of its kind ends the process at once. -1
+/// where the system gives no descriptor; then nothing has changed. Once.
+[[nodiscard]] int endInOrderOnSignals();
+[[nodiscard]] bool isEnding();
 
 } // namespace lumivert

@@ -140,7 +140,7 @@ TEST(ChildProcess, endsWithItsStarterHoweverThatEnds) {
     EXPECT_TRUE(endsSoon(child));
 }
 
-TEST(ChildProcess, killsAllThereAreAndTheirChildrenAndStartsNoMore) {
+TEST(ChildProcess, isKilledWithItsChildrenAtTheProgramsEndAndNoOtherStarts) {
     Pipe pipe;
     EXPECT_EQ(inChild([&] {
                   auto child = shell("sleep 600 & echo $!; wait", pipe.writeEnd.get());
@@ -148,7 +148,8 @@ TEST(ChildProcess, killsAllThereAreAndTheirChildrenAndStartsNoMore) {
                   const pid_t grandchild = pipe.readNumber();
                   if (!child || !other || grandchild <= 0 || !isRunning(grandchild))
                       return 1;
-                  ChildProcess::killAll();
+                  if (endInOrderOnSignals() < 0 || ::raise(SIGTERM) != 0)
+                      return 5;
                   if (child->wait() != 128 + SIGKILL || other->wait() != 128 + SIGKILL)
                       return 2;
                   if (!endsSoon(grandchild))
