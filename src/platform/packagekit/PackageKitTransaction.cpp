@@ -2,6 +2,7 @@
 
 #include "platform/bus/BusConnection.h"
 
+#include <QDBusArgument>
 #include <QDBusError>
 #include <QDBusServiceWatcher>
 #include <QTimer>
@@ -69,6 +70,25 @@ UpdateProblem problemOf(uint number, std::span<const Meaning> meanings) {
     return UpdateProblem::other;
 }
 
+// What went wrong when a call was answered with this error. `created`: a transaction exists, so the
+// service was there.
+UpdateFailed callFailure(const QDBusMessage& error, bool created) {
+    const QString name = error.errorName();
+    const std::string details = error.errorMessage().trimmed().toStdString();
+    const QDBusError::ErrorType type = QDBusError(error).type();
+    if (type == QDBusError::AccessDenied || name.endsWith(QLatin1String(".RefusedByPolicy")) ||
+        name.endsWith(QLatin1String(".NotAuthorized")))
+        return {UpdateProblem::notAuthorized, details};
+    if (type == QDBusError::NoReply || type == QDBusError::TimedOut ||
+        type == QDBusError::Timeout || type == QDBusError::Disconnected)
+        return {UpdateProblem::serviceLost, details};
+    if (type == QDBusError::ServiceUnknown ||
+        name == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner") ||
+        name.startsWith(QLatin1String("org.freedesktop.DBus.Error.Spawn.")))
+        return {created ? UpdateProblem::serviceLost : UpdateProblem::noService, details};
+    return {UpdateProblem::other, details};
+}
+
 } // namespace
 
 PackageKitTransaction::PackageKitTransaction(const QDBusConnection& bus, Request request,
@@ -98,7 +118,7 @@ void PackageKitTransaction::call(const QDBusMessage& message, int timeoutMs, OnR
                 if (!m_onDone)
                     return;
                 if (reply.type() == QDBusMessage::ErrorMessage && !mayFail)
-                    fail(packageKitCallFailure(reply, /*created=*/!m_path.isEmpty()));
+                    fail(callFailure(reply, /*created=*/!m_path.isEmpty()));
                 else if (onReply)
                     onReply(reply);
             });
@@ -159,8 +179,6 @@ void PackageKitTransaction::onSignal(const QDBusMessage& signal) {
             onPropertiesChanged(signal);
     } else if (name == QLatin1String("Package") && signature == QLatin1String("uss")) {
         m_result.packages.push_back({arguments[0].toUInt() & infoMask, arguments[1].toString()});
-    } else if (name == QLatin1String("Packages") && signature == QLatin1String("a(uss)")) {
-        addPackages(arguments[0].value<QDBusArgument>());
     } else if (name == QLatin1String("UpdateDetail") &&
                signature == QLatin1String("sasasasasasussuss")) {
         const QString text = arguments[7].toString().trimmed();
@@ -173,20 +191,6 @@ void PackageKitTransaction::onSignal(const QDBusMessage& signal) {
     } else if (name == QLatin1String("Finished") && signature == QLatin1String("uu")) {
         onFinished(arguments[0].toUInt());
     }
-}
-
-void PackageKitTransaction::addPackages(const QDBusArgument& list) {
-    list.beginArray();
-    while (!list.atEnd()) {
-        uint info = 0;
-        QString id;
-        QString summary;
-        list.beginStructure();
-        list >> info >> id >> summary;
-        list.endStructure();
-        m_result.packages.push_back({info & infoMask, id});
-    }
-    list.endArray();
 }
 
 void PackageKitTransaction::onPropertiesChanged(const QDBusMessage& signal) {
@@ -262,23 +266,6 @@ std::optional<UpdateFailed> packageKitFailure(uint exit, std::optional<uint> cod
         return std::nullopt;
     return UpdateFailed{code ? problemOf(*code, errors) : problemOf(exit, exits),
                         details.trimmed().toStdString()};
-}
-
-UpdateFailed packageKitCallFailure(const QDBusMessage& error, bool created) {
-    const QString name = error.errorName();
-    const std::string details = error.errorMessage().trimmed().toStdString();
-    const QDBusError::ErrorType type = QDBusError(error).type();
-    if (type == QDBusError::AccessDenied || name.endsWith(QLatin1String(".RefusedByPolicy")) ||
-        name.endsWith(QLatin1String(".NotAuthorized")))
-        return {UpdateProblem::notAuthorized, details};
-    if (type == QDBusError::NoReply || type == QDBusError::TimedOut ||
-        type == QDBusError::Timeout || type == QDBusError::Disconnected)
-        return {UpdateProblem::serviceLost, details};
-    if (type == QDBusError::ServiceUnknown ||
-        name == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner") ||
-        name.startsWith(QLatin1String("org.freedesktop.DBus.Error.Spawn.")))
-        return {created ? UpdateProblem::serviceLost : UpdateProblem::noService, details};
-    return {UpdateProblem::other, details};
 }
 
 } // namespace lumivert

@@ -2,7 +2,6 @@
 
 #include "platform/Updates.h"
 
-#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QObject>
@@ -76,7 +75,6 @@ private:
     void listen();
     void begin();
     void onPropertiesChanged(const QDBusMessage& signal);
-    void addPackages(const QDBusArgument& list);
     void onFinished(uint exit);
     void conclude();
     void fail(const UpdateFailed& failure);
@@ -100,9 +98,5 @@ private:
 /// ErrorCode. Nothing when nothing did.
 [[nodiscard]] std::optional<UpdateFailed> packageKitFailure(uint exit, std::optional<uint> code,
                                                             const QString& details);
-
-/// What went wrong when a call was answered with this error. `created`: a transaction exists, so
-/// the service was there.
-[[nodiscard]] UpdateFailed packageKitCallFailure(const QDBusMessage& error, bool created);
 
 } // namespace lumivert

@@ -1,9 +1,7 @@
 #include "ScriptedPackageKit.h"
 
-#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusVariant>
 
@@ -22,37 +20,10 @@ QString freshName() {
     return QStringLiteral("scripted-packagekit-%1").arg(++count);
 }
 
-/// Text about one package, in the shape of the signal "Packages".
-struct PackageEntry {
-    uint info = 0;
-    QString id;
-    QString summary;
-};
-QDBusArgument& operator<<(QDBusArgument& argument, const PackageEntry& entry) {
-    argument.beginStructure();
-    argument << entry.info << entry.id << entry.summary;
-    argument.endStructure();
-    return argument;
-}
-const QDBusArgument& operator>>(const QDBusArgument& argument, PackageEntry& entry) {
-    argument.beginStructure();
-    argument >> entry.info >> entry.id >> entry.summary;
-    argument.endStructure();
-    return argument;
-}
-
 } // namespace
-
-} // namespace lumivert
-
-Q_DECLARE_METATYPE(lumivert::PackageEntry)
-
-namespace lumivert {
 
 ScriptedPackageKit::ScriptedPackageKit(const std::string& address)
     : m_name(freshName()) {
-    qDBusRegisterMetaType<PackageEntry>();
-    qDBusRegisterMetaType<QList<PackageEntry>>();
     QDBusConnection bus = QDBusConnection::connectToBus(QString::fromStdString(address), m_name);
     bus.registerVirtualObject(QStringLiteral("/"), this, QDBusConnection::SubPath);
     bus.registerService(service);
@@ -185,11 +156,6 @@ void ScriptedPackageKit::emitSignal(const QString& path, const QString& interfac
 void ScriptedPackageKit::package(const QString& path, uint info, const QString& id) {
     emitSignal(path, transaction, QStringLiteral("Package"),
                {info, id, QStringLiteral("Prints photographs")});
-}
-
-void ScriptedPackageKit::packages(const QString& path, uint info, const QString& id) {
-    const QList<PackageEntry> list{{info, id, QStringLiteral("Prints photographs")}};
-    emitSignal(path, transaction, QStringLiteral("Packages"), {QVariant::fromValue(list)});
 }
 
 void ScriptedPackageKit::errorCode(const QString& path, uint code, const QString& details) {

@@ -54,7 +54,6 @@ public:
     void answer(const QString& path);
     void answerError(const QString& path, const QString& name, const QString& text);
     void package(const QString& path, uint info, const QString& id);
-    void packages(const QString& path, uint info, const QString& id);
     void errorCode(const QString& path, uint code, const QString& details);
     void finished(const QString& path, uint exit);
     void property(const QString& path, const QString& name, uint value);

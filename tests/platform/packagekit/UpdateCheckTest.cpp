@@ -55,16 +55,11 @@ TEST_F(UpdateCheckTest, findsANewerVersionAndWhatItChanges) {
     EXPECT_THAT(calls(), ElementsAre("Resolve", "RefreshCache", "GetUpdates", "GetUpdateDetail"));
 }
 
-TEST_F(UpdateCheckTest, readsPackagesThatAreToldTogether) {
+TEST_F(UpdateCheckTest, tellsWhatAPackageIsFromHowSevereItsUpdateIs) {
     service->availableVersion = QStringLiteral("1.1");
     service->scripts["Resolve"] = [this](const QString& path) {
         service->answer(path);
-        service->packages(path, 1, service->installedId());
-        service->finished(path, 1);
-    };
-    service->scripts["GetUpdates"] = [this](const QString& path) {
-        service->answer(path);
-        service->packages(path, 5 | 5 << 16, service->availableId());
+        service->package(path, 1 | 5 << 16, service->installedId());
         service->finished(path, 1);
     };
     EXPECT_THAT(check(), testing::VariantWith<AvailableUpdate>(testing::_));
