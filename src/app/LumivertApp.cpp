@@ -46,7 +46,7 @@ private:
 
 LumivertApp::LumivertApp(AppServices services)
     : m_services(std::move(services))
-    , m_updaterController(m_services.updates) {}
+    , m_updater(m_services.updates) {}
 
 LumivertApp::~LumivertApp() {
     if (!m_window)
@@ -65,7 +65,10 @@ void LumivertApp::openWindow() {
     // Qt keeps what it restores on a screen.
     if (const auto geometry = m_services.platform.preferences.data(geometryKey))
         m_window->restoreGeometry(QByteArray::fromStdString(*geometry));
-    addUpdateItem();
+    QMenu* menu = m_window->applicationMenu();
+    QAction* behindAbout = menu->actions().value(1);
+    menu->insertAction(behindAbout,
+                       new CheckForUpdatesView(m_updater, m_services.platform.dispatcher, menu));
     if (m_services.firstWindowPainted)
         new FirstPaint(m_window.get(), m_services.firstWindowPainted);
     m_window->show();
@@ -82,13 +85,6 @@ void LumivertApp::open(const QList<QUrl>& files) {
     QMimeData mime;
     mime.setUrls(files);
     m_window->handleDrop(m_services.providersOf(mime));
-}
-
-void LumivertApp::addUpdateItem() {
-    QMenu* menu = m_window->applicationMenu();
-    QAction* behindAbout = menu->actions().value(1);
-    menu->insertAction(behindAbout, new CheckForUpdatesView(m_updaterController.updater(),
-                                                            m_services.platform.dispatcher, menu));
 }
 
 } // namespace lumivert

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/Platform.h"
-#include "platform/updates/SPUStandardUpdaterController.h"
+#include "platform/updates/SPUUpdater.h"
 #include "views/ContentView.h"
 
 #include <QList>
@@ -28,7 +28,7 @@ struct AppServices {
     ScreenColors* screens = nullptr;
 };
 
-/// The application: the update controller, started at once; one PrintManager, made when the first
+/// The application: the updater, started at once; one PrintManager, made when the first
 /// window is; and the window, as large as it was left and where it was. Needs the QApplication;
 /// main thread.
 class LumivertApp {
@@ -50,10 +50,8 @@ public:
     [[nodiscard]] ContentView* window() const { return m_window.get(); }
 
 private:
-    void addUpdateItem();
-
     AppServices m_services;
-    SPUStandardUpdaterController m_updaterController;
+    SPUUpdater m_updater;
     std::unique_ptr<PrintManager> m_printManager;
     std::unique_ptr<ContentView> m_window;
 };

@@ -90,18 +90,19 @@ enum class UpdateCheckKind {
 };
 
 /// Finds and installs newer versions of this program; nothing here waits. One piece of work at a
-/// time: the next may start once the former has told its end, also from within that call. The end
-/// is told exactly once, on a later turn of the event loop, and nothing after it; never after the
-/// engine was destroyed.
+/// time: the next may start once the former has told its end, also from within that call.
 class UpdateEngine {
 public:
-    using OnState = std::function<void(const UpdateState&)>;
-
     virtual ~UpdateEngine() = default;
+
+    /// Told how the work stands: how far it is, and its end exactly once, on a later turn of the
+    /// event loop, with nothing after it; never once the engine was destroyed. Belongs to whoever
+    /// uses the engine.
+    std::function<void(const UpdateState&)> onState = [](const auto&) {};
 
     /// Tells each `UpdateChecking`, in the end one of `UpdateNotNeeded`, `AvailableUpdate`,
     /// `UpdateFailed` and `UpdateUnanswered`.
-    virtual void check(UpdateCheckKind kind, OnState onState) = 0;
+    virtual void check(UpdateCheckKind kind) = 0;
 
     /// Ends a running check, which is then unanswered on the next turn however slow the service;
     /// otherwise without effect. An installation is never cut off.
@@ -109,7 +110,7 @@ public:
 
     /// Installs what a check found. The system may ask for a password. Tells each
     /// `UpdateInstalling`, in the end `UpdateInstalled` or `UpdateFailed`.
-    virtual void install(const AvailableUpdate& update, OnState onState) = 0;
+    virtual void install(const AvailableUpdate& update) = 0;
 };
 
 /// The one window about updates.
@@ -121,18 +122,14 @@ public:
         toFront, ///< opens the window, or brings the open one to the front
     };
 
-    /// What a person can do in the window. `dismiss` is whatever closes it: Cancel while checking,
-    /// Later, Close, the Escape key, the window's own close button. The window does not close by
-    /// itself.
-    struct Actions {
-        std::function<void()> install;
-        std::function<void()> dismiss;
-    };
-
     virtual ~UpdateWindow() = default;
 
-    /// Called once, before the first state. The actions may call the window.
-    virtual void setActions(Actions actions) = 0;
+    /// What a person can do in the window, for whoever uses it; they may call the window. Dismissing
+    /// is whatever closes it: Cancel while checking, Later, Close, the Escape key, the window's own
+    /// close button. The window does not close by itself.
+    std::function<void()> onInstall = [] {};
+    std::function<void()> onDismiss = [] {};
+
     /// Any state but `UpdateUnanswered`.
     virtual void present(const UpdateState& state, Attention attention) = 0;
     virtual void closeWindow() = 0;

@@ -17,26 +17,18 @@ namespace lumivert::fakes {
 /// test calls `turn`, as on the event loop's next turn.
 class FakeUpdateEngine : public UpdateEngine {
 public:
-    void check(UpdateCheckKind kind, OnState onState) override {
+    void check(UpdateCheckKind kind) override {
         checks.push_back(kind);
-        m_onState = std::move(onState);
         m_checking = true;
         m_cancelled = false;
     }
     void cancelCheck() override { m_cancelled = m_checking; }
-    void install(const AvailableUpdate& update, OnState onState) override {
-        installs.push_back(update);
-        m_onState = std::move(onState);
-    }
+    void install(const AvailableUpdate& update) override { installs.push_back(update); }
 
-    /// Tells how the check or the installation stands.
-    void tell(const UpdateState& state) { m_onState(state); }
     void endCheck(const UpdateState& outcome) {
         m_checking = false;
-        std::exchange(m_onState, nullptr)(
-            std::exchange(m_cancelled, false) ? UpdateState(UpdateUnanswered{}) : outcome);
+        onState(std::exchange(m_cancelled, false) ? UpdateState(UpdateUnanswered{}) : outcome);
     }
-    void endInstall(const UpdateState& outcome) { std::exchange(m_onState, nullptr)(outcome); }
     void turn() {
         if (m_cancelled)
             endCheck(UpdateUnanswered{});
@@ -51,13 +43,11 @@ public:
 private:
     bool m_checking = false;
     bool m_cancelled = false;
-    OnState m_onState;
 };
 
 /// A window that remembers what it was told, and lets the test press its buttons.
 class FakeUpdateWindow : public UpdateWindow {
 public:
-    void setActions(Actions given) override { actions = std::move(given); }
     void present(const UpdateState& given, Attention attention) override {
         state = given;
         attentions.push_back(attention);
@@ -74,7 +64,6 @@ public:
         return open && state ? std::get_if<T>(&*state) : nullptr;
     }
 
-    Actions actions;
     std::optional<UpdateState> state;
     std::vector<Attention> attentions;
     bool open = false;

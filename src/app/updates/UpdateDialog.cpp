@@ -139,16 +139,12 @@ void UpdateDialog::build() {
     column->addStretch();
     column->addWidget(buttons);
 
-    connect(m_install, &QPushButton::clicked, this, [this] {
-        if (m_actions.install)
-            m_actions.install();
-    });
+    connect(m_install, &QPushButton::clicked, this, [this] { onInstall(); });
     connect(m_dismiss, &QPushButton::clicked, this, &UpdateDialog::reject);
 }
 
 void UpdateDialog::reject() {
-    if (m_actions.dismiss)
-        m_actions.dismiss();
+    onDismiss();
 }
 
 void UpdateDialog::fill(const UpdateContent& content) {

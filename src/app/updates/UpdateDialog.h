@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <utility>
 
 class QLabel;
 class QPlainTextEdit;
@@ -36,19 +35,17 @@ class UpdateDialog : public QDialog, public UpdateWindow {
     Q_OBJECT
 
 public:
-    void setActions(Actions actions) override { m_actions = std::move(actions); }
     void present(const UpdateState& state, Attention attention) override;
     void closeWindow() override { hide(); }
     [[nodiscard]] bool isOpen() const override { return isVisible(); }
 
-    // Escape and the window's close button, too: whoever set the actions decides what they mean.
+    // Escape and the window's close button, too: `onDismiss` decides what they mean.
     void reject() override;
 
 private:
     void build();
     void fill(const UpdateContent& content);
 
-    Actions m_actions;
     std::size_t m_shownKind = 0; // which of the states
     QLabel* m_headline = nullptr;
     QLabel* m_text = nullptr;

@@ -32,7 +32,6 @@ const UpdateFailed noBus{UpdateProblem::noService, "There is no system message b
 // nothing itself.
 struct Check {
     bool quiet = false;
-    UpdateEngine::OnState onState;
     bool localOnly = false;
     QString installedVersion;
     bool isLocal = false;
@@ -46,10 +45,9 @@ public:
         , m_connection(QString::fromStdString(busAddress)) {}
     ~PackageKitEngine() override { endCheck(); }
 
-    void check(UpdateCheckKind kind, OnState onState) override {
+    void check(UpdateCheckKind kind) override {
         m_check = std::make_shared<Check>();
         m_check->quiet = kind == UpdateCheckKind::scheduled;
-        m_check->onState = std::move(onState);
         m_connection.open([this, check = std::weak_ptr(m_check)](const auto& bus) {
             m_bus = bus;
             if (check.expired())
@@ -64,29 +62,29 @@ public:
     }
 
     void cancelCheck() override {
-        // The end waits for the next turn, and belongs to this check alone.
-        if (const auto check = endCheck())
+        // The end waits for the next turn.
+        if (m_check)
             QMetaObject::invokeMethod(
-                this, [onState = check->onState] { onState(UpdateUnanswered{}); },
-                Qt::QueuedConnection);
+                this, [this] { tell(UpdateUnanswered{}); }, Qt::QueuedConnection);
+        endCheck();
     }
 
-    void install(const AvailableUpdate& update, OnState onState) override {
-        m_connection.open([this, update, onState = std::move(onState)](const auto& bus) {
+    void install(const AvailableUpdate& update) override {
+        m_connection.open([this, update](const auto& bus) {
             m_bus = bus;
-            const auto end = [onState, update](std::optional<UpdateFailed> failure) {
+            const auto end = [this, update](std::optional<UpdateFailed> failure) {
                 if (!failure)
-                    return onState(UpdateInstalled{update.version});
+                    return tell(UpdateInstalled{update.version});
                 failure->installing = true;
-                onState(*failure);
+                tell(*failure);
             };
             if (!bus)
                 return end(noBus);
             run(
                 {QStringLiteral("UpdatePackages"),
                  {flagOnlyTrusted, QStringList{QString::fromStdString(update.id)}}},
-                [onState, update](const UpdateProgress& progress) {
-                    onState(UpdateInstalling{update.version, progress});
+                [this, update](const UpdateProgress& progress) {
+                    tell(UpdateInstalling{update.version, progress});
                 },
                 [end](const Result& result) { end(result.failure); });
         });
@@ -94,6 +92,11 @@ public:
 
 private:
     using OnResult = PackageKitTransaction::OnDone;
+
+    void tell(const UpdateState& state) {
+        const auto told = onState; // it may destroy this, or be exchanged
+        told(state);
+    }
 
     void run(PackageKitTransaction::Request request, PackageKitTransaction::OnProgress onProgress,
              OnResult next) {
@@ -110,9 +113,7 @@ private:
               bool mayFail = false) {
         run(
             {role, arguments, m_check->quiet, m_check->localOnly},
-            [onState = m_check->onState](const UpdateProgress& progress) {
-                onState(UpdateChecking{progress});
-            },
+            [this](const UpdateProgress& progress) { tell(UpdateChecking{progress}); },
             [this, mayFail, next = std::move(next)](const Result& result) {
                 if (result.failure && !mayFail)
                     finishCheck(*result.failure);
@@ -122,17 +123,17 @@ private:
     }
 
     void finishCheck(const UpdateState& end) {
-        const auto check = std::exchange(m_check, nullptr);
-        check->onState(end);
+        m_check.reset();
+        tell(end);
     }
 
     /// Forgets the check that is under way, if one is, and stops what it does.
-    std::shared_ptr<Check> endCheck() {
+    void endCheck() {
         if (m_check && m_transaction) {
             m_transaction->cancel();
             m_transaction.release()->deleteLater(); // it may be telling its progress
         }
-        return std::exchange(m_check, nullptr);
+        m_check.reset();
     }
 
     // What traffic costs is NetworkManager's to say (NMMetered); where there is none, the package

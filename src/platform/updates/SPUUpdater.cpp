@@ -1,14 +1,20 @@
 #include "platform/updates/SPUUpdater.h"
 
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <string>
 #include <utility>
 
 namespace lumivert {
 
 namespace {
 
+using namespace std::chrono_literals;
+using std::chrono::sys_seconds;
 using Attention = UpdateWindow::Attention;
 
-constexpr std::chrono::minutes quietLimit{10};
+constexpr std::chrono::days interval{1};
 
 template <class T>
 bool holds(const std::optional<UpdateState>& state) {
@@ -26,83 +32,53 @@ bool settles(const UpdateState& end) {
     return answers(end) || (failure && failure->problem == UpdateProblem::notFromRepository);
 }
 
+// Nothing sensible in the value counts as "never": a check too many, not a program that never asks.
+sys_seconds parse(const std::string& text, sys_seconds now) {
+    std::int64_t count = 0;
+    const char* end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, count);
+    if (result.ec != std::errc() || result.ptr != end || count < 0 ||
+        count > now.time_since_epoch().count())
+        return {};
+    return sys_seconds(std::chrono::seconds(count));
+}
+
 } // namespace
 
-SPUUpdater::SPUUpdater(UpdateEngine& engine, UpdateWindow& window, UpdateClock& clock,
-                       std::function<void()> onAnswered)
-    : m_engine(engine)
-    , m_window(window)
-    , m_clock(clock)
-    , m_onAnswered(std::move(onAnswered)) {
-    m_window.setActions({[this] { install(); }, [this] { dismiss(); }});
+SPUUpdater::SPUUpdater(const UpdateServices& services)
+    : m_services(services)
+    , m_alarm(services.clock.after(5s, [this] { beginSchedule(); })) {
+    m_services.window.onInstall = [this] { install(); };
+    m_services.window.onDismiss = [this] { dismiss(); };
+    m_services.engine.onState = [this](const UpdateState& state) { take(state); };
 }
 
 SPUUpdater::~SPUUpdater() {
-    m_alive.reset();
-    m_window.setActions({});
-    m_engine.cancelCheck();
+    m_services.window.onInstall = [] {};
+    m_services.window.onDismiss = [] {};
+    m_services.engine.onState = [](const auto&) {};
+    m_services.engine.cancelCheck();
 }
 
 void SPUUpdater::show(const UpdateState& state, Attention attention) {
     m_shown = state;
-    m_window.present(state, attention);
-}
-
-UpdateEngine::OnState SPUUpdater::whileAlive(UpdateEngine::OnState onState) const {
-    return [alive = std::weak_ptr(m_alive), onState = std::move(onState)](const auto& state) {
-        if (!alive.expired())
-            onState(state);
-    };
-}
-
-void SPUUpdater::check(UpdateCheckKind kind, UpdateEngine::OnState onEnd) {
-    canCheckForUpdates = false;
-    m_engine.check(kind, whileAlive([this, onEnd = std::move(onEnd)](const UpdateState& state) {
-                       if (std::holds_alternative<UpdateChecking>(state)) {
-                           if (holds<UpdateChecking>(m_shown))
-                               show(state, Attention::keep);
-                           return;
-                       }
-                       m_limit.reset();
-                       if (answers(state) && m_onAnswered)
-                           m_onAnswered();
-                       onEnd(state);
-                       canCheckForUpdates = true;
-                   }));
+    m_services.window.present(state, attention);
 }
 
 void SPUUpdater::checkForUpdates() {
-    if (!canCheckForUpdates) {
-        if (m_shown)
-            m_window.present(*m_shown, Attention::toFront);
-        return;
+    if (canCheckForUpdates) {
+        show(UpdateChecking{}, Attention::toFront);
+        check(UpdateCheckKind::asked);
+    } else if (m_shown) {
+        m_services.window.present(*m_shown, Attention::toFront);
     }
-    show(UpdateChecking{}, Attention::toFront);
-    check(UpdateCheckKind::asked, [this](const UpdateState& end) {
-        if (std::holds_alternative<UpdateUnanswered>(end)) {
-            m_shown.reset();
-            m_window.closeWindow();
-        } else if (m_installed && std::holds_alternative<UpdateNotNeeded>(end)) {
-            // "Up to date" would be said of a version that does not run yet.
-            show(*m_installed, Attention::keep);
-        } else {
-            show(end, Attention::keep);
-        }
-    });
 }
 
-void SPUUpdater::checkQuietly(std::function<void(bool settled)> onDone) {
-    if (!canCheckForUpdates || m_window.isOpen()) {
-        onDone(false);
-        return;
-    }
-    m_shown.reset();
-    m_limit = m_clock.after(quietLimit, [this] { m_engine.cancelCheck(); });
-    check(UpdateCheckKind::scheduled, [this, onDone = std::move(onDone)](const UpdateState& end) {
-        if (std::holds_alternative<AvailableUpdate>(end))
-            show(end, Attention::quiet);
-        onDone(settles(end));
-    });
+void SPUUpdater::check(UpdateCheckKind kind) {
+    beginSchedule();
+    m_onSchedule = kind == UpdateCheckKind::scheduled;
+    canCheckForUpdates = false;
+    m_services.engine.check(kind);
 }
 
 void SPUUpdater::install() {
@@ -111,26 +87,84 @@ void SPUUpdater::install() {
     const AvailableUpdate update = std::get<AvailableUpdate>(*m_shown);
     canCheckForUpdates = false;
     show(UpdateInstalling{update.version, {}}, Attention::keep);
-    m_engine.install(update, whileAlive([this](const UpdateState& state) {
-                         if (std::holds_alternative<UpdateInstalling>(state)) {
-                             show(state, Attention::keep);
-                             return;
-                         }
-                         if (const auto* installed = std::get_if<UpdateInstalled>(&state))
-                             m_installed = *installed;
-                         // Opens the window again for whoever closed it meanwhile: the end has to
-                         // be known.
-                         show(state, m_window.isOpen() ? Attention::keep : Attention::quiet);
-                         canCheckForUpdates = true;
-                     }));
+    m_services.engine.install(update);
+}
+
+void SPUUpdater::take(const UpdateState& state) {
+    if (std::holds_alternative<UpdateChecking>(state) ||
+        std::holds_alternative<UpdateInstalling>(state)) {
+        if (m_shown && m_shown->index() == state.index())
+            show(state, Attention::keep);
+        return;
+    }
+    m_limit.reset();
+    const bool onSchedule = std::exchange(m_onSchedule, false);
+    const sys_seconds now = m_services.clock.now();
+    if (answers(state))
+        m_services.preferences.setData(preferenceKey,
+                                       std::to_string(now.time_since_epoch().count()));
+    if (answers(state) || onSchedule)
+        planFrom(now + (settles(state) ? interval : 1h));
+    if (const auto* installed = std::get_if<UpdateInstalled>(&state))
+        m_installed = *installed;
+    if (onSchedule) {
+        if (std::holds_alternative<AvailableUpdate>(state))
+            show(state, Attention::quiet);
+    } else if (std::holds_alternative<UpdateUnanswered>(state)) {
+        dismiss();
+    } else if (m_installed && std::holds_alternative<UpdateNotNeeded>(state)) {
+        // "Up to date" would be said of a version that does not run yet.
+        show(*m_installed, Attention::keep);
+    } else {
+        // The end of an installation has to be known, also to who closed its window meanwhile.
+        show(state, m_services.window.isOpen() ? Attention::keep : Attention::quiet);
+    }
+    canCheckForUpdates = true;
 }
 
 void SPUUpdater::dismiss() {
-    m_window.closeWindow();
+    m_services.window.closeWindow();
     if (holds<UpdateChecking>(m_shown))
-        m_engine.cancelCheck();
+        m_services.engine.cancelCheck();
     if (!holds<UpdateInstalling>(m_shown))
         m_shown.reset();
+}
+
+void SPUUpdater::beginSchedule() {
+    if (std::exchange(m_scheduleBegun, true))
+        return;
+    const auto stored = m_services.preferences.data(preferenceKey);
+    m_firstStart = !stored;
+    if (stored)
+        planFrom(parse(*stored, m_services.clock.now()) + interval);
+    else
+        m_services.preferences.setData(preferenceKey, "0");
+}
+
+void SPUUpdater::planFrom(sys_seconds earliest) {
+    if (m_firstStart)
+        return;
+    m_due = std::max(earliest, m_services.clock.now()) + m_services.clock.randomBetween(20s, 5min);
+    waitUntilDue();
+}
+
+void SPUUpdater::waitUntilDue() {
+    // By the hour: the time that a laptop sleeps does not count for an alarm, and the time of day
+    // may be set meanwhile.
+    const std::chrono::seconds left =
+        std::clamp<std::chrono::seconds>(m_due - m_services.clock.now(), 0s, 1h);
+    m_alarm = m_services.clock.after(left, [this] { checkOnSchedule(); });
+}
+
+void SPUUpdater::checkOnSchedule() {
+    const sys_seconds now = m_services.clock.now();
+    if (now < m_due && m_due - now <= interval + 1h)
+        return waitUntilDue();
+    if (!canCheckForUpdates || m_services.window.isOpen())
+        return planFrom(now + 1h);
+    m_shown.reset();
+    m_limit = m_services.clock.after(10min, [this] { m_services.engine.cancelCheck(); });
+    check(UpdateCheckKind::scheduled);
 }
 
 } // namespace lumivert

@@ -1,21 +1,38 @@
 #pragma once
 
 #include "platform/Observable.h"
+#include "platform/PreferencesStore.h"
 #include "platform/Updates.h"
 
-#include <functional>
-#include <memory>
+#include <chrono>
 #include <optional>
 
 namespace lumivert {
 
+/// What the updater stands on. Borrowed: outlives the updater.
+struct UpdateServices {
+    UpdateEngine& engine;
+    UpdateWindow& window;
+    UpdateClock& clock;
+    PreferencesStore& preferences;
+};
+
 /// The updater: leads a check from its start to its end, and the installation that may follow,
-/// through the engine and the window. Main thread. What it is given is borrowed and outlives it.
+/// through the engine and the window. Main thread.
+///
+/// It also checks without being asked: once a day after the last check, plus a random delay of 20
+/// seconds to 5 minutes so that not all machines ask at once and none asks while the program
+/// starts. The first such check waits for the second start of the program. Nothing is seen of it
+/// unless it finds a newer version; it is given up after ten minutes, and tried again in an hour
+/// when it learned nothing or the window is open.
 class SPUUpdater : public ObservableObject {
 public:
-    /// `onAnswered` runs after each check that learned whether a newer version exists.
-    SPUUpdater(UpdateEngine& engine, UpdateWindow& window, UpdateClock& clock,
-               std::function<void()> onAnswered);
+    /// Under which the preferences keep when the last check was, in decimal seconds since 1970; "0"
+    /// before the first.
+    static constexpr auto preferenceKey = "LastUpdateCheck";
+
+    /// Reads, writes and connects nothing; that begins 5 seconds later, or with the first check.
+    explicit SPUUpdater(const UpdateServices& services);
     /// Cancels a check that is under way; an installation goes on without it.
     ~SPUUpdater();
 
@@ -27,30 +44,29 @@ public:
     /// second check is not started beside one.
     void checkForUpdates();
 
-    /// A check that nobody asked for: nothing is seen of it unless it finds a newer version. It is
-    /// given up after ten minutes. `onDone` says whether the next one may wait for a day; it is
-    /// called at once, with false, when the engine or the window is in use.
-    void checkQuietly(std::function<void(bool settled)> onDone);
-
 private:
     void show(const UpdateState& state, UpdateWindow::Attention attention);
-    void check(UpdateCheckKind kind, UpdateEngine::OnState onEnd);
+    void check(UpdateCheckKind kind);
     void install();
     void dismiss();
-    /// `onState` for as long as this object lives; the engine may tell later than that.
-    [[nodiscard]] UpdateEngine::OnState whileAlive(UpdateEngine::OnState onState) const;
+    void take(const UpdateState& state);
 
-    UpdateEngine& m_engine;
-    UpdateWindow& m_window;
-    UpdateClock& m_clock;
-    std::function<void()> m_onAnswered;
+    void beginSchedule();
+    void planFrom(std::chrono::sys_seconds earliest);
+    void waitUntilDue();
+    void checkOnSchedule();
 
+    UpdateServices m_services;
     /// What the window shows, or would show if it were open.
     std::optional<UpdateState> m_shown;
     /// What this run of the program has installed: newer than the program that runs.
     std::optional<UpdateInstalled> m_installed;
-    UpdateClock::Alarm m_limit;
-    std::shared_ptr<const bool> m_alive = std::make_shared<const bool>(true);
+    bool m_scheduleBegun = false;
+    bool m_firstStart = true;
+    std::chrono::sys_seconds m_due;
+    UpdateClock::Alarm m_alarm; // until the next check on schedule
+    bool m_onSchedule = false;  // whether one is under way
+    UpdateClock::Alarm m_limit; // of that
 };
 
 } // namespace lumivert

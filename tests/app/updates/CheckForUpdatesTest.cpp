@@ -27,7 +27,8 @@ protected:
     fakes::FakeUpdateEngine engine;
     fakes::FakeUpdateWindow window;
     fakes::FakeUpdateClock clock;
-    SPUUpdater updater{engine, window, clock, nullptr};
+    fakes::FakePreferencesStore preferences;
+    SPUUpdater updater{{engine, window, clock, preferences}};
     fakes::FakeDispatcher dispatcher;
 };
 

@@ -19,7 +19,8 @@ const AvailableUpdate newer{"id", "1.0", "1.1", "<b>Finer</b> margins."};
 class UpdateDialogTest : public testing::Test {
 protected:
     void SetUp() override {
-        dialog.setActions({[this] { ++installs; }, [this] { ++dismissals; }});
+        dialog.onInstall = [this] { ++installs; };
+        dialog.onDismiss = [this] { ++dismissals; };
     }
     QPushButton* button(const char* name) {
         return dialog.findChild<QPushButton*>(QString::fromLatin1(name));
@@ -155,7 +156,7 @@ TEST_F(UpdateDialogTest, everyControlHasAnAccessibleName) {
 
 TEST_F(UpdateDialogTest, staysWhenItsActionsAreTakenAway) {
     dialog.present(newer, Attention::toFront);
-    dialog.setActions({});
+    dialog.onInstall = dialog.onDismiss = [] {};
     button("install")->click();
     button("dismiss")->click();
     EXPECT_EQ(installs + dismissals, 0);

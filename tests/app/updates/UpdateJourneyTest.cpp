@@ -4,7 +4,7 @@
 #include "fakes/FakeServices.h"
 #include "fakes/FakeUpdates.h"
 #include "platform/qt/QtDispatcher.h"
-#include "platform/updates/SPUStandardUpdaterController.h"
+#include "platform/updates/SPUUpdater.h"
 
 #include <QDialog>
 #include <QLabel>
@@ -55,8 +55,8 @@ protected:
     fakes::FakeUpdateClock clock;
     fakes::FakePreferencesStore preferences;
     QtDispatcher dispatcher;
-    SPUStandardUpdaterController controller{{*engine, dialog, clock, preferences}};
-    CheckForUpdatesView item{controller.updater(), dispatcher, nullptr};
+    SPUUpdater updater{{*engine, dialog, clock, preferences}};
+    CheckForUpdatesView item{updater, dispatcher, nullptr};
 };
 
 TEST_F(UpdateJourneyTest, theItemWakesOnTheFirstTurn) {
@@ -164,10 +164,9 @@ TEST_F(UpdateJourneyTest, aServiceThatDiesWhileInstallingIsTold) {
 
 TEST_F(UpdateJourneyTest, aScheduledCheckOpensAWindowOnlyForNews) {
     service->playNetworkManager(2);
-    preferences.setData(SPUStandardUpdaterController::preferenceKey, "0");
+    preferences.setData(SPUUpdater::preferenceKey, "0");
     clock.pass(6min);
-    ASSERT_TRUE(spinUntil(
-        [&] { return preferences.data(SPUStandardUpdaterController::preferenceKey) != "0"; }));
+    ASSERT_TRUE(spinUntil([&] { return preferences.data(SPUUpdater::preferenceKey) != "0"; }));
     EXPECT_FALSE(dialog.isOpen());
     EXPECT_EQ(service->hints["RefreshCache"].value(0), QStringLiteral("interactive=false"));
 

@@ -38,8 +38,8 @@ protected:
     void SetUp() override { service = std::make_unique<ScriptedPackageKit>(bus.address()); }
 
     /// Writes down what the engine tells: the progress, and the end among `ends`.
-    UpdateEngine::OnState recorder(std::vector<UpdateState>& ends) {
-        return [this, &ends](const UpdateState& state) {
+    void record(std::vector<UpdateState>& ends) {
+        engine->onState = [this, &ends](const UpdateState& state) {
             if (const auto* checking = std::get_if<UpdateChecking>(&state))
                 progress.push_back(checking->progress);
             else if (const auto* installing = std::get_if<UpdateInstalling>(&state))
@@ -50,7 +50,8 @@ protected:
     }
 
     void startCheck(UpdateCheckKind kind = UpdateCheckKind::asked) {
-        engine->check(kind, recorder(checked));
+        record(checked);
+        engine->check(kind);
     }
 
     /// The one outcome of a whole check.
@@ -65,8 +66,8 @@ protected:
     }
 
     void startInstall() {
-        engine->install({service->availableId().toStdString(), "1.0", "1.1", ""},
-                        recorder(installed));
+        record(installed);
+        engine->install({service->availableId().toStdString(), "1.0", "1.1", ""});
     }
 
     UpdateState install() {

@@ -39,18 +39,16 @@ const char* name(UpdateProblem problem) {
     return "other";
 }
 
-void print(const UpdateFailed& failure) {
-    std::printf("failed %s\n%s\n", name(failure.problem), failure.details.c_str());
-}
-
 void print(const UpdateState& outcome) {
     if (const auto* current = std::get_if<UpdateNotNeeded>(&outcome))
         std::printf("up to date %s\n", current->installedVersion.c_str());
     else if (const auto* found = std::get_if<AvailableUpdate>(&outcome))
         std::printf("found %s after %s\n%s\n", found->version.c_str(),
                     found->installedVersion.c_str(), found->changes.c_str());
+    else if (const auto* installed = std::get_if<UpdateInstalled>(&outcome))
+        std::printf("installed %s\n", installed->version.c_str());
     else if (const auto* failure = std::get_if<UpdateFailed>(&outcome))
-        print(*failure);
+        std::printf("failed %s\n%s\n", name(failure->problem), failure->details.c_str());
     else
         std::printf("unanswered\n");
 }
@@ -66,27 +64,17 @@ int main(int argc, char** argv) {
     }
     const auto engine = packageKitEngine("lumivert");
     const auto end = [&] { QTimer::singleShot(0, &application, &QCoreApplication::quit); };
-    const auto install = [&](const AvailableUpdate& update) {
-        engine->install(update, [&](const UpdateState& outcome) {
-            if (std::holds_alternative<UpdateInstalling>(outcome))
-                return;
-            if (const auto* installed = std::get_if<UpdateInstalled>(&outcome))
-                std::printf("installed %s\n", installed->version.c_str());
-            else
-                print(std::get<UpdateFailed>(outcome));
+    engine->onState = [&](const UpdateState& state) {
+        if (std::holds_alternative<UpdateChecking>(state) ||
+            std::holds_alternative<UpdateInstalling>(state))
+            return;
+        print(state);
+        const auto* found = std::get_if<AvailableUpdate>(&state);
+        if (task == "install" && found)
+            engine->install(AvailableUpdate(*found));
+        else
             end();
-        });
     };
-    engine->check(task == "scheduled" ? UpdateCheckKind::scheduled : UpdateCheckKind::asked,
-                  [&](const UpdateState& outcome) {
-                      if (std::holds_alternative<UpdateChecking>(outcome))
-                          return;
-                      print(outcome);
-                      const auto* found = std::get_if<AvailableUpdate>(&outcome);
-                      if (task == "install" && found)
-                          install(AvailableUpdate(*found));
-                      else
-                          end();
-                  });
+    engine->check(task == "scheduled" ? UpdateCheckKind::scheduled : UpdateCheckKind::asked);
     return QCoreApplication::exec();
 }

@@ -261,24 +261,26 @@ TEST_F(TroubleTest, destroyedAtWorkItCallsNobodyAndTellsTheService) {
 
 TEST_F(TroubleTest, mayBeDestroyedByItsOwnReport) {
     int reports = 0;
-    engine->check(UpdateCheckKind::asked, [&](const UpdateState& state) {
+    engine->onState = [&](const UpdateState& state) {
         if (std::holds_alternative<UpdateChecking>(state))
             return;
         ++reports;
         engine.reset();
-    });
+    };
+    engine->check(UpdateCheckKind::asked);
     EXPECT_TRUE(spinUntil([&] { return reports > 0; }));
     spinFor(20ms);
     EXPECT_EQ(reports, 1);
 }
 
 TEST_F(TroubleTest, mayBeCancelledByItsOwnProgress) {
-    engine->check(UpdateCheckKind::asked, [&](const UpdateState& state) {
+    engine->onState = [&](const UpdateState& state) {
         if (std::holds_alternative<UpdateChecking>(state))
             engine->cancelCheck();
         else
             checked.push_back(state);
-    });
+    };
+    engine->check(UpdateCheckKind::asked);
     EXPECT_EQ(outcome(), UpdateState(UpdateUnanswered{}));
 }
 

@@ -1,6 +1,6 @@
 #include "fakes/FakeServices.h"
 #include "fakes/FakeUpdates.h"
-#include "platform/updates/SPUStandardUpdaterController.h"
+#include "platform/updates/SPUUpdater.h"
 
 #include <gtest/gtest.h>
 
@@ -20,16 +20,16 @@ protected:
         preferences.setData("LastUpdateCheck",
                             std::to_string((clock.time - ago).time_since_epoch().count()));
     }
-    void start() { controller.emplace(services); }
+    void start() { updater.emplace(services); }
     /// The checks that nobody asked for.
     std::ptrdiff_t checks() {
         return std::ranges::count(engine.checks, UpdateCheckKind::scheduled);
     }
     void answer() { engine.endCheck(UpdateNotNeeded{"1.0"}); }
     void askAndAnswer() {
-        controller->updater().checkForUpdates();
+        updater->checkForUpdates();
         answer();
-        window.actions.dismiss();
+        window.onDismiss();
     }
 
     fakes::FakeUpdateEngine engine;
@@ -37,7 +37,7 @@ protected:
     fakes::FakeUpdateClock clock;
     fakes::FakePreferencesStore preferences;
     const UpdateServices services{engine, window, clock, preferences};
-    std::optional<SPUStandardUpdaterController> controller;
+    std::optional<SPUUpdater> updater;
 };
 
 TEST_F(UpdateScheduleTest, touchesNothingWhileTheProgramStarts) {
@@ -157,10 +157,50 @@ TEST_F(UpdateScheduleTest, aValueThatMakesNoSenseCountsAsNever) {
     }
 }
 
+TEST_F(UpdateScheduleTest, waitsForADayWhenAskingAgainCouldNotHelp) {
+    store(48h);
+    start();
+    clock.pass(5min);
+    ASSERT_EQ(checks(), 1);
+    engine.endCheck(UpdateFailed{UpdateProblem::notFromRepository, {}});
+    clock.pass(23h);
+    EXPECT_EQ(checks(), 1);
+    clock.pass(2h);
+    EXPECT_EQ(checks(), 2);
+}
+
+TEST_F(UpdateScheduleTest, waitsWhileTheWindowOrTheEngineIsInUse) {
+    store(48h);
+    start();
+    updater->checkForUpdates();
+    clock.pass(26h);
+    const AvailableUpdate newer{"id", "1.0", "1.1", {}};
+    engine.endCheck(newer);
+    clock.pass(26h);
+    EXPECT_EQ(engine.checks.size(), 1U);
+    EXPECT_TRUE(window.shows<AvailableUpdate>());
+    window.onDismiss();
+    clock.pass(2h);
+    EXPECT_EQ(checks(), 1);
+}
+
+TEST_F(UpdateScheduleTest, tellsOfNewsEachDayUntilItIsInstalled) {
+    preferences.setData("LastUpdateCheck", "0");
+    start();
+    clock.pass(6min);
+    engine.endCheck(AvailableUpdate{"id", "1.0", "1.1", {}});
+    EXPECT_EQ(window.openings, 1);
+    window.onDismiss();
+    clock.pass(24h + 5min);
+    ASSERT_EQ(checks(), 2);
+    engine.endCheck(AvailableUpdate{"id", "1.0", "1.1", {}});
+    EXPECT_EQ(window.openings, 2);
+}
+
 TEST_F(UpdateScheduleTest, destroyedItLeavesNoAlarm) {
     preferences.setData("LastUpdateCheck", "0");
     start();
-    controller.reset();
+    updater.reset();
     EXPECT_EQ(clock.alarmCount(), 0U);
 }
 
