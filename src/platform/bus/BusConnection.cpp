@@ -2,25 +2,16 @@
 
 #include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
-#include <QMetaObject>
 #include <QThread>
+#include <QUuid>
 
-#include <atomic>
 #include <utility>
 
 namespace lumivert {
 
-namespace {
-
-QString freshName() {
-    static std::atomic<int> count = 0;
-    return QStringLiteral("lumivert-%1").arg(++count);
-}
-
-} // namespace
-
 BusConnection::BusConnection(QString address)
-    : m_address(std::move(address)) {}
+    : m_address(std::move(address))
+    , m_name(QUuid::createUuid().toString()) {}
 
 BusConnection::~BusConnection() {
     // Rather a thread left to the end of the process than a program that does not end because its
@@ -28,22 +19,16 @@ BusConnection::~BusConnection() {
     if (m_thread && !m_thread->wait(1000))
         return;
     delete m_thread;
-    if (!m_name.isEmpty())
-        QDBusConnection::disconnectFromBus(m_name);
+    QDBusConnection::disconnectFromBus(m_name);
 }
 
 void BusConnection::open(OnOpen onOpen) {
     m_onOpen = std::move(onOpen);
     if (m_thread)
         return; // its end answers
-    if (!m_name.isEmpty()) {
-        if (QDBusConnection(m_name).isConnected()) {
-            QMetaObject::invokeMethod(this, &BusConnection::answer, Qt::QueuedConnection);
-            return;
-        }
+    // One that stands is handed out again, a broken one made anew.
+    if (!QDBusConnection(m_name).isConnected())
         QDBusConnection::disconnectFromBus(m_name);
-    }
-    m_name = freshName();
     m_thread = QThread::create([address = m_address, name = m_name] {
         if (address.isEmpty())
             QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
@@ -53,17 +38,10 @@ void BusConnection::open(OnOpen onOpen) {
     connect(m_thread, &QThread::finished, this, [this] {
         m_thread->wait();
         delete std::exchange(m_thread, nullptr);
-        answer();
+        const QDBusConnection bus(m_name);
+        std::exchange(m_onOpen, nullptr)(bus.isConnected() ? std::optional(bus) : std::nullopt);
     });
     m_thread->start();
-}
-
-void BusConnection::answer() {
-    const OnOpen onOpen = std::exchange(m_onOpen, nullptr);
-    if (!onOpen)
-        return;
-    const QDBusConnection bus(m_name);
-    onOpen(bus.isConnected() ? std::optional(bus) : std::nullopt);
 }
 
 void callBus(const QDBusConnection& bus, const QDBusMessage& call, int timeoutMs, QObject* context,

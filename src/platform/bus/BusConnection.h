@@ -28,10 +28,8 @@ public:
     void open(OnOpen onOpen);
 
 private:
-    void answer();
-
-    QString m_address;
-    QString m_name;
+    const QString m_address;
+    const QString m_name;
     OnOpen m_onOpen;
     QThread* m_thread = nullptr;
 };

@@ -16,6 +16,7 @@ namespace {
 
 const QString service = QStringLiteral("org.freedesktop.ColorManager");
 const QString manager = QStringLiteral("/org/freedesktop/ColorManager");
+constexpr int systemTimeout = -1;
 
 class ColordScreenColors : public QObject, public DesktopScreenColors {
     Q_OBJECT
@@ -53,15 +54,13 @@ private:
         });
     }
 
-    void ask(const QDBusMessage& question, std::function<void(const QDBusMessage&)> answered) {
-        constexpr int systemTimeout = -1;
-        callBus(*m_bus, question, systemTimeout, this, std::move(answered));
-    }
     /// A property of one of colord's objects, whose interface is `kind`.
     void read(const QString& path, const QString& kind, const QString& property,
               std::function<void(const QVariant&)> answered) {
-        ask(propertyCall(service, path, service + QLatin1Char('.') + kind, property),
-            [answered = std::move(answered)](const auto& reply) { answered(propertyIn(reply)); });
+        callBus(*m_bus, propertyCall(service, path, service + QLatin1Char('.') + kind, property),
+                systemTimeout, this, [answered = std::move(answered)](const auto& reply) {
+                    answered(propertyIn(reply));
+                });
     }
 
     // A screen is a device, which has profiles, of which the first is its default.
@@ -69,7 +68,7 @@ private:
         QDBusMessage find = QDBusMessage::createMethodCall(service, manager, service,
                                                            QStringLiteral("FindDeviceByProperty"));
         find << QStringLiteral("XRANDR_name") << screen;
-        ask(find, [this, screen](const QDBusMessage& reply) {
+        callBus(*m_bus, find, systemTimeout, this, [this, screen](const QDBusMessage& reply) {
             const auto path = reply.arguments().value(0).value<QDBusObjectPath>().path();
             if (path.isEmpty()) // also of an error
                 return take(screen, {});
