@@ -12,29 +12,6 @@
 
 namespace lumivert {
 
-DecoderProgram::DecoderProgram(std::string itsPath)
-    : path(std::move(itsPath))
-    , file(::open(path.c_str(), O_PATH | O_CLOEXEC)) {}
-
-std::unique_ptr<DecoderProcess> DecoderProcess::start(const DecoderProgram& program) {
-    std::array<int, 2> ends{-1, -1};
-    if (!program.file || ::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0)
-        return nullptr;
-    Descriptor mine(ends[0]);
-    const Descriptor its(ends[1]);
-    const Descriptor nowhere(::open("/dev/null", O_RDWR | O_CLOEXEC));
-    static_assert(protocol::controlDescriptor == 3);
-    auto child =
-        nowhere ? ChildProcess::start({.path = program.path,
-                                       .arguments = {program.hasRun.exchange(true) ? "silent" : ""},
-                                       .descriptors = {nowhere.get(), nowhere.get(), -1, its.get()},
-                                       .executable = program.file.get()})
-                : std::nullopt;
-    if (!child)
-        return nullptr;
-    return std::unique_ptr<DecoderProcess>(new DecoderProcess(std::move(*child), std::move(mine)));
-}
-
 DecoderProcess::DecoderProcess(ChildProcess child, Descriptor socket)
     : m_child(std::move(child))
     , m_socket(std::move(socket)) {}
@@ -66,7 +43,26 @@ std::optional<DecoderProcess::Reply> DecoderProcess::ask(const protocol::Request
 
 DecoderService::DecoderService(DecoderOptions options)
     : m_options(std::move(options))
-    , m_program(m_options.path) {}
+    , m_program(::open(m_options.path.c_str(), O_PATH | O_CLOEXEC)) {}
+
+std::unique_ptr<DecoderProcess> DecoderService::start() {
+    std::array<int, 2> ends{-1, -1};
+    if (!m_program || ::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0)
+        return nullptr;
+    Descriptor mine(ends[0]);
+    const Descriptor its(ends[1]);
+    const Descriptor nowhere(::open("/dev/null", O_RDWR | O_CLOEXEC));
+    // The first one tells on standard error which walls the system lacks.
+    const std::string mood = m_hasStarted.exchange(true) ? "silent" : "";
+    static_assert(protocol::controlDescriptor == 3);
+    auto child =
+        nowhere ? ChildProcess::start({.path = m_options.path,
+                                       .arguments = {mood},
+                                       .descriptors = {nowhere.get(), nowhere.get(), -1, its.get()},
+                                       .executable = m_program.get()})
+                : std::nullopt;
+    return child ? std::make_unique<DecoderProcess>(std::move(*child), std::move(mine)) : nullptr;
+}
 
 std::unique_ptr<DecoderProcess> DecoderService::take() {
     std::unique_ptr<DecoderProcess> spare;
@@ -74,13 +70,13 @@ std::unique_ptr<DecoderProcess> DecoderService::take() {
         const std::lock_guard lock(m_mutex);
         spare = std::move(m_spare);
     }
-    return spare && spare->isRunning() ? std::move(spare) : DecoderProcess::start(m_program);
+    return spare && spare->isRunning() ? std::move(spare) : start();
 }
 
 void DecoderService::prepareSpare() {
     const std::lock_guard lock(m_mutex);
     if (!m_stopped && (!m_spare || !m_spare->isRunning()))
-        m_spare = DecoderProcess::start(m_program);
+        m_spare = start();
 }
 
 std::optional<DecoderProcess::Reply> DecoderService::answer(const protocol::Request& request,

@@ -17,22 +17,11 @@
 
 namespace lumivert {
 
-/// The program that decoders run, opened when this was made and kept open: an update that puts
-/// another one at `path` changes nothing for whoever holds this.
-struct DecoderProgram {
-    explicit DecoderProgram(std::string itsPath);
-
-    std::string path;
-    Descriptor file;
-    /// The first decoder tells on standard error which walls the system lacks.
-    mutable std::atomic<bool> hasRun = false;
-};
-
 /// One running decoder. Destroyed, it is ended and waited for, whatever it is doing. One thread.
 class DecoderProcess {
 public:
-    /// Null when it cannot be started.
-    [[nodiscard]] static std::unique_ptr<DecoderProcess> start(const DecoderProgram& program);
+    /// `socket`: the program's end of the door (DecoderProtocol.h).
+    DecoderProcess(ChildProcess child, Descriptor socket);
 
     [[nodiscard]] bool isRunning();
 
@@ -50,8 +39,6 @@ public:
     [[nodiscard]] pid_t pid() const { return m_child.pid(); }
 
 private:
-    DecoderProcess(ChildProcess child, Descriptor socket);
-
     ChildProcess m_child;
     Descriptor m_socket;
 };
@@ -102,8 +89,12 @@ public:
     void stop();
 
 private:
+    [[nodiscard]] std::unique_ptr<DecoderProcess> start();
+
     const DecoderOptions m_options;
-    const DecoderProgram m_program;
+    // Kept open: an update that puts another program at its path changes nothing for this one.
+    const Descriptor m_program;
+    std::atomic<bool> m_hasStarted = false;
     std::mutex m_mutex;
     std::unique_ptr<DecoderProcess> m_spare;
     std::vector<pid_t> m_answering;

@@ -334,7 +334,7 @@ TEST(DecoderProcess, endsWithTheProgramThatStartedIt) {
     const pid_t program = ::fork();
     ASSERT_GE(program, 0);
     if (program == 0) {
-        const auto decoder = DecoderProcess::start(DecoderProgram(LUMIVERT_DECODER));
+        const auto decoder = DecoderService({.path = LUMIVERT_DECODER, .screenEdge = {}}).take();
         const pid_t number = decoder ? decoder->pid() : -1;
         if (::write(ends[1], &number, sizeof number) != sizeof number)
             ::_exit(1);
