@@ -7,7 +7,6 @@
 #include <memory>
 #include <optional>
 #include <span>
-#include <vector>
 
 namespace lumivert {
 
@@ -111,9 +110,6 @@ public:
     /// The nominal size in points, upright: pixels × 72 ÷ density, each axis by its own density, 72
     /// where the file states none. Both positive.
     [[nodiscard]] virtual SizePoints size() const = 0;
-
-    /// The pixel sizes of the photo's bitmaps, upright; the first is the one that is drawn.
-    [[nodiscard]] virtual const std::vector<PixelSize>& representations() const = 0;
 
     /// The photo for the screen. Made when the photo was loaded.
     [[nodiscard]] virtual const ScreenRendition& screenRendition() const = 0;

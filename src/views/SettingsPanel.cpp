@@ -58,10 +58,9 @@ QString marginsText(const Margins& m) {
 }
 
 QWidget* imageGroup(PrintManager& pm) {
-    const auto pixels = [&pm]() -> const PixelSize* {
-        const std::shared_ptr<const Image>& image = pm.image;
-        return image && !image->representations().empty() ? &image->representations().front()
-                                                          : nullptr;
+    const auto pixels = [&pm] {
+        const Bitmap* bitmap = pm.image.get() ? pm.image.get()->bitmap() : nullptr;
+        return bitmap ? std::optional(bitmap->pixelSize()) : std::nullopt;
     };
     return group(tr("Image"), 4,
                  {
@@ -72,7 +71,7 @@ QWidget* imageGroup(PrintManager& pm) {
                                         : QString();
                          },
                          TextSize::headline, Tone::primary, Qt::ElideMiddle),
-                     visibleWhen([pixels] { return pixels() != nullptr; },
+                     visibleWhen([pixels] { return pixels().has_value(); },
                                  text(TextSource([pixels] {
                                           return QStringLiteral("%1 × %2 px")
                                               .arg(pixels()->width)

@@ -34,7 +34,6 @@ public:
     FakeImage(PixelSize pixelSize, SizePoints size)
         : pixels(std::make_shared<FakeBitmap>(pixelSize))
         , m_size(size)
-        , m_representations{pixelSize}
         , m_rendition(plain({64, 64 * pixelSize.height / pixelSize.width + 1}, 0x80)) {}
 
     /// A rendition of one grey.
@@ -46,7 +45,6 @@ public:
     }
 
     SizePoints size() const override { return m_size; }
-    const std::vector<PixelSize>& representations() const override { return m_representations; }
     const ScreenRendition& screenRendition() const override { return m_rendition; }
     void softProof(
         const ColorTarget& target,
@@ -66,7 +64,6 @@ public:
 
 private:
     SizePoints m_size;
-    std::vector<PixelSize> m_representations;
     ScreenRendition m_rendition;
 };
 

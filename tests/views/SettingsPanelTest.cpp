@@ -48,18 +48,14 @@ TEST_F(PanelTest, showsTheImagesNameAndPixels) {
     EXPECT_TRUE(pm->showFileImporter);
 }
 
-TEST_F(PanelTest, showsNoPixelSizeWithoutAnImageOrRepresentations) {
-    struct NoBitmap : fakes::FakeImage {
-        NoBitmap()
-            : FakeImage({10, 10}) {}
-        const std::vector<PixelSize>& representations() const override { return none; }
-        std::vector<PixelSize> none;
-    };
+TEST_F(PanelTest, showsNoPixelSizeWithoutAnImageOrItsBitmap) {
     pm->imageURL = FileUrl::fromPath("/photos/one.jpg");
     EXPECT_NE(textShown(*panel, "one.jpg"), nullptr);
     for (QLabel* label : shown<QLabel>(*panel))
         EXPECT_FALSE(label->text().endsWith(" px")) << label->text().toStdString();
-    pm->image = std::make_shared<NoBitmap>();
+    const auto withoutBitmap = std::make_shared<fakes::FakeImage>(PixelSize{10, 10});
+    withoutBitmap->pixels = nullptr;
+    pm->image = withoutBitmap;
     for (QLabel* label : shown<QLabel>(*panel))
         EXPECT_FALSE(label->text().endsWith(" px")) << label->text().toStdString();
 }

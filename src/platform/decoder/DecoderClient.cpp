@@ -91,23 +91,21 @@ public:
         : m_service(std::move(service))
         , m_screenEdge(screenEdge)
         , m_size{answer.width * 72.0 / answer.densityX, answer.height * 72.0 / answer.densityY}
-        , m_representations{{answer.width, answer.height}}
         , m_rendition(rendition(answer, memory)) {
         SharedBytes profile;
         if (answer.profileSize > 0)
             profile = {memory.owner, memory.view.subspan(renditionBytes(answer))};
         m_photo = std::make_shared<DecodedPhoto>(
             DecodedPhoto{.bytes = std::move(bytes),
-                         .format = {m_representations.front(), static_cast<int>(answer.channels),
-                                    static_cast<int>(answer.bitsPerComponent), profile},
+                         .format = {{answer.width, answer.height},
+                                    static_cast<int>(answer.channels),
+                                    static_cast<int>(answer.bitsPerComponent),
+                                    profile},
                          .rawWhite = answer.rawWhite,
                          .jpeg = toldStream(answer, profile)});
     }
 
     [[nodiscard]] SizePoints size() const override { return m_size; }
-    [[nodiscard]] const std::vector<PixelSize>& representations() const override {
-        return m_representations;
-    }
     [[nodiscard]] const ScreenRendition& screenRendition() const override { return m_rendition; }
     [[nodiscard]] const Bitmap* bitmap() const override { return this; }
 
@@ -148,7 +146,6 @@ private:
     std::shared_ptr<const DecodedPhoto> m_photo;
     int m_screenEdge = 0;
     SizePoints m_size;
-    std::vector<PixelSize> m_representations;
     ScreenRendition m_rendition;
 };
 
