@@ -11,7 +11,7 @@ namespace lumivert {
 
 PrintManager::PrintManager(const Platform& platform)
     : m_platform(platform)
-    , m_softProof(std::make_unique<SoftProof>(
+    , m_softProof(std::make_shared<SoftProof>(
           platform.dispatcher,
           [this] {
               const bool proofed = selectedICCProfile().path.has_value();

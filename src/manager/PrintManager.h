@@ -144,7 +144,7 @@ private:
     std::set<std::string> m_unmeasuredSizes;
     /// The one built last: most often the file still holds the same.
     mutable std::shared_ptr<const ColorSpace> m_chosenColorSpace;
-    const std::unique_ptr<SoftProof> m_softProof;
+    const std::shared_ptr<SoftProof> m_softProof;
     std::vector<Subscription> m_proofSubscriptions;
 };
 

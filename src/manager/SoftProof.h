@@ -3,8 +3,10 @@
 #include "model/Models.h"
 #include "platform/Image.h"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace lumivert {
 
@@ -19,8 +21,9 @@ enum class ProofState {
 };
 
 /// Keeps the picture of the current photo for the screen: plain, or as a profile will print it. The
-/// proofs looked at last are kept, so that going back to one shows it at once. Main thread.
-class SoftProof {
+/// proofs looked at last are kept, so that going back to one shows it at once. Main thread. Held by
+/// a shared pointer: steps that are pending when it goes find nothing.
+class SoftProof : public std::enable_shared_from_this<SoftProof> {
 public:
     /// What is to be shown.
     struct Wanted {
@@ -44,14 +47,29 @@ public:
     /// first the plain photo. Starts nothing. Null without an image.
     [[nodiscard]] std::shared_ptr<const ScreenRendition>
     rendition(const std::shared_ptr<const Image>& image) const;
-    [[nodiscard]] ProofState state() const;
+    [[nodiscard]] ProofState state() const { return m_state; }
 
 private:
-    struct State;
+    struct Proof {
+        std::uint64_t number = 0;
+        std::shared_ptr<const ColorSpace> space;
+        RenderingIntent intent = RenderingIntent::perceptual;
+        std::shared_ptr<const ScreenRendition> rendition; // null while it is made
+    };
+
+    void showWanted();
+    void show(std::shared_ptr<const ScreenRendition> rendition, ProofState state);
+    void take(std::uint64_t number, std::shared_ptr<const ScreenRendition> rendition);
 
     Dispatcher& m_dispatcher;
-    // Shared with the pending steps, which find nothing when this object is gone.
-    std::shared_ptr<State> m_state;
+    const std::function<Wanted()> m_wanted;
+    const std::function<void()> m_changed;
+    bool m_isFollowing = false;
+    std::shared_ptr<const Image> m_image;
+    std::shared_ptr<const ScreenRendition> m_shown;
+    ProofState m_state = ProofState::none;
+    std::uint64_t m_lastNumber = 0;
+    std::vector<Proof> m_proofs; // of `m_image`; the one wanted last is the last
 };
 
 } // namespace lumivert
