@@ -2,6 +2,7 @@
 #include "model/Text.h"
 #include "platform/FileSystem.h"
 
+#include <ranges>
 #include <string_view>
 #include <unordered_set>
 
@@ -10,20 +11,20 @@ namespace {
 
 std::vector<std::string> profileFolders(FileSystem& files) {
     const std::string home = files.homeDirectory();
-    const std::string dataHome = files.dataHome();
+    const std::vector<std::string> dataFolders = files.dataFolders();
     std::vector<std::string> folders{
         "/Library/ColorSync/Profiles",
         home + "/Library/ColorSync/Profiles",
         "/Library/Printers",
         // Where profiles lie on Linux: the user's own, those that the colour daemon made, those of
         // installed packages, and the ones that CUPS drivers bring.
-        dataHome + "/icc",
-        dataHome + "/color/icc",
+        dataFolders.front() + "/icc",
+        dataFolders.front() + "/color/icc",
         home + "/.color/icc",
         "/var/lib/colord/icc",
         "/var/lib/color/icc",
     };
-    for (const std::string& data : files.dataDirectories())
+    for (const std::string& data : dataFolders | std::views::drop(1))
         folders.push_back(data + "/color/icc");
     folders.push_back("/usr/share/cups/profiles");
     return folders;

@@ -27,11 +27,9 @@ public:
     /// The folder for temporary files, without a slash at its end.
     [[nodiscard]] virtual std::string temporaryDirectory() = 0;
 
-    /// $XDG_DATA_HOME, else ~/.local/share (freedesktop.org, XDG Base Directory).
-    [[nodiscard]] virtual std::string dataHome() = 0;
-
-    /// $XDG_DATA_DIRS, else /usr/local/share and /usr/share, in order (same source).
-    [[nodiscard]] virtual std::vector<std::string> dataDirectories() = 0;
+    /// The user's own, $XDG_DATA_HOME, else ~/.local/share; then the shared ones, $XDG_DATA_DIRS,
+    /// else /usr/local/share and /usr/share, in order (freedesktop.org, XDG Base Directory).
+    [[nodiscard]] virtual std::vector<std::string> dataFolders() = 0;
 
     /// Whether the file is gone afterwards.
     virtual bool removeFile(const std::string& path) = 0;

@@ -59,8 +59,7 @@ public:
     }
     std::string homeDirectory() override { return home; }
     std::string temporaryDirectory() override { return temporary; }
-    std::string dataHome() override { return "/home/ada/.local/share"; }
-    std::vector<std::string> dataDirectories() override { return dataFolders; }
+    std::vector<std::string> dataFolders() override { return data; }
     bool removeFile(const std::string& path) override {
         removed.push_back(path);
         return removes;
@@ -70,7 +69,7 @@ public:
     /// What enumerate answers for a folder.
     std::map<std::string, std::vector<std::string>> folders;
     std::string home = "/home/ada";
-    std::vector<std::string> dataFolders{"/usr/local/share", "/usr/share"};
+    std::vector<std::string> data{"/home/ada/.local/share", "/usr/local/share", "/usr/share"};
     std::string temporary = "/tmp/ada";
     bool removes = true;
     std::vector<std::string> reads;

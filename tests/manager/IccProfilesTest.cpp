@@ -109,7 +109,7 @@ TEST_F(IccProfiles, areListedOnceForOnePath) {
 }
 
 TEST_F(IccProfiles, areListedOnceThoughTheirFolderIsNamedTwice) {
-    world.files.dataFolders = {"/usr/share", "/usr/share"};
+    world.files.data = {"/home/ada/.local/share", "/usr/share", "/usr/share"};
     world.files.folders["/usr/share/color/icc"] = {"a.icc"};
     PrintManager m(world.platform);
     m.loadICCProfiles();

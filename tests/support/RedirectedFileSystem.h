@@ -23,8 +23,7 @@ public:
     }
     std::string homeDirectory() override { return m_files.homeDirectory(); }
     std::string temporaryDirectory() override { return m_files.temporaryDirectory(); }
-    std::string dataHome() override { return m_files.dataHome(); }
-    std::vector<std::string> dataDirectories() override { return m_files.dataDirectories(); }
+    std::vector<std::string> dataFolders() override { return m_files.dataFolders(); }
     bool removeFile(const std::string& path) override {
         return m_files.removeFile(redirected(path));
     }

@@ -30,8 +30,7 @@ TEST(RedirectedFileSystem, leavesTheStandardFoldersAlone) {
     RedirectedFileSystem files(real, "/", "/nowhere/");
     EXPECT_EQ(files.homeDirectory(), real.homeDirectory());
     EXPECT_EQ(files.temporaryDirectory(), real.temporaryDirectory());
-    EXPECT_EQ(files.dataHome(), real.dataHome());
-    EXPECT_EQ(files.dataDirectories(), real.dataDirectories());
+    EXPECT_EQ(files.dataFolders(), real.dataFolders());
 }
 
 } // namespace

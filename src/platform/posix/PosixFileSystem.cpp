@@ -117,17 +117,13 @@ std::string PosixFileSystem::temporaryDirectory() {
     return folder.starts_with('/') ? withoutSlashesAtEnd(folder) : "/tmp";
 }
 
-std::string PosixFileSystem::dataHome() {
-    const auto folder = environmentText("XDG_DATA_HOME");
-    return folder.starts_with('/') ? withoutSlashesAtEnd(folder)
-                                   : homeDirectory() + "/.local/share";
-}
-
-std::vector<std::string> PosixFileSystem::dataDirectories() {
+std::vector<std::string> PosixFileSystem::dataFolders() {
+    const auto own = environmentText("XDG_DATA_HOME");
+    std::vector<std::string> folders{own.starts_with('/') ? withoutSlashesAtEnd(own)
+                                                          : homeDirectory() + "/.local/share"};
     auto text = environmentText("XDG_DATA_DIRS");
     if (text.empty())
         text = "/usr/local/share:/usr/share";
-    std::vector<std::string> folders;
     while (!text.empty()) {
         const auto folder = text.substr(0, text.find(':'));
         text.remove_prefix(std::min(folder.size() + 1, text.size()));

@@ -24,8 +24,7 @@ public:
     /// $TMPDIR, else /tmp.
     [[nodiscard]] std::string temporaryDirectory() override;
 
-    [[nodiscard]] std::string dataHome() override;
-    [[nodiscard]] std::vector<std::string> dataDirectories() override;
+    [[nodiscard]] std::vector<std::string> dataFolders() override;
 
     /// Never a folder.
     bool removeFile(const std::string& path) override;

@@ -11,7 +11,6 @@ namespace lumivert {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 TEST(TemporaryDirectory, isWhatTheEnvironmentNamesWithoutItsLastSlash) {
     const ScopedEnvironment variable("TMPDIR", "/var/tmp/me//");
@@ -39,37 +38,42 @@ TEST(HomeDirectory, isTheUsersEntryOtherwise) {
     }
 }
 
-TEST(DataHome, isWhatTheEnvironmentNames) {
+TEST(DataFolders, beginWithTheUsersThatTheEnvironmentNames) {
     const ScopedEnvironment variable("XDG_DATA_HOME", "/data/mine/");
-    EXPECT_EQ(PosixFileSystem().dataHome(), "/data/mine");
+    EXPECT_EQ(PosixFileSystem().dataFolders().front(), "/data/mine");
 }
 
-TEST(DataHome, liesInTheHomeDirectoryOtherwise) {
+TEST(DataFolders, beginInTheHomeDirectoryOtherwise) {
     const ScopedEnvironment home("HOME", "/home/photographer");
     for (const auto& value : {std::optional<std::string>{}, {""}, {"relative"}}) {
         const ScopedEnvironment variable("XDG_DATA_HOME", value);
-        EXPECT_EQ(PosixFileSystem().dataHome(), "/home/photographer/.local/share");
+        EXPECT_EQ(PosixFileSystem().dataFolders().front(), "/home/photographer/.local/share");
     }
 }
 
-TEST(DataDirectories, keepTheOrderOfTheEnvironment) {
+class SharedDataFolders : public testing::Test {
+protected:
+    const ScopedEnvironment home{"XDG_DATA_HOME", "/mine"};
+};
+
+TEST_F(SharedDataFolders, keepTheOrderOfTheEnvironment) {
     const ScopedEnvironment variable("XDG_DATA_DIRS", "/usr/share/desktop/:/b:/usr/share/");
-    EXPECT_THAT(PosixFileSystem().dataDirectories(),
-                ElementsAre("/usr/share/desktop", "/b", "/usr/share"));
+    EXPECT_THAT(PosixFileSystem().dataFolders(),
+                ElementsAre("/mine", "/usr/share/desktop", "/b", "/usr/share"));
 }
 
-TEST(DataDirectories, leaveOutWhatIsNotAbsolute) {
+TEST_F(SharedDataFolders, leaveOutWhatIsNotAbsolute) {
     const ScopedEnvironment variable("XDG_DATA_DIRS", ":relative:/a::./b:");
-    EXPECT_THAT(PosixFileSystem().dataDirectories(), ElementsAre("/a"));
+    EXPECT_THAT(PosixFileSystem().dataFolders(), ElementsAre("/mine", "/a"));
     const ScopedEnvironment none("XDG_DATA_DIRS", "relative");
-    EXPECT_THAT(PosixFileSystem().dataDirectories(), IsEmpty());
+    EXPECT_THAT(PosixFileSystem().dataFolders(), ElementsAre("/mine"));
 }
 
-TEST(DataDirectories, areTheTwoSharedOnesOtherwise) {
+TEST_F(SharedDataFolders, areTheTwoUsualOnesOtherwise) {
     for (const auto& value : {std::optional<std::string>{}, {""}}) {
         const ScopedEnvironment variable("XDG_DATA_DIRS", value);
-        EXPECT_THAT(PosixFileSystem().dataDirectories(),
-                    ElementsAre("/usr/local/share", "/usr/share"));
+        EXPECT_THAT(PosixFileSystem().dataFolders(),
+                    ElementsAre("/mine", "/usr/local/share", "/usr/share"));
     }
 }
 
