@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <functional>
-#include <tuple>
 
 namespace lumivert {
 
@@ -18,14 +17,11 @@ template <class... Fields>
 
 } // namespace lumivert
 
-/// The hash of a record whose `fields()` gives the tuple of what equality compares.
+/// The hash of a record that says its own, over what equality compares.
 template <class Record>
 requires requires(const Record& record) {
-    record.fields();
+    record.hashValue();
 }
 struct std::hash<Record> {
-    std::size_t operator()(const Record& record) const noexcept {
-        return std::apply([](const auto&... all) { return lumivert::hashFields(all...); },
-                          record.fields());
-    }
+    std::size_t operator()(const Record& record) const noexcept { return record.hashValue(); }
 };

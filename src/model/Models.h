@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <tuple>
 #include <utility>
 
 // The values in which the whole program speaks of a print job. Records are compared and hashed
@@ -20,7 +19,7 @@ struct Printer {
     std::string name;
 
     bool operator==(const Printer&) const = default;
-    [[nodiscard]] auto fields() const { return std::tie(id, name); }
+    [[nodiscard]] std::size_t hashValue() const { return hashFields(id, name); }
 };
 
 /// One sheet size that a queue offers.
@@ -35,8 +34,8 @@ struct PaperSize {
     std::optional<std::string> cupsFullbleedName;
 
     bool operator==(const PaperSize&) const = default;
-    [[nodiscard]] auto fields() const {
-        return std::tie(id, name, widthMM, heightMM, cupsName, cupsFullbleedName);
+    [[nodiscard]] std::size_t hashValue() const {
+        return hashFields(id, name, widthMM, heightMM, cupsName, cupsFullbleedName);
     }
 };
 
@@ -47,7 +46,7 @@ struct PaperType {
     std::string cupsMediaType;
 
     bool operator==(const PaperType&) const = default;
-    [[nodiscard]] auto fields() const { return std::tie(id, name, cupsMediaType); }
+    [[nodiscard]] std::size_t hashValue() const { return hashFields(id, name, cupsMediaType); }
 };
 
 /// One colour profile that can be chosen; `path` is absent for the printer-managed entry.
@@ -58,7 +57,7 @@ struct ICCProfile {
     bool isSystem = false;
 
     bool operator==(const ICCProfile&) const = default;
-    [[nodiscard]] auto fields() const { return std::tie(id, name, path, isSystem); }
+    [[nodiscard]] std::size_t hashValue() const { return hashFields(id, name, path, isSystem); }
 };
 
 /// The page margins in millimetres, always listed in this order.
@@ -71,10 +70,25 @@ struct Margins {
     bool operator==(const Margins&) const = default;
 };
 
-/// The records that stand in where a list is empty or lacks the stored selection.
-[[nodiscard]] PaperSize defaultPaperSize();
-[[nodiscard]] PaperType automaticPaperType();
-[[nodiscard]] ICCProfile printerManagedProfile();
+// The records that stand in where a list is empty or lacks the stored selection.
+
+[[nodiscard]] inline PaperSize defaultPaperSize() {
+    return {.id = "A4",
+            .name = "A4 (210 × 297 mm)",
+            .widthMM = 210.0,
+            .heightMM = 297.0,
+            .cupsName = "A4",
+            .cupsFullbleedName = std::nullopt};
+}
+[[nodiscard]] inline PaperType automaticPaperType() {
+    return {.id = "auto", .name = "Auto", .cupsMediaType = "auto"};
+}
+[[nodiscard]] inline ICCProfile printerManagedProfile() {
+    return {.id = "printer_managed",
+            .name = "Printer Managed (standard)",
+            .path = std::nullopt,
+            .isSystem = false};
+}
 
 enum class PaperOrientation { auto_, portrait, landscape };
 enum class SizingMode { margins, imageSize };

@@ -1,6 +1,5 @@
 #include "model/PrintPreset.h"
 
-#include "model/HashFields.h"
 #include "model/Models.h"
 #include "model/Text.h"
 
@@ -25,6 +24,12 @@ void read(const Json& value, Field& field) {
 }
 
 } // namespace
+
+std::size_t PrintPreset::hashValue() const {
+    std::size_t hash = 0;
+    forEachField(*this, [&](const char*, const auto& field) { hash = hashFields(hash, field); });
+    return hash;
+}
 
 std::optional<std::string> encodePresets(const std::vector<PrintPreset>& presets) {
     Json document = Json::array();
@@ -83,11 +88,3 @@ std::string presetSummary(const PrintPreset& preset) {
 }
 
 } // namespace lumivert
-
-std::size_t
-std::hash<lumivert::PrintPreset>::operator()(const lumivert::PrintPreset& value) const noexcept {
-    std::size_t seed = 0;
-    lumivert::forEachField(
-        value, [&](const char*, const auto& field) { seed = lumivert::hashFields(seed, field); });
-    return seed;
-}

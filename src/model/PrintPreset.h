@@ -1,7 +1,8 @@
 #pragma once
 
+#include "model/HashFields.h"
+
 #include <cstddef>
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -34,6 +35,7 @@ struct PrintPreset {
     std::string renderingIntent;
 
     bool operator==(const PrintPreset&) const = default;
+    [[nodiscard]] std::size_t hashValue() const;
 };
 
 /// A field that a preset keeps, with its key in the stored document.
@@ -98,8 +100,3 @@ void forEachField(Preset& p, Visit&& visit) {
 [[nodiscard]] std::string presetSummary(const PrintPreset& preset);
 
 } // namespace lumivert
-
-template <>
-struct std::hash<lumivert::PrintPreset> {
-    std::size_t operator()(const lumivert::PrintPreset& value) const noexcept;
-};
