@@ -184,6 +184,17 @@ TEST_F(UpdateScheduleTest, waitsWhileTheWindowOrTheEngineIsInUse) {
     EXPECT_EQ(checks(), 1);
 }
 
+TEST_F(UpdateScheduleTest, waitsForAnInstallationBehindAClosedWindow) {
+    store(48h);
+    start();
+    updater->checkForUpdates();
+    engine.endCheck(AvailableUpdate{"id", "1.0", "1.1", {}});
+    window.onInstall();
+    window.onDismiss();
+    clock.pass(26h);
+    EXPECT_EQ(engine.checks.size(), 1U);
+}
+
 TEST_F(UpdateScheduleTest, tellsOfNewsEachDayUntilItIsInstalled) {
     preferences.setData("LastUpdateCheck", "0");
     start();
