@@ -4,7 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <chrono>
 #include <csignal>
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -39,6 +42,23 @@ TEST(Termination, endsTheToolThatIsWaitedForAndLetsNoOtherStart) {
                   }),
                   0)
             << signal;
+}
+
+TEST(Termination, endsEveryWaitAlsoForWhatNeverRunsDry) {
+    EXPECT_EQ(inChild([] {
+                  ::alarm(30);
+                  std::array<int, 2> ends{};
+                  if (::pipe2(ends.data(), O_CLOEXEC) != 0 || endInOrderOnSignals() < 0)
+                      return 1;
+                  const auto deadline = std::chrono::steady_clock::now() + std::chrono::hours(1);
+                  ::raise(SIGTERM);
+                  if (waitReadable(ends[0], deadline))
+                      return 2;
+                  if (::write(ends[1], "x", 1) != 1 || waitReadable(ends[0], deadline))
+                      return 3;
+                  return 0;
+              }),
+              0);
 }
 
 TEST(Termination, leavesTheSecondSignalItsWay) {
