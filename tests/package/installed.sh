@@ -38,7 +38,7 @@ make_repository() { # this|next
 
 # In the clean root.
 use_it() {
-    export LC_ALL=C.UTF-8
+    export LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive
     local person=/home/person session
     say() { printf '%s\n' "ok      $*"; }
     fail() { printf 'FAILED  %s\n' "$*" >&2; exit 1; }
