@@ -12,6 +12,7 @@ struct BenchFiles {
     std::string jpeg100;
     std::string tiff400;
     std::string raw45;
+    std::string heic45;
     /// Three curves and a matrix.
     std::string profile;
     /// Tables, as printers have them.

@@ -17,7 +17,11 @@
 #include <QTimer>
 #include <QUrl>
 
+#include <algorithm>
+#include <functional>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 namespace lumivert::bench {
 namespace {
@@ -132,7 +136,60 @@ void benchIntents(const std::string& photo, const std::string& profile) {
              milliseconds(quantile(times, 1)), quantile(times, 1) * 1000, 200, " ms");
 }
 
+/// The longest time that nothing else gets its turn while `work` and what it leads to are done.
+Seconds longestStall(const std::function<void()>& work) {
+    QElapsedTimer sinceTick;
+    qint64 longest = 0;
+    QTimer tick;
+    QObject::connect(&tick, &QTimer::timeout, [&] {
+        longest = std::max(longest, sinceTick.nsecsElapsed());
+        sinceTick.start();
+    });
+    tick.start(1);
+    sinceTick.start();
+    QTimer::singleShot(100, &tick, work);
+    runEventsFor(200); // until the work is done, however long that takes
+    runEventsFor(500);
+    return static_cast<double>(longest) / 1e9;
+}
+
+void benchStalls(const std::string& name, const std::string& photo, const std::string& profile) {
+    const std::string loading = "longest stall of the event loop, opening, " + name;
+    const std::string printing = "longest stall of the event loop, page with a profile, " + name;
+    if (!isWanted(loading) && !isWanted(printing))
+        return;
+    std::vector<double> loads;
+    std::vector<double> pages;
+    for (int i = 0; i < 3; ++i) {
+        BenchWorld world;
+        LumivertApp app(world.appServices());
+        app.openWindow();
+        runEventsFor(300); // the spare decoder is up
+        PrintManager& pm = *app.printManager();
+        pm.availablePrinters = {{"Q", "Q"}};
+        pm.selectedPrinterID = "Q";
+        loads.push_back(longestStall([&] { pm.loadImage(FileUrl::fromPath(photo)); }));
+        pm.availableICCProfiles = {{profile, "bench", profile, true}};
+        pm.selectedICCProfileID = profile;
+        runEventsFor(3000); // the proof is there
+        pages.push_back(longestStall([&] { pm.sendToCUPS(true); }));
+        if (!*pm.image || pm.lastPrintError->has_value())
+            throw std::runtime_error(photo + " was not printed");
+    }
+    for (const auto& [work, times] : {std::pair(loading, loads), {printing, pages}}) {
+        const double median = quantile(times, 0.5);
+        printRow(work, "–", milliseconds(median), median * 1000, 0, " ms");
+    }
+}
+
 } // namespace
+
+void benchStalls(const BenchFiles& files) {
+    benchStalls("45 MP JPEG", files.jpeg45, files.profile);
+    benchStalls("400 MP TIFF", files.tiff400, files.profile);
+    benchStalls("45 MP camera RAW", files.raw45, files.profile);
+    benchStalls("45 MP HEIC", files.heic45, files.profile);
+}
 
 void benchWindows(const BenchFiles& files) {
     constexpr QSize large(3840, 2160);

@@ -48,6 +48,7 @@ int main(int argc, char** argv) {
                                .jpeg100 = folder + "/100mp.jpg",
                                .tiff400 = folder + "/400mp.tif",
                                .raw45 = folder + "/45mp.raw",
+                               .heic45 = folder + "/45mp.heic",
                                .profile = argv[2],
                                .tableRgb = folder + "/table-rgb.icc",
                                .tableCmyk = folder + "/table-cmyk.icc",
@@ -55,6 +56,7 @@ int main(int argc, char** argv) {
         benchPages(files);
         if (isWanted("window"))
             benchWindows(files);
+        benchStalls(files);
         benchMemory(files);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());

@@ -21,7 +21,7 @@ packages_test=(
   adwaita-qt6 at-spi2-core fonts-goudybookletter ghostscript gir1.2-atspi-2.0 mupdf-tools poppler-utils
   python3-gi qpdf weston xvfb xauth locales dbus icc-profiles-free colord-data cups-ipp-utils
   printer-driver-gutenprint printer-driver-escpr foomatic-db-compressed-ppds openprinting-ppds)
-packages_bench=(argyll colord-data icc-profiles-free img2pdf libraw-bin libvips-tools)
+packages_bench=(argyll colord-data icc-profiles-free img2pdf libheif-examples libraw-bin libvips-tools)
 packages_package=(
   build-essential debhelper dpkg-dev librsvg2-bin lintian desktop-file-utils appstream apt-utils gnupg)
 
