@@ -46,7 +46,7 @@ private:
 
 LumivertApp::LumivertApp(AppServices services)
     : m_services(std::move(services))
-    , m_updater(m_services.updates) {}
+    , m_updaterController(m_services.updates) {}
 
 LumivertApp::~LumivertApp() {
     if (!m_window)
@@ -67,8 +67,8 @@ void LumivertApp::openWindow() {
         m_window->restoreGeometry(QByteArray::fromStdString(*geometry));
     QMenu* menu = m_window->applicationMenu();
     QAction* behindAbout = menu->actions().value(1);
-    menu->insertAction(behindAbout,
-                       new CheckForUpdatesView(m_updater, m_services.platform.dispatcher, menu));
+    menu->insertAction(behindAbout, new CheckForUpdatesView(m_updaterController.updater(),
+                                                            m_services.platform.dispatcher, menu));
     if (m_services.firstWindowPainted)
         new FirstPaint(m_window.get(), m_services.firstWindowPainted);
     m_window->show();

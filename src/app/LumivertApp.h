@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/Platform.h"
-#include "platform/updates/SPUUpdater.h"
+#include "platform/updates/SPUStandardUpdaterController.h"
 #include "views/ContentView.h"
 
 #include <QList>
@@ -51,7 +51,7 @@ public:
 
 private:
     AppServices m_services;
-    SPUUpdater m_updater;
+    SPUStandardUpdaterController m_updaterController;
     std::unique_ptr<PrintManager> m_printManager;
     std::unique_ptr<ContentView> m_window;
 };

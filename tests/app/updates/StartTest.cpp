@@ -4,7 +4,7 @@
 #include "platform/packagekit/PackageKitEngine.h"
 #include "platform/qt/QtDispatcher.h"
 #include "platform/qt/QtUpdateClock.h"
-#include "platform/updates/SPUUpdater.h"
+#include "platform/updates/SPUStandardUpdaterController.h"
 #include "support/Threads.h"
 
 #include <QCoreApplication>
@@ -26,8 +26,8 @@ void startOnce(const std::string& busAddress) {
     fakes::FakePreferencesStore preferences;
     QtDispatcher dispatcher;
     const auto engine = packageKitEngine("lumivert", busAddress);
-    SPUUpdater updater({*engine, dialog, clock, preferences});
-    CheckForUpdatesView item(updater, dispatcher, nullptr);
+    SPUStandardUpdaterController controller({*engine, dialog, clock, preferences});
+    CheckForUpdatesView item(controller.updater(), dispatcher, nullptr);
     QCoreApplication::processEvents();
     EXPECT_TRUE(item.isEnabled());
     EXPECT_EQ(preferences.writes, 0);
@@ -46,7 +46,7 @@ TEST(UpdateStart, connectsNothingAndStartsNoThread) {
     QtUpdateClock clock;
     fakes::FakePreferencesStore preferences;
     const auto engine = packageKitEngine("lumivert");
-    SPUUpdater updater({*engine, dialog, clock, preferences});
+    SPUStandardUpdaterController controller({*engine, dialog, clock, preferences});
     QCoreApplication::processEvents();
     EXPECT_EQ(threadsSince(before), 0);
     EXPECT_EQ(count("/proc/self/fd"), descriptors);
