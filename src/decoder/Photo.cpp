@@ -70,10 +70,10 @@ std::size_t heldBytesAPixel(const VImage& image, PhotoKind kind) {
 Photo openWithVips(const PhotoFormat& format, std::span<const std::byte> bytes,
                    const TiffFacts& tiff, const OpenOptions& options) {
     const VSource source = VSource::new_from_memory(bytes.data(), bytes.size());
-    VImage image = tiff.isForLibtiff                   ? readTiffPixels(bytes)
-                   : format.kind == PhotoKind::bmp     ? readBmp(bytes)
-                   : format.kind == PhotoKind::openExr ? readExr(bytes)
-                                                       : load(format, source);
+    VImage image = tiff.isForLibtiff               ? readTiffPixels(bytes)
+                   : format.kind == PhotoKind::bmp ? readBmp(bytes)
+                   : format.kind == PhotoKind::exr ? readExr(bytes)
+                                                   : load(format, source);
     const auto jpeg = format.kind == PhotoKind::jpeg ? readJpegMarkers(bytes) : std::nullopt;
     Photo photo;
     photo.storedSize = {image.width(), image.height()};

@@ -223,7 +223,7 @@ Density densityOf(const PhotoFormat& format, ByteView bytes, const vips::VImage&
                   std::optional<Density> ofContainer) {
     if (format.kind == PhotoKind::png)
         ofContainer = pngDensity(bytes);
-    else if (format.kind == PhotoKind::bmp || format.kind == PhotoKind::openExr)
+    else if (format.kind == PhotoKind::bmp || format.kind == PhotoKind::exr)
         ofContainer =
             usableDensity(image.xres() * millimetresPerInch, image.yres() * millimetresPerInch);
     const std::optional<Density> exif = exifDensity(image);

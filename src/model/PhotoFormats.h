@@ -5,20 +5,7 @@
 
 namespace lumivert {
 
-enum class PhotoKind {
-    jpeg,
-    png,
-    tiff,
-    heic,
-    cameraRaw,
-    avif,
-    webp,
-    gif,
-    jpegXl,
-    jpeg2000,
-    bmp,
-    openExr
-};
+enum class PhotoKind { jpeg, png, tiff, heic, cameraRaw, avif, webp, gif, jxl, jp2, bmp, exr };
 
 /// A format of photos, and all that has to be said about it: a row of photoFormats(). Endings of
 /// file names stand in lower case and without their dot.

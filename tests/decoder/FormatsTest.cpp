@@ -211,14 +211,14 @@ std::optional<std::string> sampleOf(PhotoKind kind) {
         return saved(image, ".webp");
     case PhotoKind::gif:
         return saved(image, ".gif");
-    case PhotoKind::jpegXl:
+    case PhotoKind::jxl:
         return saved(image, ".jxl");
-    case PhotoKind::jpeg2000:
+    case PhotoKind::jp2:
         return saved(image, ".jp2");
     case PhotoKind::bmp:
         return lumivert::test::BmpWriter{.width = 16, .height = 16}.bytes(
             std::string(16 * 16 * 3, '\x40'));
-    case PhotoKind::openExr:
+    case PhotoKind::exr:
         return lumivert::test::ExrWriter{.display = {0, 0, 15, 15}}.bytes(
             [](int, int, int) { return 0.5F; });
     }
