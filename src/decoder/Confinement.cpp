@@ -48,13 +48,6 @@ void dropCapabilities() {
     ::syscall(SYS_capset, &header, none.data());
 }
 
-// The kernel's struct landlock_ruleset_attr, whose later fields this system's header may not know.
-struct Handled {
-    std::uint64_t files;
-    std::uint64_t network;
-    std::uint64_t scopes;
-};
-
 // Everything that the kernel's version of Landlock can forbid, without an exception.
 bool forbidFiles() {
     constexpr unsigned tellVersion = 1; // LANDLOCK_CREATE_RULESET_VERSION
@@ -64,11 +57,12 @@ bool forbidFiles() {
     // The rights to files of version 1, and by how many bits versions 2, 3 and 5 have more; TCP
     // came with version 4, other processes' sockets and signals with version 6.
     const int bits = 13 + (version >= 2) + (version >= 3) + (version >= 5);
-    const Handled all{(std::uint64_t{1} << bits) - 1, version >= 4 ? 3U : 0U,
-                      version >= 6 ? 3U : 0U};
+    // The kernel's struct landlock_ruleset_attr: files, network, other processes. The later ones
+    // this system's header may not know, nor an older kernel.
+    const std::array<std::uint64_t, 3> all{(std::uint64_t{1} << bits) - 1, 3, 3};
     const std::size_t size = version >= 6 ? 24 : version >= 4 ? 16 : 8;
     const Descriptor rules(
-        static_cast<int>(::syscall(SYS_landlock_create_ruleset, &all, size, 0U)));
+        static_cast<int>(::syscall(SYS_landlock_create_ruleset, all.data(), size, 0U)));
     return rules && ::syscall(SYS_landlock_restrict_self, rules.get(), 0U) == 0;
 }
 

@@ -116,30 +116,18 @@ bool rows(int socket, const Request& request, const SharedBytes& bytes,
     return true;
 }
 
-std::size_t descriptorsOf(const Request& request) {
-    switch (request.kind) {
-    case Kind::load:
-    case Kind::profile:
-        return 1;
-    case Kind::proof:
-        return 2;
-    case Kind::rows:
-        return request.hasTarget != 0 ? 3 : 2;
-    }
-    return 0;
-}
-
 } // namespace
 
 bool serve(int socket, const Request& request, std::vector<Descriptor> descriptors) try {
     Answer answer{.kind = request.kind, .done = 1};
-    const std::size_t count = descriptorsOf(request);
-    if (request.magic != protocol::magic || request.version != protocol::version || count == 0 ||
-        descriptors.size() != count || request.screenEdge < 0 ||
+    const bool isForRows = request.kind == Kind::rows;
+    const bool hasProfile = request.kind == Kind::proof || (isForRows && request.hasTarget != 0);
+    if (request.magic != protocol::magic || request.version != protocol::version ||
+        request.kind < Kind::load || request.kind > Kind::profile ||
+        descriptors.size() != std::size_t{1} + isForRows + hasProfile || request.screenEdge < 0 ||
         request.screenEdge > protocol::maximumScreenEdge)
         throw std::runtime_error("no request");
     const SharedBytes bytes = mapSealed(descriptors.front().get()).value();
-    const bool hasProfile = request.kind == Kind::proof || count == 3;
     const SharedBytes profile =
         hasProfile ? mapSealed(descriptors.back().get()).value() : SharedBytes();
     const auto paper =
