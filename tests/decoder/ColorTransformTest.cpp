@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdlib>
+#include <iostream>
 #include <random>
 
 namespace lumivert::decoder {
@@ -76,7 +78,8 @@ cmsUInt32Number floatType(int channels) {
 // Random colours, half of them dark: that is where curves are steep. A few stand on the faces and
 // edges of what there is: from there an intent may lead far out of the target.
 std::vector<std::uint16_t> colors(int channels, int bits) {
-    std::mt19937 random(42);
+    const char* const seed = std::getenv("LUMIVERT_COLOR_SEED");
+    std::mt19937 random(seed ? static_cast<std::uint32_t>(std::strtoul(seed, nullptr, 10)) : 42);
     std::vector<std::uint16_t> values(samplePixels * static_cast<std::size_t>(channels));
     for (std::size_t i = 0; i < values.size(); ++i) {
         const std::uint32_t range = i / static_cast<std::size_t>(channels) % 2 ? 65536 : 8192;
@@ -105,10 +108,8 @@ std::vector<std::uint8_t> convertedTo8(const std::vector<Sample>& samples, int c
     return {bytes, bytes + size};
 }
 
-// The largest distance, in steps of 1/255, from Little CMS in floating point and unoptimised;
-// rounded as a printer gets it, or not.
-double worstError(const Space& source, const Space& target, int bits, std::uint32_t intent,
-                  bool rounded = true) {
+// The largest distance, in steps of 1/255, from Little CMS in floating point and unoptimised.
+double worstError(const Space& source, const Space& target, int bits, std::uint32_t intent) {
     const Profile& from = *source.profile;
     const Profile& to = *target.profile;
     const auto in = colors(source.channels, bits);
@@ -136,19 +137,25 @@ double worstError(const Space& source, const Space& target, int bits, std::uint3
     for (std::size_t i = 0; i < out.size(); ++i) {
         const double value =
             std::clamp(expected[i] * (target.channels == 4 ? 2.55 : 255), 0.0, 255.0);
-        worst = std::max(worst, std::abs(out[i] - (rounded ? std::round(value) : value)));
+        worst = std::max(worst, std::abs(out[i] - value));
     }
     return worst;
 }
 
+// docs/colour.md states the largest. LUMIVERT_COLOR_SEED takes other colours.
 TEST(ColorTransform, isWithinOneStepOfLittleCmsStraight) {
-    for (const Space& source : sources())
-        for (const Space& target : targets())
-            for (const int bits : {8, 16})
-                for (const std::uint32_t intent : {0u, 1u, 2u, 3u})
-                    EXPECT_LE(worstError(source, target, bits, intent), 1.0)
-                        << source.name << " of " << bits << " bits to " << target.name
-                        << ", intent " << intent;
+    for (const int bits : {8, 16}) {
+        double worst = 0;
+        for (const Space& source : sources())
+            for (const Space& target : targets())
+                for (const std::uint32_t intent : {0u, 1u, 2u, 3u}) {
+                    const double error = worstError(source, target, bits, intent);
+                    EXPECT_LE(error, 1.0) << source.name << " of " << bits << " bits to "
+                                          << target.name << ", intent " << intent;
+                    worst = std::max(worst, error);
+                }
+        std::cout << "of " << bits << " bits at most " << worst << " of 255 off\n";
+    }
 }
 
 // Where the wide space leaves a table's gamut its colours have kinks.
@@ -174,8 +181,8 @@ TEST(ColorTransform, isWithinOneStepAtTheBorderOfAGamut) {
 }
 
 TEST(ColorTransform, addsLittleToRoundingFor8BitColours) {
-    EXPECT_LE(worstError(sources()[1], targets()[0], 8, 1, false), 0.65);
-    EXPECT_LE(worstError(sources()[0], targets()[2], 8, 1, false), 0.51);
+    EXPECT_LE(worstError(sources()[1], targets()[0], 8, 1), 0.65);
+    EXPECT_LE(worstError(sources()[0], targets()[2], 8, 1), 0.51);
 }
 
 TEST(ColorTransform, givesTheSameColoursTheSecondTime) {
