@@ -124,9 +124,9 @@ public:
 
     virtual ~UpdateWindow() = default;
 
-    /// What a person can do in the window, for whoever uses it; they may call the window. Dismissing
-    /// is whatever closes it: Cancel while checking, Later, Close, the Escape key, the window's own
-    /// close button. The window does not close by itself.
+    /// What a person can do in the window, for whoever uses it; they may call the window.
+    /// Dismissing is whatever closes it: Cancel while checking, Later, Close, the Escape key, the
+    /// window's own close button. The window does not close by itself.
     std::function<void()> onInstall = [] {};
     std::function<void()> onDismiss = [] {};
 

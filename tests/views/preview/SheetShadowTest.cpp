@@ -1,6 +1,5 @@
-#include "views/preview/PaperPreview.h"
-
 #include "views/ViewFixture.h"
+#include "views/preview/PaperPreview.h"
 
 #include <QImage>
 #include <QPainter>
