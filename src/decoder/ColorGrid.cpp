@@ -24,7 +24,7 @@ constexpr std::array<std::uint32_t, 3> strides{(steps + 1) * (steps + 1), steps 
 // every one has a fifth, wherever in the cell it is.
 constexpr int mostCoarseError = 257 / 3;
 constexpr int mostCoarseErrorOfFine = 257 * 2;
-constexpr int mostFineError = 257 / 3;
+constexpr int mostFineError = 257 * 3 / 8;
 
 // The places along a side where a cell is measured, in twentieths.
 constexpr std::array<std::uint32_t, 5> probes{0, 2, 7, 12, 18};
