@@ -1,11 +1,13 @@
 #include "decoder/PhotoFacts.h"
 
+#include "decoder/CodePoints.h"
+
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <cstdint>
+#include <jxl/decode.h>
+#include <jxl/version.h>
 #include <libheif/heif_cxx.h>
-#include <map>
 #include <memory>
 #include <string>
 
@@ -59,107 +61,7 @@ std::optional<Density> exifDensity(const vips::VImage& image) {
     return usableDensity(x * perInch, y * perInch);
 }
 
-constexpr double paperWhite = 203; // cd/m²
-constexpr double sceneWhite = 1000;
-
-// ITU-T H.273, table 2; null for what has no number here.
-const Chromaticities* chromaticitiesOf(int primaries) {
-    constexpr double x = 0.3127; // D65
-    constexpr double y = 0.3290;
-    static const std::map<int, Chromaticities> known{
-        {1, {x, y, 0.64, 0.33, 0.30, 0.60, 0.15, 0.06}},
-        {4, {0.310, 0.316, 0.67, 0.33, 0.21, 0.71, 0.14, 0.08}},
-        {5, {x, y, 0.64, 0.33, 0.29, 0.60, 0.15, 0.06}},
-        {6, {x, y, 0.630, 0.340, 0.310, 0.595, 0.155, 0.070}},
-        {7, {x, y, 0.630, 0.340, 0.310, 0.595, 0.155, 0.070}},
-        {9, {x, y, 0.708, 0.292, 0.170, 0.797, 0.131, 0.046}},
-        {11, {0.314, 0.351, 0.680, 0.320, 0.265, 0.690, 0.150, 0.060}},
-        {12, {x, y, 0.680, 0.320, 0.265, 0.690, 0.150, 0.060}}};
-    const auto found = known.find(primaries);
-    return found == known.end() ? nullptr : &found->second;
-}
-
-// SMPTE ST 2084, in cd/m².
-constexpr double m1 = 2610.0 / 16384;
-constexpr double m2 = 2523.0 / 32;
-constexpr double c1 = 3424.0 / 4096;
-constexpr double c2 = 2413.0 / 128;
-constexpr double c3 = 2392.0 / 128;
-
-double lightOfPq(double value) {
-    const double root = std::pow(value, 1 / m2);
-    return 10000 * std::pow(std::max(root - c1, 0.0) / (c2 - c3 * root), 1 / m1);
-}
-
-double pqOfLight(double light) {
-    const double root = std::pow(light / 10000, m1);
-    return std::pow((c1 + c2 * root) / (1 + c3 * root), m2);
-}
-
-// BT.2100, table 5; the system's gamma of 1.2 for a screen of 1000 cd/m², in each channel.
-double lightOfHlg(double value) {
-    constexpr double a = 0.17883277;
-    constexpr double b = 0.28466892;
-    constexpr double c = 0.55991073;
-    const double scene = value <= 0.5 ? value * value / 3 : (std::exp((value - c) / a) + b) / 12;
-    return sceneWhite * std::pow(scene, 1.2);
-}
-
-// BT.2390-11, 5.4.1, black at 0; 1 is the paper's white.
-double onPaper(double light) {
-    const double most = pqOfLight(sceneWhite);
-    const double target = pqOfLight(paperWhite) / most;
-    const double knee = 1.5 * target - 0.5;
-    const double value = std::min(pqOfLight(light) / most, 1.0);
-    double mapped = value;
-    if (value > knee) {
-        const double t = (value - knee) / (1 - knee);
-        mapped = (2 * t * t * t - 3 * t * t + 1) * knee + (t * t * t - 2 * t * t + t) * (1 - knee) +
-                 (-2 * t * t * t + 3 * t * t) * target;
-    }
-    return std::min(lightOfPq(mapped * most) / paperWhite, 1.0);
-}
-
-ToneCurve curveOf(int transfer) {
-    switch (transfer) {
-    case 1: // and the same curve by other names
-    case 6:
-    case 14:
-    case 15:
-        return parametricCurve(4, {1 / 0.45, 1 / 1.099, 0.099 / 1.099, 1 / 4.5, 0.081});
-    case 4:
-        return parametricCurve(1, {2.2});
-    case 5:
-        return parametricCurve(1, {2.8});
-    case 8:
-        return parametricCurve(1, {1});
-    case 13:
-        return srgbCurve();
-    case 16:
-    case 18: {
-        std::vector<std::uint16_t> table(4096);
-        for (std::size_t i = 0; i < table.size(); ++i) {
-            const double value = static_cast<double>(i) / static_cast<double>(table.size() - 1);
-            const double light = transfer == 16 ? lightOfPq(value) : lightOfHlg(value);
-            table[i] = static_cast<std::uint16_t>(std::lround(65535 * onPaper(light)));
-        }
-        return {cmsBuildTabulatedToneCurve16(nullptr, static_cast<cmsUInt32Number>(table.size()),
-                                             table.data()),
-                &cmsFreeToneCurve};
-    }
-    default:
-        return {nullptr, &cmsFreeToneCurve};
-    }
-}
-
-Bytes profileWith(const Chromaticities& colors, const ToneCurve& curve, int channels) {
-    constexpr const char* name = "As the photo states";
-    return channels == 3   ? rgbBytes(colors, curve, name)
-           : channels == 1 ? greyBytes(curve, name)
-                           : Bytes();
-}
-
-Bytes pngProfile(ByteView file, int channels, bool isAboveProfile) {
+Bytes pngProfile(ByteView file, int channels, bool hasProfile) {
     bool isSrgb = false;
     double gamma = 0; // of the file's numbers: 0.45455 and the like
     Chromaticities colors = *chromaticitiesOf(1);
@@ -180,7 +82,9 @@ Bytes pngProfile(ByteView file, int channels, bool isAboveProfile) {
             for (std::size_t i = 0; i < colors.size(); ++i)
                 colors[i] = fraction(i);
     }
-    if (isAboveProfile || (!isSrgb && gamma <= 0))
+    if (hasProfile)
+        return {};
+    if (!isSrgb && gamma <= 0)
         return {};
     return isSrgb ? profileOf(1, 13, channels)
                   : profileWith(colors, parametricCurve(1, {1 / gamma}), channels);
@@ -199,6 +103,35 @@ Bytes heifProfile(ByteView file, int channels) try {
     return profileOf(nclx->color_primaries, nclx->transfer_characteristics, channels);
 } catch (const heif::Error&) {
     return {};
+}
+
+Bytes jxlProfile(ByteView file, int channels) {
+    const std::unique_ptr<JxlDecoder, decltype(&JxlDecoderDestroy)> decoder(
+        JxlDecoderCreate(nullptr), &JxlDecoderDestroy);
+    JxlColorEncoding stated{};
+    const auto isStated = [&] {
+#if JPEGXL_NUMERIC_VERSION < JPEGXL_COMPUTE_NUMERIC_VERSION(0, 9, 0)
+        return JxlDecoderGetColorAsEncodedProfile(decoder.get(), nullptr,
+                                                  JXL_COLOR_PROFILE_TARGET_DATA, &stated);
+#else
+        return JxlDecoderGetColorAsEncodedProfile(decoder.get(), JXL_COLOR_PROFILE_TARGET_DATA,
+                                                  &stated);
+#endif
+    };
+    if (JxlDecoderSubscribeEvents(decoder.get(), JXL_DEC_COLOR_ENCODING) != JXL_DEC_SUCCESS ||
+        JxlDecoderSetInput(decoder.get(), reinterpret_cast<const std::uint8_t*>(file.data()),
+                           file.size()) != JXL_DEC_SUCCESS ||
+        JxlDecoderProcessInput(decoder.get()) != JXL_DEC_COLOR_ENCODING ||
+        isStated() != JXL_DEC_SUCCESS ||
+        (stated.transfer_function != JXL_TRANSFER_FUNCTION_PQ &&
+         stated.transfer_function != JXL_TRANSFER_FUNCTION_HLG))
+        return {};
+    const auto& [xw, yw] = stated.white_point_xy;
+    const auto& [xr, yr] = stated.primaries_red_xy;
+    const auto& [xg, yg] = stated.primaries_green_xy;
+    const auto& [xb, yb] = stated.primaries_blue_xy;
+    // The transfers have the numbers of H.273.
+    return profileOf({xw, yw, xr, yr, xg, yg, xb, yb}, stated.transfer_function, channels);
 }
 
 } // namespace
@@ -231,17 +164,13 @@ Density densityOf(const PhotoFormat& format, ByteView bytes, const vips::VImage&
     return isExifFirst ? *exif : ofContainer ? *ofContainer : exif.value_or(Density{});
 }
 
-Bytes profileOf(int primaries, int transfer, int channels) {
-    const auto colors = chromaticitiesOf(primaries);
-    const ToneCurve curve = curveOf(transfer);
-    return colors && curve ? profileWith(*colors, curve, channels) : Bytes();
-}
-
 Bytes statedProfile(const PhotoFormat& format, ByteView bytes, const vips::VImage& image,
                     int channels, bool hasProfile) {
     if (format.kind == PhotoKind::png)
         if (Bytes stated = pngProfile(bytes, channels, hasProfile); !stated.empty())
             return stated;
+    if (format.kind == PhotoKind::jxl)
+        return jxlProfile(bytes, channels);
     if (hasProfile)
         return {};
     if (format.kind == PhotoKind::heic || format.kind == PhotoKind::avif)

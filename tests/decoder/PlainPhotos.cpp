@@ -1,58 +1,41 @@
 #include "decoder/PlainPhotos.h"
 
+#include "files/TiffWriter.h"
+
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <libheif/heif.h>
-#include <memory>
 #include <ostream>
 
 namespace lumivert::decoder::test {
 
 using vips::VImage;
 
-vips::VOption* options() {
-    return VImage::option();
+namespace {
+
+// The check of a PNG's chunk (PNG, annex D).
+std::string pngCheck(const std::string& bytes) {
+    std::uint32_t crc = 0xffffffff;
+    for (const char byte : bytes) {
+        crc ^= static_cast<unsigned char>(byte);
+        for (int i = 0; i < 8; ++i)
+            crc = crc & 1 ? 0xedb88320 ^ crc >> 1 : crc >> 1;
+    }
+    return lumivert::test::TiffWriter(false).number(crc ^ 0xffffffff, 4);
 }
 
-std::optional<std::string> avifStating(int primaries, int transfer, int grey) {
-    const std::unique_ptr<heif_context, decltype(&heif_context_free)> context(heif_context_alloc(),
-                                                                              &heif_context_free);
-    heif_encoder* encoder = nullptr;
-    if (heif_context_get_encoder_for_format(context.get(), heif_compression_AV1, &encoder).code !=
-        0)
-        return std::nullopt;
-    const std::unique_ptr<heif_encoder, decltype(&heif_encoder_release)> releases(
-        encoder, &heif_encoder_release);
-    heif_image* made = nullptr;
-    heif_image_create(64, 64, heif_colorspace_RGB, heif_chroma_interleaved_RGB, &made);
-    const std::unique_ptr<heif_image, decltype(&heif_image_release)> image(made,
-                                                                           &heif_image_release);
-    heif_image_add_plane(made, heif_channel_interleaved, 64, 64, 8);
-    int stride = 0;
-    std::uint8_t* const plane = heif_image_get_plane(made, heif_channel_interleaved, &stride);
-    std::fill_n(plane, 64 * stride, static_cast<std::uint8_t>(grey));
-    const std::unique_ptr<heif_color_profile_nclx, decltype(&heif_nclx_color_profile_free)> nclx(
-        heif_nclx_color_profile_alloc(), &heif_nclx_color_profile_free);
-    nclx->color_primaries = static_cast<heif_color_primaries>(primaries);
-    nclx->transfer_characteristics = static_cast<heif_transfer_characteristics>(transfer);
-    nclx->matrix_coefficients = heif_matrix_coefficients_ITU_R_BT_2020_2_non_constant_luminance;
-    nclx->full_range_flag = 1;
-    heif_image_set_nclx_color_profile(made, nclx.get());
-    const std::unique_ptr<heif_encoding_options, decltype(&heif_encoding_options_free)> options(
-        heif_encoding_options_alloc(), &heif_encoding_options_free);
-    options->output_nclx_profile = nclx.get();
-    heif_encoder_set_lossy_quality(encoder, 95);
-    if (heif_context_encode_image(context.get(), made, encoder, options.get(), nullptr).code != 0)
-        return std::nullopt;
-    std::string file;
-    heif_writer writer{1, [](heif_context*, const void* data, std::size_t size, void* to) {
-                           static_cast<std::string*>(to)->assign(static_cast<const char*>(data),
-                                                                 size);
-                           return heif_error{};
-                       }};
-    heif_context_write(context.get(), &writer, &file);
-    return file;
+} // namespace
+
+std::string pngWith(const std::string& png,
+                    const std::vector<std::pair<std::string, std::string>>& chunks) {
+    const lumivert::test::TiffWriter writer(false);
+    std::string more;
+    for (const auto& [type, data] : chunks)
+        more += writer.number(data.size(), 4) + type + data + pngCheck(type + data);
+    return png.substr(0, 33) + more + png.substr(33);
+}
+
+vips::VOption* options() {
+    return VImage::option();
 }
 
 std::ostream& operator<<(std::ostream& stream, const Outcome& outcome) {

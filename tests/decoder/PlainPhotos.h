@@ -20,12 +20,12 @@ inline constexpr PixelSize small{16, 16};
 /// The image with a profile to be embedded.
 [[nodiscard]] vips::VImage tagged(vips::VImage image, const Bytes& profile);
 
+/// A PNG with chunks, by their types and data, before its first IDAT.
+[[nodiscard]] std::string pngWith(const std::string& png,
+                                  const std::vector<std::pair<std::string, std::string>>& chunks);
+
 /// A photo in the container of HEIF; nothing where libheif has no such encoder.
 [[nodiscard]] std::optional<std::string> heif(VipsForeignHeifCompression compression);
-
-/// A grey AVIF of 8 bits that states its colours by ITU-T H.273's numbers; nothing where
-/// libheif has no such encoder.
-[[nodiscard]] std::optional<std::string> avifStating(int primaries, int transfer, int grey);
 
 /// The form of a file's pixels, and one of them. No channels for a file that does not open.
 struct Outcome {

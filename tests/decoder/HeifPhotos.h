@@ -1,0 +1,40 @@
+#pragma once
+
+#include "platform/Bytes.h"
+
+#include <array>
+#include <optional>
+#include <string>
+
+namespace lumivert::decoder::test {
+
+/// A photo of one colour in HEIF's container (ISO/IEC 23008-12), 64 x 64: coded by libaom or
+/// libheif's encoder, boxed here.
+struct HeifPhoto {
+    /// AV1, else HEVC.
+    bool isAv1 = true;
+    /// Of a sample: 8, 10 or 12.
+    int bits = 10;
+    /// Red, green and blue as the transfer has them, 0 to 1.
+    std::array<double, 3> color{};
+    /// ITU-T H.273's numbers, in the file's `colr` box of type nclx. The matrix is that of BT.2020.
+    int primaries = 9;
+    int transfer = 16;
+    bool isFullRange = true;
+    /// A `colr` box of type prof beside it.
+    Bytes profile = {};
+    /// Counterclockwise, in the file's `irot` box; the right half of the stored picture is black.
+    int quarterTurns = 0;
+    /// The major brand.
+    std::string brand = "mif1";
+    enum GainMap {
+        none,
+        auxiliary, ///< a maker's: a hidden auxiliary picture of it
+        toneMap,   ///< ISO 21496-1: a derived `tmap` picture, in a group with the base picture
+    } gainMap = none;
+
+    /// Nothing where libheif has no such encoder.
+    [[nodiscard]] std::optional<std::string> bytes() const;
+};
+
+} // namespace lumivert::decoder::test
