@@ -1,6 +1,7 @@
 #include "decoder/PhotoFacts.h"
 
 #include "decoder/CodePoints.h"
+#include "platform/decoder/DecoderProtocol.h"
 
 #include <algorithm>
 #include <charconv>
@@ -10,6 +11,7 @@
 #include <libheif/heif_cxx.h>
 #include <memory>
 #include <string>
+#include <zlib.h>
 
 namespace lumivert::decoder {
 namespace {
@@ -61,7 +63,20 @@ std::optional<Density> exifDensity(const vips::VImage& image) {
     return usableDensity(x * perInch, y * perInch);
 }
 
+// What libpng leaves out where the file calls itself sRGB before (PNG, 11.3.2.3).
+Bytes unpackedProfile(ByteView chunk) {
+    const auto packedAt = asText(chunk).find('\0') + 2; // behind a name and the method
+    const ByteView packed = part(chunk, packedAt);
+    Bytes profile(protocol::maximumProfileBytes);
+    auto size = static_cast<uLongf>(profile.size());
+    const int result = ::uncompress(reinterpret_cast<Bytef*>(profile.data()), &size,
+                                    reinterpret_cast<const Bytef*>(packed.data()), packed.size());
+    profile.resize(result == Z_OK ? size : 0);
+    return profile;
+}
+
 Bytes pngProfile(ByteView file, int channels, bool hasProfile) {
+    ByteView packed;
     bool isSrgb = false;
     double gamma = 0; // of the file's numbers: 0.45455 and the like
     Chromaticities colors = *chromaticitiesOf(1);
@@ -75,6 +90,8 @@ Bytes pngProfile(ByteView file, int channels, bool hasProfile) {
                                           std::to_integer<int>(data[1]), channels);
                 !profile.empty())
                 return profile;
+        if (name == "iCCP" && packed.empty())
+            packed = data;
         isSrgb = isSrgb || (name == "sRGB" && !data.empty());
         if (name == "gAMA")
             gamma = fraction(0);
@@ -84,6 +101,9 @@ Bytes pngProfile(ByteView file, int channels, bool hasProfile) {
     }
     if (hasProfile)
         return {};
+    if (!packed.empty())
+        if (Bytes profile = unpackedProfile(packed); describes(profile, channels))
+            return profile;
     if (!isSrgb && gamma <= 0)
         return {};
     return isSrgb ? profileOf(1, 13, channels)

@@ -58,6 +58,7 @@ TEST(ColorMeaning, isWhatAPngStates) {
         saved(tagged(plain8(small, {200, 60, 40}), adobeRgbBytes()), ".png");
     EXPECT_EQ(profileWith({{"cICP", p3}}, embedded), profileOf(12, 13, 3));
     EXPECT_EQ(profileWith({{"gAMA", gamma}}, embedded), adobeRgbBytes());
+    EXPECT_EQ(profileWith({{"sRGB", std::string(1, '\0')}}, embedded), adobeRgbBytes());
     // Wherever among the chunks they stand.
     EXPECT_EQ(
         profileWith({{"sRGB", std::string(1, '\0')}, {"gAMA", gamma}, {"cICP", p3}}, embedded),
