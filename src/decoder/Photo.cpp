@@ -74,6 +74,8 @@ Photo openWithVips(const PhotoFormat& format, std::span<const std::byte> bytes,
                    : format.kind == PhotoKind::bmp ? readBmp(bytes)
                    : format.kind == PhotoKind::exr ? readExr(bytes)
                                                    : load(format, source);
+    if (tiff.maskSamples > 0 && !tiff.isForLibtiff && image.bands() > tiff.maskSamples)
+        image = image.extract_band(0, VImage::option()->set("n", image.bands() - tiff.maskSamples));
     const auto jpeg = format.kind == PhotoKind::jpeg ? readJpegMarkers(bytes) : std::nullopt;
     Photo photo;
     photo.storedSize = {image.width(), image.height()};

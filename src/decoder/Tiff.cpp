@@ -78,12 +78,26 @@ bool isUncodedYcbcr(TIFF* file) {
 }
 
 // Libvips refuses these.
+bool isInPlanesOfTiles(TIFF* file) {
+    return TIFFIsTiled(file) && field<std::uint16_t>(file, TIFFTAG_SAMPLESPERPIXEL) > 1 &&
+           field<std::uint16_t>(file, TIFFTAG_PLANARCONFIG) == PLANARCONFIG_SEPARATE;
+}
+
 bool isOfOddDepth(TIFF* file) {
     const auto bits = field<std::uint16_t>(file, TIFFTAG_BITSPERSAMPLE);
     if (field<std::uint16_t>(file, TIFFTAG_SAMPLEFORMAT) == SAMPLEFORMAT_IEEEFP)
         return bits == 16;
     const bool fillsNoByte = bits < 8 && field<std::uint16_t>(file, TIFFTAG_SAMPLESPERPIXEL) > 1;
     return fillsNoByte || !std::has_single_bit(bits);
+}
+
+// The samples behind the colours, where the first of them is no alpha: a saved selection, a spot
+// colour.
+int maskSamples(TIFF* file) {
+    std::uint16_t count = 0;
+    const std::uint16_t* kinds = nullptr;
+    const bool isStated = TIFFGetField(file, TIFFTAG_EXTRASAMPLES, &count, &kinds) && count > 0;
+    return isStated && kinds[0] == EXTRASAMPLE_UNSPECIFIED ? count : 0;
 }
 
 VImage readYcbcr(TIFF* file) {
@@ -137,7 +151,7 @@ VImage readSamples(TIFF* file) {
     if (channels == 0 || samples < channels || bits > 24 || format == SAMPLEFORMAT_INT ||
         tileWidth == 0 || tileHeight == 0 || inPlane == 0)
         throw std::runtime_error("samples of no photo");
-    const int kept = std::min(samples, channels + 1); // the first extra one is alpha
+    const int kept = std::min(samples - maskSamples(file), channels + 1); // one extra is alpha
     allowPhoto(size, static_cast<std::size_t>(kept) * sizeof(std::uint16_t));
     allowPhoto({1, 1}, tileBytes);
 
@@ -227,7 +241,8 @@ TiffFacts readTiff(ByteView bytes) {
     facts.isPicture = photometric <= PHOTOMETRIC_ITULAB && !isDng && !isCanonRaw && below.empty() &&
                       !(field<std::uint32_t>(file, TIFFTAG_SUBFILETYPE) & FILETYPE_REDUCEDIMAGE);
     facts.isIccLab = photometric == PHOTOMETRIC_ICCLAB;
-    facts.isForLibtiff = isUncodedYcbcr(file) || isOfOddDepth(file);
+    facts.isForLibtiff = isUncodedYcbcr(file) || isOfOddDepth(file) || isInPlanesOfTiles(file);
+    facts.maskSamples = maskSamples(file);
     const auto unit = field<std::uint16_t>(file, TIFFTAG_RESOLUTIONUNIT);
     const double perInch = unit == RESUNIT_CENTIMETER ? 2.54 : unit == RESUNIT_INCH ? 1 : 0;
     facts.density =

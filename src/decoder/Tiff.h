@@ -18,6 +18,8 @@ struct TiffFacts {
     bool isIccLab = false;
     /// Of pixels that libvips does not read, or for something else: see readTiffPixels().
     bool isForLibtiff = false;
+    /// Samples at each pixel's end that are neither colours nor alpha.
+    int maskSamples = 0;
     std::optional<Density> density;
     /// Where coded pixels lie, and TIFF's number of their coding.
     struct Coded {

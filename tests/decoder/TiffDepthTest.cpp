@@ -194,6 +194,38 @@ TEST(TiffDepth, liesOnWhiteWhereItHasAlpha) {
     }
 }
 
+TEST(TiffDepth, hasNoAlphaInSamplesThatSayNothing) {
+    for (const int bits : {8, 12, 16}) {
+        SCOPED_TRACE(bits);
+        DeepTiff tiff{.width = 1, .height = 1, .samples = 5, .bits = bits};
+        const std::uint32_t most = (1U << bits) - 1;
+        tiff.values = {most, most / 3, 0, 0, 0};
+        tiff.extraSamples = {EXTRASAMPLE_UNSPECIFIED, EXTRASAMPLE_UNSPECIFIED};
+        auto rows = readRows(tiff.bytes());
+        ASSERT_TRUE(rows);
+        const int white = (1 << rows->bits) - 1;
+        EXPECT_EQ((std::array{rows->at(0, 0, 0), rows->at(0, 0, 1), rows->at(0, 0, 2)}),
+                  (std::array{white, white / 3, 0}));
+        tiff.photometric = PHOTOMETRIC_SEPARATED;
+        tiff.extraSamples = {EXTRASAMPLE_UNSPECIFIED};
+        rows = readRows(tiff.bytes());
+        ASSERT_TRUE(rows);
+        ASSERT_EQ(rows->channels, 4);
+        EXPECT_EQ(rows->at(0, 0, 0), white);
+    }
+}
+
+TEST(TiffDepth, inTilesOfSeparatePlanesIsRead) {
+    for (const int bits : {8, 16})
+        for (const int samples : {3, 4}) {
+            SCOPED_TRACE(bits);
+            DeepTiff tiff = noise(bits, samples);
+            tiff.photometric = samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_SEPARATED;
+            tiff.isPlanar = tiff.isTiled = true;
+            expectRead(tiff);
+        }
+}
+
 TEST(TiffDepth, thatBreaksOffDoesNotLoad) {
     for (DeepTiff tiff : {noise(12, 3), noise(24, 1), halfNoise(3)})
         for (const int compression :
