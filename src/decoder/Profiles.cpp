@@ -120,7 +120,8 @@ int channelsOf(const Profile& profile) {
 
 bool describes(std::span<const std::byte> bytes, int channels) {
     const auto header = iccHeader(bytes);
-    if (!header || !header->isOfColors() || header->isLab() || header->channels() != channels)
+    if (!header || header->size > bytes.size() || !header->isOfColors() || header->isLab() ||
+        header->channels() != channels)
         return false;
     const Profile profile = openProfile(bytes);
     const Profile lab(cmsCreateLab4Profile(nullptr));

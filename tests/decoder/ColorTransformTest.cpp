@@ -236,6 +236,13 @@ TEST(Profiles, haveTheSameBytesEveryTimeAndTheRightWhite) {
     }
 }
 
+TEST(Profiles, thatBreakOffDescribeNothing) {
+    Bytes bytes = adobeRgbBytes();
+    bytes.pop_back(); // of the last tag's text, so that Little CMS reads all that colours take
+    ASSERT_TRUE(openProfile(bytes));
+    EXPECT_FALSE(describes(bytes, 3));
+}
+
 TEST(Profiles, ofMoreThan64MebibytesAreNone) {
     Bytes bytes = adobeRgbBytes();
     bytes.resize(std::size_t{64} << 20);
