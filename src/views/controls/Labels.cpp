@@ -54,8 +54,7 @@ protected:
     }
     void paintEvent(QPaintEvent*) override {
         QPainter painter(this);
-        style()->drawItemText(&painter, contentsRect(), static_cast<int>(alignment()), palette(),
-                              isEnabled(), shownText(), foregroundRole());
+        paintLine(painter, this, contentsRect(), alignment(), shownText(), foregroundRole());
     }
 
 private:
@@ -134,6 +133,15 @@ QWidget* following(QLabel* label, TextSource content) {
 
 QString plainToolTip(const QString& text) {
     return Qt::mightBeRichText(text) ? text.toHtmlEscaped() : text;
+}
+
+void paintLine(QPainter& painter, const QWidget* widget, const QRect& place,
+               Qt::Alignment alignment, const QString& line, QPalette::ColorRole role) {
+    // Of a name that is cut the dots stay at its end.
+    painter.setLayoutDirection(line.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
+    const auto side = QStyle::visualAlignment(widget->layoutDirection(), alignment);
+    widget->style()->drawItemText(&painter, place, side | Qt::AlignAbsolute, widget->palette(),
+                                  widget->isEnabled(), line, role);
 }
 
 bool answerWithWhole(QWidget* widget, QEvent* event, const QString& shown, const QString& whole) {

@@ -8,6 +8,8 @@
 
 class QEvent;
 class QLabel;
+class QPainter;
+class QRect;
 
 namespace lumivert {
 
@@ -15,6 +17,12 @@ using TextSource = std::function<QString()>;
 
 /// `text` for a tooltip, shown as it is whatever it looks like; empty for an empty text.
 [[nodiscard]] QString plainToolTip(const QString& text);
+
+/// Draws a line of a label or a control of its own, in the text's own direction and at the side
+/// that is `alignment`'s in the widget's; in the painter's pen where there is no `role`.
+void paintLine(QPainter& painter, const QWidget* widget, const QRect& place,
+               Qt::Alignment alignment, const QString& line,
+               QPalette::ColorRole role = QPalette::NoRole);
 
 /// Answers a widget's request for a tooltip: the whole text where another is shown, else none.
 /// Whether `event` was such a request.

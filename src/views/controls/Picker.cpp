@@ -13,6 +13,7 @@
 #include <QScrollBar>
 #include <QSignalBlocker>
 #include <QStyleOptionComboBox>
+#include <QStylePainter>
 
 #include <algorithm>
 #include <utility>
@@ -55,22 +56,44 @@ void Picker::choose(int index) {
     refresh();
 }
 
-void Picker::initStyleOption(QStyleOptionComboBox* option) const {
-    QComboBox::initStyleOption(option);
-    option->state &= ~QStyle::State_HasFocus; // the window draws a ring
+QStyleOptionComboBox Picker::unmirrored() const {
+    QStyleOptionComboBox option;
+    initStyleOption(&option);
+    option.state &= ~QStyle::State_HasFocus;
+    option.direction = Qt::LeftToRight;
+    return option;
+}
+
+QRect Picker::textPlace() const {
+    const QStyleOptionComboBox option = unmirrored();
     const QRect field =
-        style()->subControlRect(QStyle::CC_ComboBox, option, QStyle::SC_ComboBoxEditField, this);
-    option->currentText =
-        fontMetrics().elidedText(currentText(), Qt::ElideRight, field.width() - 4);
+        style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, this);
+    return QStyle::visualRect(layoutDirection(), rect(), field.adjusted(2, 0, -2, 0));
+}
+
+QString Picker::shownText() const {
+    return fontMetrics().elidedText(currentText(), Qt::ElideRight, textPlace().width());
+}
+
+void Picker::paintEvent(QPaintEvent*) {
+    QStylePainter painter(this);
+    painter.save();
+    // Not every style mirrors its arrow, or says where the text has its place.
+    if (isRightToLeft()) {
+        painter.translate(width(), 0);
+        painter.scale(-1, 1);
+    }
+    painter.drawComplexControl(QStyle::CC_ComboBox, unmirrored());
+    painter.restore();
+    paintLine(painter, this, textPlace(), Qt::AlignLeft | Qt::AlignVCenter, shownText(),
+              QPalette::ButtonText);
 }
 
 bool Picker::event(QEvent* event) {
     // A tool tip of its own names the choice, too.
     if (event->type() != QEvent::ToolTip || !toolTip().isEmpty())
         return QComboBox::event(event);
-    QStyleOptionComboBox option;
-    initStyleOption(&option);
-    return answerWithWhole(this, event, option.currentText, currentText());
+    return answerWithWhole(this, event, shownText(), currentText());
 }
 
 void Picker::showPopup() {
@@ -111,7 +134,7 @@ protected:
                      isChecked() ? accentFill(palette(), isDown()) : ground, partColor(palette()));
         painter.setPen(isChecked() ? active(palette(), QPalette::HighlightedText)
                                    : readableOn(ground, active(palette(), QPalette::ButtonText)));
-        painter.drawText(rect(), Qt::AlignCenter | Qt::TextSingleLine, shownText());
+        paintLine(painter, this, rect(), Qt::AlignCenter, shownText());
     }
 
 private:
@@ -125,6 +148,7 @@ private:
 SegmentedPicker::SegmentedPicker(const std::vector<PickerItem>& items,
                                  Binding<std::string> selection)
     : m_selection(std::move(selection)) {
+    withRole(QAccessible::Grouping, this);
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);

@@ -35,10 +35,14 @@ public:
 
 protected:
     bool event(QEvent* event) override;
-    void initStyleOption(QStyleOptionComboBox* option) const override;
+    void paintEvent(QPaintEvent* event) override;
 
 private:
     void choose(int index);
+    /// Without the focus, around which the window draws a ring, and as from left to right.
+    [[nodiscard]] QStyleOptionComboBox unmirrored() const;
+    [[nodiscard]] QRect textPlace() const;
+    [[nodiscard]] QString shownText() const;
 
     std::function<std::vector<PickerItem>()> m_items;
     Binding<std::string> m_selection;

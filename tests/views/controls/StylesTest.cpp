@@ -223,6 +223,53 @@ TEST_P(StylesTest, nothingOverlapsAndNoNameIsCut) {
     EXPECT_GE(segments->width(), segments->sizeHint().width());
 }
 
+TEST_P(StylesTest, pickersShowTheirNamesBesideTheirArrowsInBothDirections) {
+    Published<std::string> choice{&model, "none"};
+    const auto items = [] {
+        return std::vector<PickerItem>{{"short", "Hill"},
+                                       {"long", QString("Hill ").repeated(20).toStdString()}};
+    };
+    Picker picker(items, binding(choice));
+    picker.resize(220, picker.sizeHint().height());
+    const auto shows = [&](const char* id) {
+        choice = id;
+        picker.refresh();
+        QImage image(picker.size() * GetParam().scale, QImage::Format_RGB32);
+        image.setDevicePixelRatio(GetParam().scale);
+        QPainter painter(&image);
+        picker.render(&painter);
+        return image;
+    };
+    // Where `image` differs much from `ground`.
+    const auto ink = [](const QImage& image, const auto& ground) {
+        QRect all;
+        for (int y = image.height() / 5; y < image.height() * 4 / 5; ++y)
+            for (int x = image.width() / 50; x < image.width() * 49 / 50; ++x)
+                if (qAbs(qGray(image.pixel(x, y)) - qGray(ground(x, y))) > 60)
+                    all |= QRect(x, y, 1, 1);
+        return all;
+    };
+    for (const auto direction : {Qt::LeftToRight, Qt::RightToLeft}) {
+        picker.setLayoutDirection(direction);
+        const QImage empty = shows("none");
+        const QRect arrow =
+            ink(empty, [&](int, int y) { return empty.pixel(empty.width() / 2, y); });
+        ASSERT_FALSE(arrow.isEmpty());
+        for (const char* id : {"short", "long"}) {
+            const QImage full = shows(id);
+            const QRect text = ink(full, [&](int x, int y) { return empty.pixel(x, y); });
+            ASSERT_FALSE(text.isEmpty());
+            EXPECT_FALSE(text.intersects(arrow)) << id << (direction == Qt::RightToLeft);
+            EXPECT_EQ(text.center().x() > arrow.center().x(), direction == Qt::RightToLeft) << id;
+            int stem = 0; // of the H, where dots in front of it would be low
+            for (int y = text.top(); y <= text.bottom(); ++y)
+                stem += std::abs(qGray(full.pixel(text.left(), y)) -
+                                 qGray(empty.pixel(text.left(), y))) > 30;
+            EXPECT_GT(stem, text.height() / 2) << id << " " << (direction == Qt::RightToLeft);
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(OfTheMachine, StylesTest, testing::ValuesIn(looks()));
 
 } // namespace
