@@ -133,10 +133,12 @@ QFont fontFor(TextSize size, const QFont& base) {
     return font;
 }
 
-QColor colorFor(Tone tone, const QPalette& palette) {
-    constexpr double contrast = leastContrast * groupTint;
-    const QColor ground = active(palette, QPalette::Window);
-    const QColor text = active(palette, QPalette::WindowText);
+QColor colorFor(Tone tone, const QPalette& palette, QPalette::ColorGroup group) {
+    const QColor ground = palette.color(group, QPalette::Window);
+    const QColor text = palette.color(group, QPalette::WindowText);
+    double contrast = leastContrast * groupTint;
+    if (group != QPalette::Active)
+        contrast = std::min(contrast, contrastRatio(ground, text));
     switch (tone) {
     case Tone::primary:
         break;
@@ -199,12 +201,11 @@ void setTextStyle(QWidget* widget, TextSize size, Tone tone) {
         if (tone == Tone::primary)
             return;
         QPalette palette = widget->palette();
-        const QColor color = colorFor(tone, QApplication::palette());
-        if (palette.color(QPalette::Active, QPalette::WindowText) == color)
-            return;
-        for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
-            palette.setColor(role, color);
-        widget->setPalette(palette);
+        for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled})
+            for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+                palette.setColor(group, role, colorFor(tone, QApplication::palette(), group));
+        if (palette != widget->palette())
+            widget->setPalette(palette);
     });
 }
 

@@ -33,7 +33,9 @@ inline constexpr double leastContrast = 4.5;
 /// `base` at `factor` times its size, which may be given in points or in pixels.
 [[nodiscard]] QFont scaledFont(const QFont& base, double factor);
 [[nodiscard]] QFont fontFor(TextSize size, const QFont& base);
-[[nodiscard]] QColor colorFor(Tone tone, const QPalette& palette);
+/// Where `group` is not that of a window in use, no more than its own text stands out.
+[[nodiscard]] QColor colorFor(Tone tone, const QPalette& palette,
+                              QPalette::ColorGroup group = QPalette::Active);
 
 /// WCAG 2.1, 1.4.11: what the parts of a control must keep against their ground.
 inline constexpr double leastPartContrast = 3;

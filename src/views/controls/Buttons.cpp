@@ -40,6 +40,8 @@ protected:
     void paintEvent(QPaintEvent*) override {
         QStyleOptionButton option;
         initStyleOption(&option);
+        if (width() < sizeHint().width()) // the text needs all the room
+            option.icon = {};
         QStylePainter painter(this);
         // Styles mirror a label with an icon themselves, and the painter its text once more.
         painter.setLayoutDirection(Qt::LeftToRight);
@@ -72,7 +74,7 @@ protected:
 
         // No larger than its text, where the style has room for the pointer around it.
         const double side =
-            std::min({room.width(), room.height(), double(fontMetrics().height())}) - 1;
+            std::min({room.width(), room.height(), double(iconSide(fontMetrics()))}) - 1;
         const QPointF corner = room.center() - QPointF(side, side) / 2;
         const QRectF box(std::floor(corner.x()) + 0.5, std::floor(corner.y()) + 0.5, side, side);
         const QColor empty = palette().color(isDown() ? QPalette::Window : QPalette::Base);
@@ -102,12 +104,16 @@ QWidget* button(const QString& title, std::function<void()> action, const Button
     if (options.icon) {
         button->setIcon(
             lineIcon(*options.icon, options.prominent ? IconTint::onAccent : IconTint::buttonText));
-        button->setIconSize(button->iconSize() + QSize(4, 0)); // of which the text stays clear
+        whenAppearanceChanges(button, [button] {
+            const int side = iconSide(button->fontMetrics());
+            button->setIconSize({side + 4, side}); // the text stays clear of it
+        });
     }
     if (!options.shortcut.isEmpty()) {
+        const QString keys = options.shortcut.toString(QKeySequence::NativeText);
         button->setShortcut(options.shortcut);
-        button->setToolTip(QStringLiteral("%1 (%2)").arg(
-            title, options.shortcut.toString(QKeySequence::NativeText)));
+        button->setToolTip(QStringLiteral("%1 (%2)").arg(title, keys));
+        button->setAccessibleDescription(keys);
     }
     if (options.enabledWhen)
         whenRefreshed(button,

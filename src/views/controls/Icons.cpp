@@ -64,6 +64,10 @@ private:
 
 } // namespace
 
+int iconSide(const QFontMetrics& metrics) {
+    return std::max(16, metrics.height() * 7 / 8);
+}
+
 QIcon lineIcon(Icon icon, IconTint tint) {
     return QIcon(new LineIconEngine(icon, tint));
 }

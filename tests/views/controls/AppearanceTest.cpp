@@ -76,6 +76,21 @@ TEST(TextStyle, followsTheApplicationsPalette) {
               leastContrast);
 }
 
+TEST(TextStyle, standsOutNoMoreThanOtherTextsInAWindowThatIsNotInUse) {
+    QPalette palette = QApplication::palette();
+    palette.setColor(QPalette::Inactive, QPalette::WindowText, QColor(0x8b, 0x8e, 0x8f));
+    const WithPalette fading(palette);
+    QLabel label("detail");
+    setTextStyle(&label, TextSize::caption, Tone::secondary);
+    const QColor ground = palette.color(QPalette::Window);
+    const auto contrast = [&](const QPalette& of, QPalette::ColorGroup group) {
+        return contrastRatio(of.color(group, QPalette::WindowText), ground);
+    };
+    EXPECT_LE(contrast(label.palette(), QPalette::Inactive),
+              contrast(palette, QPalette::Inactive) * 1.05);
+    EXPECT_GE(contrast(label.palette(), QPalette::Active), leastContrast);
+}
+
 TEST(TextStyle, followsTheApplicationsFont) {
     QLabel label("text");
     setTextStyle(&label, TextSize::caption, Tone::primary);
