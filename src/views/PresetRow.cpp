@@ -57,10 +57,13 @@ QWidget* presetRow(const PrintPreset& preset, std::function<void()> apply,
     auto* bin = new QToolButton;
     bin->setAutoRaise(true);
     bin->setIcon(lineIcon(Icon::trash, IconTint::secondary));
-    bin->setIconSize({16, 16});
+    whenAppearanceChanges(bin, [bin] {
+        const int side = iconSide(bin->fontMetrics());
+        bin->setIconSize({side, side});
+    });
     bin->setFocusPolicy(Qt::StrongFocus);
     bin->setAccessibleName(QObject::tr("Delete %1").arg(name));
-    bin->setToolTip(QObject::tr("Delete"));
+    bin->setToolTip(plainToolTip(bin->accessibleName()));
     QObject::connect(bin, &QAbstractButton::clicked, bin, std::move(remove));
     return padded(2, row(4, {applyButton, flexibleSpace(), bin}));
 }

@@ -140,20 +140,31 @@ def journey(photo):
     press(borderless)
     waited(lambda: not is_checked(borderless), "Borderless switched off")
 
-    press(find(window, "Image Size", "radio button"))
+    mode = find(window, "Mode", "panel", "grouping")
+    assert mode.get_description() == "Margins", mode.get_description()
+    press(find(mode, "Image Size", "radio button"))
     find(window, "Width", "slider")
 
     press(find(window, "Save Current Settings", "push button", "button"))
     alert = find(program, "Save Preset", "dialog", "alert")
     find(alert, "Preset name", "text", "entry").set_text_contents("By ear")
     press(find(alert, "Save", "push button", "button"))
+    assert find(window, "Delete By ear", "push button", "button")
     preset = find(window, "By ear", "push button", "button")
     assert "mm" in preset.get_description(), preset.get_description()
 
     press(find(window, "Show CUPS Command", "push button", "button"))
     notice(window, "lp -d Photo -o PageSize=A4 ")
 
-    press(find(window, "Print", "push button", "button"))
+    refresh = find(window, "Refresh", "push button", "button")
+    assert refresh.get_description() == "Printer", refresh.get_description()
+    strays = [node.get_name() for node in below(window)
+              if shows(node) and node != window and node.get_role_name() in ("frame", "window")]
+    assert not strays, f"no windows, but said to be: {strays}"
+
+    send = find(window, "Print", "push button", "button")
+    assert send.get_description() == "Ctrl+P", send.get_description()
+    press(send)
     question = find(program, "Print", "dialog", "alert")
     assert "With margins" in question.get_description(), question.get_description()
     press(find(question, "Print", "push button", "button"))

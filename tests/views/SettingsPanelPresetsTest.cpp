@@ -167,6 +167,7 @@ TEST_F(PresetsTest, goAtOnceByTheirBin) {
 TEST_F(PresetsTest, showTheTrashIconAndCanBeReachedByKeys) {
     pm->savePreset("One");
     EXPECT_FALSE(button("Delete One")->icon().isNull());
+    EXPECT_EQ(button("Delete One")->toolTip(), "Delete One");
     EXPECT_TRUE(button("One")->focusPolicy() & Qt::TabFocus);
     EXPECT_TRUE(button("Delete One")->focusPolicy() & Qt::TabFocus);
     QTest::keyClick(button("Delete One"), Qt::Key_Space);

@@ -1,11 +1,14 @@
 #include "views/controls/Builders.h"
 
+#include "views/controls/Accessibility.h"
+
 #include <QEvent>
 #include <QFrame>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QSpinBox>
 #include <QStyle>
 #include <QVBoxLayout>
@@ -123,6 +126,8 @@ QWidget* group(const QString& title, int spacing, Children children) {
         add(*line, child);
         line->addSpacing(overhang);
         layout->addLayout(line);
+        if (qobject_cast<QPushButton*>(child))
+            child->setAccessibleDescription(title);
         for (QWidget* control : child->findChildren<QWidget*>())
             if (qobject_cast<Picker*>(control) || qobject_cast<SegmentedPicker*>(control))
                 control->setAccessibleDescription(title);
@@ -141,7 +146,7 @@ QWidget* divider() {
     line->setFrameShape(QFrame::HLine);
     line->setFrameShadow(QFrame::Plain);
     setTextStyle(line, TextSize::body, Tone::divider);
-    return line;
+    return withRole(QAccessible::Separator, line);
 }
 
 QWidget* padded(int padding, QWidget* child) {

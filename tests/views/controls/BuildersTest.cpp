@@ -46,6 +46,9 @@ protected:
         QApplication::processEvents();
         return *widget;
     }
+    static QString described(QWidget& widget) {
+        return QAccessible::queryAccessibleInterface(&widget)->text(QAccessible::Description);
+    }
     TextSource words() {
         return [this] { return QString::fromStdString(model.words); };
     }
@@ -147,6 +150,22 @@ TEST_F(BuildersTest, buttonSizesAreOrdered) {
     EXPECT_GT(height(ButtonSize::large), height(ButtonSize::regular));
 }
 
+TEST_F(BuildersTest, buttonsIconGrowsWithTheFontAndGivesWayToTheText) {
+    build(button("Save Current Settings", [] {}, {.icon = Icon::plus, .fullWidth = true}));
+    auto* made = control<QPushButton>(*root, "Save Current Settings");
+    EXPECT_EQ(made->iconSize().height(), 16);
+    const int narrow = made->sizeHint().width() - 1;
+    made->resize(made->sizeHint());
+    const QImage whole = made->grab().toImage();
+    made->resize(narrow, made->height());
+    const QImage cut = made->grab().toImage();
+    made->setIcon({});
+    EXPECT_EQ(cut, made->grab().toImage());
+    EXPECT_NE(cut, whole.copy(0, 0, narrow, whole.height()));
+    const WithFontSize large(18);
+    EXPECT_GT(made->iconSize().height(), 20);
+}
+
 TEST_F(BuildersTest, naturalButtonsStandAtTheLeftAndFullOnesAreStretched) {
     build(column(0, {button("Natural", [] {}), button("Full", [] {}, {.fullWidth = true})}));
     auto* natural = control<QPushButton>(*root, "Natural");
@@ -169,13 +188,13 @@ TEST_F(BuildersTest, prominentButtonIsFilledOnlyWhileEnabled) {
 TEST_F(BuildersTest, buttonNamesItsShortcutInItsToolTip) {
     auto& shownButton = build(button("Print", [] {}, {.shortcut = QKeySequence("Ctrl+P")}));
     EXPECT_EQ(shownButton.toolTip(), "Print (Ctrl+P)");
+    EXPECT_EQ(described(shownButton), "Ctrl+P") << "its name is said already";
 }
 
-TEST_F(BuildersTest, groupsTitleDescribesItsPickers) {
-    build(group("Scaling", 10, {picker("Mode", model.scaling)}));
-    QAccessibleInterface* interface =
-        QAccessible::queryAccessibleInterface(control<Picker>(*root, "Mode"));
-    EXPECT_EQ(interface->text(QAccessible::Description), "Scaling");
+TEST_F(BuildersTest, groupsTitleDescribesItsPickersAndButtons) {
+    build(group("Scaling", 10, {picker("Mode", model.scaling), button("Refresh", [] {})}));
+    EXPECT_EQ(described(*control<Picker>(*root, "Mode")), "Scaling");
+    EXPECT_EQ(described(*control<QPushButton>(*root, "Refresh")), "Scaling");
 }
 
 TEST_F(BuildersTest, segmentsStandBelowTheirLabelWhereBothDoNotFit) {
@@ -228,6 +247,7 @@ TEST_F(BuildersTest, dividerIsQuiet) {
     EXPECT_LT(contrastRatio(line.palette().color(QPalette::WindowText),
                             line.palette().color(QPalette::Window)),
               3);
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(&line)->role(), QAccessible::Separator);
 }
 
 TEST_F(BuildersTest, elidedTextKeepsToItsWidthAndTellsTheWholeInItsToolTip) {

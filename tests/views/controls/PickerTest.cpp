@@ -202,6 +202,7 @@ TEST_F(SegmentedPickerTest, isARowOfRadioButtonsForAssistiveTechnology) {
         QAccessibleInterface* interface = QAccessible::queryAccessibleInterface(button);
         EXPECT_EQ(interface->role(), QAccessible::RadioButton);
         EXPECT_EQ(interface->state().checked, button->isChecked());
+        EXPECT_EQ(interface->parent()->role(), QAccessible::Grouping);
     }
 }
 
