@@ -39,8 +39,11 @@ public:
     bool handleDrop(const ItemProviders& providers);
 
     static constexpr QSize leastSize{900, 650};
-    /// How large the window opens the first time on a screen that has that room.
-    [[nodiscard]] static QSize firstSizeIn(QSize room) { return QSize(1100, 750).boundedTo(room); }
+    /// How large the window opens the first time on a screen that has that room, less what a window
+    /// manager may draw around it.
+    [[nodiscard]] static QSize firstSizeIn(QSize room) {
+        return QSize(1100, 750).boundedTo(room - QSize(8, 40));
+    }
 
 protected:
     void dragEnterEvent(QDragEnterEvent* event) override;
