@@ -1,23 +1,27 @@
-// lumivert_look FOLDER [PHOTO…]: paints the window in its states, light and dark, into PNG files in
-// FOLDER. The print system is made up; photos are decoded for real. QT_SCALE_FACTOR=2 for the other
-// density, QT_STYLE_OVERRIDE=Windows for another style.
+// lumivert_look [-style STYLE] [-reverse] [--points SIZE] FOLDER [PHOTO…]: paints the window in its
+// states, and every control in every state, light and dark, into PNG files in FOLDER. The print
+// system is made up; photos are decoded for real. QT_SCALE_FACTOR=2 for another density.
 
+#include "app/LookAtControls.h"
 #include "app/SystemServices.h"
 #include "fakes/FakePlatform.h"
 #include "manager/PrintManager.h"
 #include "views/ContentView.h"
+#include "views/controls/Picker.h"
+#include "views/preview/PaperPreview.h"
 
 #include <QAbstractItemView>
 #include <QApplication>
 #include <QCheckBox>
+#include <QCommandLineParser>
 #include <QDialog>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QMenu>
 #include <QPalette>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QStyle>
-#include <QStyleFactory>
 
 #include <iostream>
 #include <string>
@@ -34,7 +38,7 @@ QPalette darkPalette() {
     return palette;
 }
 
-void settle(int milliseconds = 400) {
+void settle(int milliseconds = 150) {
     QElapsedTimer timer;
     timer.start();
     while (timer.elapsed() < milliseconds)
@@ -45,11 +49,32 @@ struct Look {
     QString folder;
     QString suffix;
 
-    void save(QWidget& widget, const QString& name) const {
-        settle();
+    void save(const QImage& image, const QString& name) const {
         const QString path = folder + '/' + name + suffix + ".png";
-        widget.grab().save(path);
+        if (!image.save(path))
+            qFatal("%s cannot be written", qPrintable(path));
         std::cout << path.toStdString() << "\n";
+    }
+    void save(QWidget& widget, const QString& name) const {
+        widget.window()->activateWindow();
+        settle();
+        QImage image = widget.grab().toImage();
+        // A sheet may have been painted as a draft.
+        if (auto* preview = widget.findChild<PaperPreview*>(); preview && preview->isVisible())
+            for (int turn = 0; !preview->isSettled(); ++turn) {
+                if (turn == 100)
+                    qFatal("the preview of %s does not settle", qPrintable(name));
+                settle();
+                image = widget.grab().toImage();
+            }
+        save(image, name);
+    }
+    /// What is open above the window.
+    void saveDialog(QWidget& window, const QString& name) const {
+        settle();
+        for (QDialog* dialog : window.findChildren<QDialog*>())
+            if (dialog->isVisible())
+                save(*dialog, name);
     }
 };
 
@@ -83,11 +108,17 @@ void lookAt(const Look& look, const QStringList& photos, const AppServices& serv
     LumivertApp app({.platform = platform,
                      .updates = services.updates,
                      .providersOf = services.providersOf,
+                     .printSystem = services.printSystem,
                      .firstWindowPainted = nullptr});
     app.openWindow();
     PrintManager& pm = *app.printManager();
     ContentView& window = *app.window();
     look.save(window, "empty");
+    look.save(controlsInEveryState(), "controls");
+    window.applicationMenu()->actions().front()->trigger();
+    look.saveDialog(window, "about");
+    for (QDialog* dialog : window.findChildren<QDialog*>())
+        dialog->close();
 
     for (const QString& photo : photos) {
         pm.loadImage(FileUrl::fromPath(photo.toStdString()));
@@ -113,13 +144,6 @@ void lookAt(const Look& look, const QStringList& photos, const AppServices& serv
     look.save(window, "image-size-lower-and-rendering");
     pm.selectedICCProfileID = profile;
 
-    const QFont usual = QApplication::font();
-    QApplication::setFont(QFont(usual.family(), 16));
-    settle();
-    panel->verticalScrollBar()->setValue(panel->verticalScrollBar()->maximum() / 2);
-    look.save(window, "font-of-16");
-    QApplication::setFont(usual);
-
     const std::string size = pm.selectedPaperSizeID;
     pm.selectedPaperSizeID = "gone";
     pm.borderless = true;
@@ -139,15 +163,22 @@ void lookAt(const Look& look, const QStringList& photos, const AppServices& serv
     panel->verticalScrollBar()->setValue(panel->verticalScrollBar()->maximum());
     look.save(window, "command-and-error");
 
-    pm.showConfirmPrint = true;
+    look.save(*panel->widget(), "panel-borderless");
+    pm.borderless = false;
+    look.save(*panel->widget(), "panel-image-size");
+    pm.sizingMode = SizingMode::margins;
+    look.save(*panel->widget(), "panel-margins");
+    Picker* types = panel->findChildren<Picker*>().at(2);
+    types->showPopup();
     settle();
-    look.save(*window.findChild<QDialog*>(), "confirm");
+    look.save(*types->view()->window(), "choices");
+    types->hidePopup();
+
+    pm.showConfirmPrint = true;
+    look.saveDialog(window, "confirm");
     pm.showConfirmPrint = false;
     pm.showSavePreset = true;
-    settle();
-    for (QDialog* dialog : window.findChildren<QDialog*>())
-        if (dialog->isVisible())
-            look.save(*dialog, "save-preset");
+    look.saveDialog(window, "save-preset");
     pm.showSavePreset = false;
     pm.selectedICCProfileID = "gone";
     pm.availablePrinters = std::vector<Printer>{};
@@ -159,23 +190,33 @@ void lookAt(const Look& look, const QStringList& photos, const AppServices& serv
 
 int main(int argc, char** argv) {
     QApplication application(argc, argv);
-    if (!qEnvironmentVariableIsSet("QT_STYLE_OVERRIDE"))
-        QApplication::setStyle(QStyleFactory::create("Fusion"));
-    const QStringList arguments = QApplication::arguments();
-    if (arguments.size() < 2) {
-        std::cerr << "usage: lumivert_look FOLDER [PHOTO...]\n";
+    QCommandLineParser parser;
+    const QCommandLineOption points("points", "", "size");
+    parser.addOption(points);
+    parser.process(application);
+    QStringList photos = parser.positionalArguments();
+    if (photos.isEmpty()) {
+        std::cerr << "usage: lumivert_look [--points SIZE] FOLDER [PHOTO...]\n";
         return 2;
     }
-    QDir().mkpath(arguments[1]);
+    const QString folder = photos.takeFirst();
+    QDir().mkpath(folder);
+    if (parser.isSet(points)) {
+        QFont font = QApplication::font();
+        font.setPointSizeF(parser.value(points).toDouble());
+        QApplication::setFont(font);
+    }
     SystemServices services;
-    const QString density = qApp->devicePixelRatio() > 1 ? "-2x" : "";
+    const double ratio = qApp->devicePixelRatio();
+    const QString density = ratio > 1 ? QString("-%1x").arg(ratio) : QString();
     // Adwaita's are two styles, each with a palette of its own.
     const bool isAdwaita = QApplication::style()->name().startsWith("adwaita");
-    QApplication::setPalette(isAdwaita ? QApplication::style()->standardPalette()
-                                       : QPalette(QColor(0xef, 0xef, 0xef)));
-    lookAt({arguments[1], "-light" + density}, arguments.mid(2), services.appServices());
-    if (isAdwaita)
-        return 0;
-    QApplication::setPalette(darkPalette());
-    lookAt({arguments[1], "-dark" + density}, arguments.mid(2), services.appServices());
+    for (const bool dark : {false, true}) {
+        if (isAdwaita)
+            QApplication::setStyle(dark ? "Adwaita-Dark" : "Adwaita");
+        QApplication::setPalette(isAdwaita ? QApplication::style()->standardPalette()
+                                 : dark    ? darkPalette()
+                                           : QPalette(QColor(0xef, 0xef, 0xef)));
+        lookAt({folder, (dark ? "-dark" : "-light") + density}, photos, services.appServices());
+    }
 }
