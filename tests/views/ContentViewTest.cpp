@@ -106,7 +106,7 @@ TEST_F(ContentViewTest, opensAtItsFirstSizeAndHasALeastOne) {
 
 TEST_F(ContentViewTest, opensNoLargerThanItsScreen) {
     EXPECT_EQ(ContentView::firstSizeIn({1920, 1200}), QSize(1100, 750));
-    EXPECT_EQ(ContentView::firstSizeIn({1024, 700}), QSize(1024, 700));
+    EXPECT_EQ(ContentView::firstSizeIn({1024, 768}), QSize(1016, 728)) << "with a frame around it";
     EXPECT_LE(window->height(), window->screen()->availableSize().height());
 }
 
@@ -162,6 +162,18 @@ TEST_F(ContentViewTest, opensItsMenuByF10) {
     EXPECT_EQ(window->menuBar()->activeAction(), window->applicationMenu()->menuAction());
 }
 
+TEST_F(ContentViewTest, opensEachMenuByItsLetter) {
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    for (const auto& [key, menu] : {std::pair(Qt::Key_L, 0), std::pair(Qt::Key_F, 1)}) {
+        QMenu* opened = window->menuBar()->actions()[menu]->menu();
+        QTest::keyClick(window.get(), key, Qt::AltModifier);
+        EXPECT_TRUE(opened->isVisible()) << menu;
+        opened->close();
+        window->menuBar()->setActiveAction(nullptr);
+    }
+}
+
 TEST_F(ContentViewTest, pressesTheFocusedButtonByReturn) {
     window->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
@@ -176,12 +188,18 @@ TEST_F(ContentViewTest, hasANameOfItsOwn) {
 }
 
 TEST_F(ContentViewTest, tellsAboutItself) {
+    QApplication::setApplicationVersion("7.8.9");
     action("About Lumivert")->trigger();
+    QApplication::setApplicationVersion({});
     auto* about = dialog<QMessageBox>();
     ASSERT_NE(about, nullptr);
-    for (const char* part : {"Lumivert", "CUPS 2.4", "MIT"})
+    for (const char* part : {"Lumivert 7.8.9", "CUPS 2.4", "MIT"})
         EXPECT_TRUE(about->text().contains(part)) << part;
     EXPECT_FALSE(about->iconPixmap().isNull());
+    const int lines = static_cast<int>(about->text().count('\n')) + 1;
+    const QWidget* label = textShown(*about, about->text());
+    ASSERT_NE(label, nullptr);
+    EXPECT_EQ(label->height() / label->fontMetrics().height(), lines) << "none is wrapped";
     about->close();
 }
 
