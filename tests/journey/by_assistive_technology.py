@@ -47,6 +47,8 @@ def waited(condition, what):
     """What `condition` gives once it gives anything."""
     deadline = time.monotonic() + PATIENCE
     while time.monotonic() < deadline:
+        while GLib.MainContext.default().iteration(False):  # events are handed on
+            pass
         try:
             found = condition()
         except GLib.Error:  # what was there has just gone
@@ -93,6 +95,16 @@ def notice(window, words):
     waited(lambda: any(node.get_name().startswith(words) and
                        node.get_role_name() in ("alert", "notification")
                        for node in below(window) if shows(node)), "a notice: " + words)
+
+
+def listen():
+    """What comes up or is announced, by name, from now on."""
+    heard = []
+    listener = Atspi.EventListener.new(lambda event: heard.append(
+        event.source.get_name() if "showing" in event.type else str(event.any_data)))
+    for event in ("object:state-changed:showing", "object:announcement"):
+        listener.register(event)
+    return listener, heard
 
 
 def journey(photo):
@@ -169,6 +181,14 @@ def journey(photo):
     assert "With margins" in question.get_description(), question.get_description()
     press(find(question, "Print", "push button", "button"))
     notice(window, "Print failed: lp: it has no paper")
+
+    # The same error once more stands there already: only an announcement tells of it.
+    listener, heard = listen()
+    press(send)
+    press(find(find(program, "Print", "dialog", "alert"), "Print", "push button", "button"))
+    waited(lambda: any(words.startswith("Print failed: lp: it has no paper") for words in heard),
+           "an announcement of the second error")
+    del listener
 
 
 def main():

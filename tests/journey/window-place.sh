@@ -20,7 +20,7 @@ fail() { echo "$1" >&2; exit 1; }
 
 # eventually COMMAND…: until it succeeds.
 eventually() {
-  for _ in $(seq 150); do
+  for _ in $(seq 600); do
     "$@" >/dev/null 2>&1 && return
     sleep 0.1
   done

@@ -40,7 +40,9 @@ protected:
     void paintEvent(QPaintEvent*) override {
         QStyleOptionButton option;
         initStyleOption(&option);
-        if (width() < sizeHint().width()) // the text needs all the room
+        constexpr int least = 6; // on either side of what is shown
+        const int needed = fontMetrics().horizontalAdvance(text()) + iconSize().width() + 2 * least;
+        if (width() < needed)
             option.icon = {};
         QStylePainter painter(this);
         // Styles mirror a label with an icon themselves, and the painter its text once more.

@@ -154,7 +154,7 @@ TEST_F(BuildersTest, buttonsIconGrowsWithTheFontAndGivesWayToTheText) {
     build(button("Save Current Settings", [] {}, {.icon = Icon::plus, .fullWidth = true}));
     auto* made = control<QPushButton>(*root, "Save Current Settings");
     EXPECT_EQ(made->iconSize().height(), 16);
-    const int narrow = made->sizeHint().width() - 1;
+    const int narrow = made->fontMetrics().horizontalAdvance(made->text()) + 16;
     made->resize(made->sizeHint());
     const QImage whole = made->grab().toImage();
     made->resize(narrow, made->height());
