@@ -21,6 +21,8 @@ public:
     SystemServices();
 
     [[nodiscard]] AppServices appServices();
+    /// Runs the background tasks that still wait: for an exit() that destroys nothing.
+    void finishTasks() { m_dispatcher.finish(); }
 
 private:
     // Each goes before those above it.

@@ -9,6 +9,8 @@
 #include <QThreadPool>
 
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -24,9 +26,19 @@ void openStandardDescriptors() {
         ::close(descriptor);
 }
 
+// While the toolkit starts: it would advise to install it anew, and abort.
+void sayWhyThereIsNoWindow(QtMsgType type, const QMessageLogContext& context,
+                           const QString& message) {
+    if (type == QtFatalMsg) {
+        std::fputs("lumivert: there is no display to open a window on\n", stderr);
+        ::_exit(EXIT_FAILURE);
+    }
+    std::fprintf(stderr, "%s\n", qPrintable(qFormatLogMessage(type, context, message)));
+}
+
 } // namespace
 
-int main(int argc, char** argv) {
+int main(int /*argc*/, char** argv) {
     openStandardDescriptors();
     // A decoder that dies while it is written to is an image that does not decode, and a page that
     // outgrows a limit is one that could not be created.
@@ -37,7 +49,10 @@ int main(int argc, char** argv) {
     const int endSignal = lumivert::endInOrderOnSignals();
 
     const lumivert::Language language;
-    QApplication application(argc, argv);
+    int words = 1; // no command line: the toolkit's own would be one
+    qInstallMessageHandler(sayWhyThereIsNoWindow);
+    QApplication application(words, argv);
+    qInstallMessageHandler(nullptr);
     language.keepForTexts();
     QApplication::setApplicationDisplayName(QStringLiteral("Lumivert"));
     QApplication::setApplicationVersion(QStringLiteral(LUMIVERT_VERSION));
@@ -48,6 +63,12 @@ int main(int argc, char** argv) {
         return 0;
 
     lumivert::SystemServices services;
+    // The toolkit exits from within where the display goes, with pages that wait for deletion.
+    static lumivert::SystemServices* unfinished = &services;
+    std::atexit([] {
+        if (unfinished)
+            unfinished->finishTasks();
+    });
     lumivert::LumivertApp app(services.appServices());
     app.openWindow();
     desktop.serve(app);
@@ -57,5 +78,6 @@ int main(int argc, char** argv) {
     const int status = QApplication::exec();
     // A drop that is still being read hands its file to the dispatcher, which goes with `services`.
     QThreadPool::globalInstance()->waitForDone();
+    unfinished = nullptr;
     return status;
 }

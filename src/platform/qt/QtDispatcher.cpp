@@ -6,6 +6,10 @@
 namespace lumivert {
 
 QtDispatcher::~QtDispatcher() {
+    finish();
+}
+
+void QtDispatcher::finish() {
     {
         const std::lock_guard lock(m_mutex);
         m_ending = true;

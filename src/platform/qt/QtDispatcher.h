@@ -30,6 +30,9 @@ public:
     void asyncOnMain(std::function<void()> task) override;
     void asyncInBackground(std::chrono::milliseconds delay, std::function<void()> task) override;
 
+    /// What destruction does to background tasks, for an exit() that destroys nothing. Main thread.
+    void finish();
+
 private:
     using Clock = std::chrono::steady_clock;
 

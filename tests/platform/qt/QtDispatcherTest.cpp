@@ -149,6 +149,17 @@ TEST(AsyncInBackground, runsWhatStillWaitsAtTheEndAtOnce) {
     EXPECT_THAT(journal.lines(), ElementsAre("sooner", "later", "added meanwhile"));
 }
 
+TEST(AsyncInBackground, runsWhatStillWaitsWhereAnExitDestroysNothing) {
+    Journal journal;
+    QtDispatcher dispatcher;
+    dispatcher.asyncInBackground(1h, journal.note("waited"));
+    dispatcher.finish();
+    EXPECT_THAT(journal.lines(), ElementsAre("waited"));
+    dispatcher.asyncInBackground(1h, journal.note("late"));
+    dispatcher.finish();
+    EXPECT_THAT(journal.lines(), ElementsAre("waited", "late"));
+}
+
 TEST(AsyncInBackground, takesTasksFromManyThreadsAndFromTasks) {
     std::atomic<int> count = 0;
     {
