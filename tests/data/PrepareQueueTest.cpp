@@ -203,6 +203,32 @@ TEST_F(PrepareDriverlessQueue, putsTheFormerPpdBack) {
     EXPECT_FALSE(fs::exists(ppdFile("Q") + ".before-lumivert"));
 }
 
+TEST_F(PrepareDriverlessQueue, keepsTheFirstFormerPpdOfADriver) {
+    const auto first = ppd("Q");
+    ASSERT_EQ(prepare("--apply Q").exitStatus, 0);
+    std::string second = ppd("Q");
+    second.replace(second.find("*PaperDimension Letter:"), 23, "*PaperDimension Letter/Letter:");
+    scheduler.addQueue("Q", work.write("second.ppd", second));
+    ASSERT_EQ(prepare("--apply Q").exitStatus, 0);
+    ASSERT_EQ(prepare("--restore Q").exitStatus, 0);
+    EXPECT_EQ(ppd("Q"), first);
+}
+
+TEST_F(PrepareDriverlessQueue, putsNoPpdOfAnotherDriverBack) {
+    ASSERT_EQ(prepare("--apply Q").exitStatus, 0);
+    std::string other = driverlessPpd;
+    other.replace(other.find("Test, driverless"), 4, "Else");
+    scheduler.addQueue("Q", work.write("other.ppd", other));
+    const auto before = ppd("Q");
+    const auto refused = prepare("--restore Q");
+    EXPECT_EQ(refused.exitStatus, 1);
+    EXPECT_THAT(refused.output, HasSubstr("Q: the former PPD is another driver's"));
+    EXPECT_EQ(ppd("Q"), before);
+    ASSERT_EQ(prepare("--apply Q").exitStatus, 0);
+    ASSERT_EQ(prepare("--restore Q").exitStatus, 0);
+    EXPECT_EQ(ppd("Q"), before);
+}
+
 TEST_F(PrepareDriverlessQueue, leavesColoursToTheApplicationOnDemandOnly) {
     ASSERT_EQ(prepare("--apply Q").exitStatus, 0);
     EXPECT_THAT(shell("lpoptions -p Q").output, Not(HasSubstr("cm-calibration")));
