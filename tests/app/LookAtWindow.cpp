@@ -58,6 +58,8 @@ struct Look {
     void save(QWidget& widget, const QString& name) const {
         widget.window()->activateWindow();
         settle();
+        if (QWidget* focused = widget.focusWidget(); focused && !qobject_cast<QDialog*>(&widget))
+            focused->clearFocus();
         QImage image = widget.grab().toImage();
         // A sheet may have been painted as a draft.
         if (auto* preview = widget.findChild<PaperPreview*>(); preview && preview->isVisible())
@@ -122,8 +124,6 @@ void lookAt(const Look& look, const QStringList& photos, const AppServices& serv
 
     for (const QString& photo : photos) {
         pm.loadImage(FileUrl::fromPath(photo.toStdString()));
-        if (QWidget* focused = window.focusWidget())
-            focused->clearFocus();
         look.save(window,
                   "photo-" + QString::fromStdString(pm.imageURL.get()->lastPathComponent()));
     }
@@ -181,6 +181,7 @@ void lookAt(const Look& look, const QStringList& photos, const AppServices& serv
     look.saveDialog(window, "save-preset");
     pm.showSavePreset = false;
     pm.selectedICCProfileID = "gone";
+    pm.borderless = true;
     pm.availablePrinters = std::vector<Printer>{};
     panel->verticalScrollBar()->setValue(0);
     look.save(window, "no-printers");
