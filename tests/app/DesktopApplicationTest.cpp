@@ -4,11 +4,14 @@
 #include "fakes/FakePlatform.h"
 #include "fakes/FakeUpdates.h"
 #include "manager/PrintManager.h"
+#include "model/PhotoFormats.h"
 #include "platform/packagekit/PrivateBus.h"
 #include "support/ScopedEnvironment.h"
 
 #include <QDBusMessage>
 #include <QDBusPendingCall>
+#include <QFile>
+#include <QMimeDatabase>
 #include <QTest>
 #include <QUrl>
 #include <gtest/gtest.h>
@@ -101,6 +104,23 @@ TEST_F(DesktopApplicationTest, letsASecondStartRaiseTheWindowOfTheFirst) {
 TEST(DesktopApplicationWithoutABus, isFirst) {
     DesktopApplication desktop{QDBusConnection(QStringLiteral("none"))};
     EXPECT_TRUE(desktop.isFirst());
+}
+
+// Of camera RAW each desktop knows other ones.
+TEST(DesktopEntry, takesWhatTheDialogOffers) {
+    QFile entry(QStringLiteral(LUMIVERT_TREE "/data/org.lumivert.Lumivert.desktop"));
+    ASSERT_TRUE(entry.open(QIODevice::ReadOnly));
+    const QByteArray text = entry.readAll();
+    const QList<QByteArray> types = text.mid(text.indexOf("MimeType=") + 9).split(';');
+    for (const PhotoFormat& format : photoFormats())
+        for (const std::string_view ending : format.endings) {
+            const QString name = QStringLiteral("a.") + QString::fromStdString(std::string(ending));
+            const QString type =
+                QMimeDatabase().mimeTypeForFile(name, QMimeDatabase::MatchExtension).name();
+            const bool isKnown =
+                format.kind != PhotoKind::cameraRaw && type.startsWith(QStringLiteral("image/"));
+            EXPECT_TRUE(!isKnown || types.contains(type.toUtf8())) << type.toStdString();
+        }
 }
 
 } // namespace
