@@ -46,6 +46,8 @@ Bytes embeddedProfile(const VImage& image) {
 // the frequency domain, a proper low pass, so that no reserve for a second one is kept.
 VImage shrunk(const PhotoFormat& format, const VSource& source, const VImage& whole, int edge) {
     const int longer = std::max(whole.width(), whole.height());
+    if (std::int64_t{std::min(whole.width(), whole.height())} * edge < longer)
+        return whole; // a loader would leave nothing of the shorter edge
     int shrink = 8;
     while (shrink > 1 && longer / shrink < edge)
         shrink /= 2;

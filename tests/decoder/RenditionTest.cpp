@@ -22,6 +22,10 @@ TEST(Rendition, isAsLongAsTheScreenWantsAndNoLongerThanThePhoto) {
     EXPECT_EQ(readRendition(thin, 10)->size, (PixelSize{10, 1}));
     EXPECT_EQ(readRendition(saved(plain8({3, 5000}, {1, 2, 3}), ".png"), 9)->size,
               (PixelSize{1, 9}));
+    for (const char* suffix : {".jpg", ".webp"}) // whose readers reduce
+        EXPECT_EQ(readRendition(saved(plain8({4000, 2}, {1, 2, 3}), suffix), 100)->size,
+                  (PixelSize{100, 1}))
+            << suffix;
     const auto least = readRendition(jpeg, 1);
     ASSERT_TRUE(least);
     EXPECT_EQ(least->size, (PixelSize{1, 1}));
