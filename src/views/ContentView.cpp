@@ -19,6 +19,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
@@ -79,8 +80,10 @@ void ContentView::addMenus() {
     QMenu* file = menuBar()->addMenu(tr("&File"));
     file->addAction(tr("Open Image..."), QKeySequence(Qt::CTRL | Qt::Key_O), this,
                     [this] { m_pm.showFileImporter = true; });
-    new QShortcut(Qt::Key_F10, this,
-                  [this] { menuBar()->setActiveAction(m_applicationMenu->menuAction()); });
+    new QShortcut(Qt::Key_F10, this, [this] {
+        menuBar()->setActiveAction(m_applicationMenu->menuAction());
+        m_applicationMenu->setActiveAction(m_applicationMenu->actions().front());
+    });
 }
 
 void ContentView::addDialogs() {
@@ -121,6 +124,9 @@ void ContentView::showAbout() {
     const QIcon icon =
         QIcon::fromTheme(QGuiApplication::desktopFileName(), lineIcon(Icon::printer));
     about->setIconPixmap(icon.pixmap(QSize(64, 64), devicePixelRatio()));
+    if (isRightToLeft()) // as the texts of alerts, whatever their own direction is
+        for (QLabel* label : about->findChildren<QLabel*>())
+            label->setAlignment(Qt::AlignRight | Qt::AlignAbsolute | Qt::AlignTop);
     about->open();
 }
 

@@ -9,6 +9,7 @@
 #include <QDropEvent>
 #include <QFile>
 #include <QFileDialog>
+#include <QFocusFrame>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -160,6 +161,9 @@ TEST_F(ContentViewTest, opensItsMenuByF10) {
     ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
     QTest::keyClick(window.get(), Qt::Key_F10);
     EXPECT_EQ(window->menuBar()->activeAction(), window->applicationMenu()->menuAction());
+    QTest::keyClick(window->applicationMenu(), Qt::Key_Return);
+    ASSERT_NE(dialog<QMessageBox>(), nullptr) << "its first item";
+    dialog<QMessageBox>()->close();
 }
 
 TEST_F(ContentViewTest, opensEachMenuByItsLetter) {
@@ -169,6 +173,7 @@ TEST_F(ContentViewTest, opensEachMenuByItsLetter) {
         QMenu* opened = window->menuBar()->actions()[menu]->menu();
         QTest::keyClick(window.get(), key, Qt::AltModifier);
         EXPECT_TRUE(opened->isVisible()) << menu;
+        EXPECT_FALSE(window->findChild<QFocusFrame*>()->isVisible()) << "around the menu bar";
         opened->close();
         window->menuBar()->setActiveAction(nullptr);
     }
@@ -201,6 +206,24 @@ TEST_F(ContentViewTest, tellsAboutItself) {
     ASSERT_NE(label, nullptr);
     EXPECT_EQ(label->height() / label->fontMetrics().height(), lines) << "none is wrapped";
     about->close();
+}
+
+TEST_F(ContentViewTest, tellsAboutItselfAtTheRightWhereTextsRunFromRightToLeft) {
+    QApplication::setLayoutDirection(Qt::RightToLeft);
+    QApplication::setApplicationVersion("7.8.9");
+    action("About Lumivert")->trigger();
+    QApplication::setApplicationVersion({});
+    auto* about = dialog<QMessageBox>();
+    ASSERT_NE(about, nullptr);
+    const QImage image = textShown(*about, about->text())->grab().toImage();
+    QApplication::setLayoutDirection(Qt::LeftToRight);
+    about->close();
+    int last = 0; // column with ink of the first, short line
+    for (int x = 0; x < image.width(); ++x)
+        for (int y = 0; y < 12; ++y)
+            if (image.pixel(x, y) != image.pixel(0, 0))
+                last = x;
+    EXPECT_GE(last, image.width() - 12);
 }
 
 TEST_F(ContentViewTest, tellsAboutItselfUnderTheIconOfItsDesktopEntry) {

@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QFocusFrame>
+#include <QMenuBar>
 #include <QPainter>
 #include <QProxyStyle>
 #include <QStyleOption>
@@ -67,7 +68,8 @@ void ringFocusIn(QWidget* window) {
     frame->setStyle(style);
     QObject::connect(qApp, &QApplication::focusChanged, frame,
                      [frame, window](QWidget*, QWidget* now) {
-                         if (now && now->window() != window)
+                         // An open menu shows itself where the focus is.
+                         if (now && (now->window() != window || qobject_cast<QMenuBar*>(now)))
                              now = nullptr;
                          // Segments are one control to the eye.
                          if (now && qobject_cast<SegmentedPicker*>(now->parentWidget()))
