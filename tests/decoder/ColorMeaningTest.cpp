@@ -84,7 +84,9 @@ TEST(ColorMeaning, isNothingWhereItsNumbersAreNotKnown) {
 TEST(ColorMeaning, isWhatHeicAndAvifStateUnlessAProfileStandsBesideIt) {
     int made = 0;
     for (const bool isAv1 : {true, false}) {
-        HeifPhoto photo{.isAv1 = isAv1, .bits = 8, .color = {0.5, 0.5, 0.5}};
+        HeifPhoto photo{.isAv1 = isAv1, .bits = 8, .color = [](int, int) {
+                            return std::array{0.5, 0.5, 0.5};
+                        }};
         photo.primaries = 12;
         photo.transfer = 13;
         const auto p3 = photo.bytes();

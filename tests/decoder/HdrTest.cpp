@@ -132,7 +132,8 @@ TEST(Hdr, ofAvifAndHeicIsTheSameOnScreenAndPaper) {
         for (const bool isFullRange : {true, false})
             for (const int bits : {10, 12})
                 for (const auto& [transfer, color] : colors) {
-                    HeifPhoto photo{.isAv1 = isAv1, .bits = bits, .color = color};
+                    HeifPhoto photo{
+                        .isAv1 = isAv1, .bits = bits, .color = [&](int, int) { return color; }};
                     photo.transfer = transfer;
                     photo.isFullRange = isFullRange;
                     const auto file = photo.bytes();
@@ -154,8 +155,10 @@ TEST(Hdr, ofJpegXlIsTheSameOnScreenAndPaper) {
         for (const auto& [transfer, color] : colors) {
             SCOPED_TRACE(std::string(isLossless ? "lossless " : "lossy ") +
                          std::to_string(transfer) + ", red of " + std::to_string(color[0]));
-            const std::string file =
-                JxlPhoto{[&](int, int) { return color; }, transfer, isLossless}.bytes();
+            const std::string file = JxlPhoto{.color = [&](int, int) { return color; },
+                                              .transfer = transfer,
+                                              .isLossless = isLossless}
+                                         .bytes();
             ASSERT_FALSE(file.empty());
             expectOnPaper(file, color, transfer, isLossless ? 0.0001 : 0.01);
         }
@@ -245,7 +248,9 @@ TEST(Hdr, ofAHeicOrAvifWithAGainMapIsItsBasePicture) {
     for (const bool isAv1 : {true, false})
         for (const auto map : {HeifPhoto::auxiliary, HeifPhoto::toneMap})
             for (const char* brand : {"mif1", "tmap"}) {
-                HeifPhoto photo{.isAv1 = isAv1, .bits = 8, .color = {0.8, 0.3, 0.2}};
+                HeifPhoto photo{.isAv1 = isAv1, .bits = 8, .color = [](int, int) {
+                                    return Color{0.8, 0.3, 0.2};
+                                }};
                 photo.primaries = 12;
                 photo.transfer = 13;
                 photo.gainMap = map;

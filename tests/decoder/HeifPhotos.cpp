@@ -15,8 +15,6 @@
 namespace lumivert::decoder::test {
 namespace {
 
-constexpr int side = 64;
-
 std::string number(std::uint64_t value, int size) {
     return lumivert::test::TiffWriter(false).number(value, size);
 }
@@ -31,8 +29,8 @@ std::string fullBox(const std::string& type, int version, int flags, const std::
 }
 
 // BT.2020's matrix of non-constant luminance, as samples.
-std::array<int, 3> samplesOf(const HeifPhoto& photo) {
-    const auto& [red, green, blue] = photo.color;
+std::array<int, 3> samplesOf(const HeifPhoto& photo, int x, int y) {
+    const auto [red, green, blue] = photo.color(x, y);
     const double luma = 0.2627 * red + 0.6780 * green + 0.0593 * blue;
     const std::array values{luma, (blue - luma) / 1.8814, (red - luma) / 1.4746};
     const double most = std::pow(2, photo.bits) - 1;
@@ -50,15 +48,10 @@ std::array<int, 3> samplesOf(const HeifPhoto& photo) {
 
 // A plane of Y, Cb or Cr.
 void fill(std::uint8_t* plane, int stride, std::size_t channel, const HeifPhoto& photo) {
-    HeifPhoto right = photo;
-    if (photo.quarterTurns != 0)
-        right.color = {};
-    const int leftSample = samplesOf(photo)[channel];
-    const int rightSample = samplesOf(right)[channel];
-    const int edge = channel == 0 ? side : side / 2;
-    for (int y = 0; y < edge; ++y)
-        for (int x = 0; x < edge; ++x) {
-            const int sample = x < edge / 2 ? leftSample : rightSample;
+    const int step = channel == 0 ? 1 : 2;
+    for (int y = 0; y < photo.size.height / step; ++y)
+        for (int x = 0; x < photo.size.width / step; ++x) {
+            const int sample = samplesOf(photo, x * step, y * step)[channel];
             std::uint8_t* const row = plane + std::ptrdiff_t{stride} * y;
             if (photo.bits == 8)
                 row[x] = static_cast<std::uint8_t>(sample);
@@ -75,10 +68,13 @@ struct Coded {
 
 // By AV1's own library: libheif's way to it fails for 10 bits.
 std::optional<Coded> codedAv1(const HeifPhoto& photo) {
+    const auto width = static_cast<unsigned>(photo.size.width);
+    const auto height = static_cast<unsigned>(photo.size.height);
     aom_codec_iface_t* const coder = aom_codec_av1_cx();
     aom_codec_enc_cfg_t configuration{};
     aom_codec_enc_config_default(coder, &configuration, AOM_USAGE_GOOD_QUALITY);
-    configuration.g_w = configuration.g_h = side;
+    configuration.g_w = width;
+    configuration.g_h = height;
     configuration.g_profile = photo.bits == 12 ? 2 : 0;
     configuration.g_bit_depth = static_cast<aom_bit_depth_t>(photo.bits);
     configuration.g_input_bit_depth = static_cast<unsigned>(photo.bits);
@@ -93,8 +89,8 @@ std::optional<Coded> codedAv1(const HeifPhoto& photo) {
     aom_codec_control(&context, AV1E_SET_LOSSLESS, 1U);
     aom_codec_control(&context, AV1E_SET_COLOR_RANGE, photo.isFullRange ? 1 : 0);
     const std::unique_ptr<aom_image_t, decltype(&aom_img_free)> image(
-        aom_img_alloc(nullptr, photo.bits > 8 ? AOM_IMG_FMT_I42016 : AOM_IMG_FMT_I420, side, side,
-                      1),
+        aom_img_alloc(nullptr, photo.bits > 8 ? AOM_IMG_FMT_I42016 : AOM_IMG_FMT_I420, width,
+                      height, 1),
         &aom_img_free);
     for (std::size_t i = 0; i < 3; ++i)
         fill(image->planes[i], image->stride[i], i, photo);
@@ -133,12 +129,14 @@ std::optional<Coded> codedHevc(const HeifPhoto& photo) {
         found, &heif_encoder_release);
     heif_encoder_set_lossy_quality(encoder.get(), 100);
     heif_image* made = nullptr;
-    heif_image_create(side, side, heif_colorspace_YCbCr, heif_chroma_420, &made);
+    heif_image_create(photo.size.width, photo.size.height, heif_colorspace_YCbCr, heif_chroma_420,
+                      &made);
     const std::unique_ptr<heif_image, decltype(&heif_image_release)> image(made,
                                                                            &heif_image_release);
     for (const auto channel : {heif_channel_Y, heif_channel_Cb, heif_channel_Cr}) {
-        const int edge = channel == heif_channel_Y ? side : side / 2;
-        heif_image_add_plane(made, channel, edge, edge, photo.bits);
+        const int step = channel == heif_channel_Y ? 1 : 2;
+        heif_image_add_plane(made, channel, photo.size.width / step, photo.size.height / step,
+                             photo.bits);
         int stride = 0;
         std::uint8_t* const plane = heif_image_get_plane(made, channel, &stride);
         fill(plane, stride, static_cast<std::size_t>(channel), photo);
@@ -196,7 +194,7 @@ std::optional<std::string> HeifPhoto::bytes() const {
     HeifPhoto map;
     map.isAv1 = isAv1;
     map.bits = 8;
-    map.color = {1, 1, 1};
+    map.color = [](int, int) { return std::array{1.0, 1.0, 1.0}; };
     const auto gains = gainMap == none ? picture : coded(map);
     if (!picture || !gains)
         return std::nullopt;
@@ -209,9 +207,14 @@ std::optional<std::string> HeifPhoto::bytes() const {
         std::vector<std::string> properties;
     };
     const std::string type = isAv1 ? "av01" : "hvc1";
-    const std::string size = fullBox("ispe", 0, 0, number(side, 4) + number(side, 4));
+    const auto sizeBox = [](PixelSize of) {
+        return fullBox("ispe", 0, 0,
+                       number(static_cast<std::uint64_t>(of.width), 4) +
+                           number(static_cast<std::uint64_t>(of.height), 4));
+    };
+    const std::string whole = sizeBox(size);
     std::vector<Item> items{
-        {type, false, picture->data, {size, picture->configuration, nclxBox(*this)}}};
+        {type, false, picture->data, {whole, picture->configuration, nclxBox(*this)}}};
     if (!profile.empty())
         items[0].properties.push_back(box("colr", "prof" + std::string(asText(profile))));
     if (quarterTurns != 0)
@@ -220,7 +223,7 @@ std::optional<std::string> HeifPhoto::bytes() const {
     std::string references;
     std::string groups;
     if (gainMap != none)
-        items.push_back({type, true, gains->data, {size, gains->configuration}});
+        items.push_back({type, true, gains->data, {sizeBox(map.size), gains->configuration}});
     if (gainMap == auxiliary) {
         items[1].properties.push_back(
             fullBox("auxC", 0, 0, std::string("urn:example:aux:gainmap\0", 24)));
@@ -233,7 +236,7 @@ std::optional<std::string> HeifPhoto::bytes() const {
         items.push_back({"tmap",
                          false,
                          number(0, 1) + number(0, 4) + number(0, 1) + boost,
-                         {size, nclxBox(*this)}});
+                         {whole, nclxBox(*this)}});
         references = box("dimg", number(3, 2) + number(2, 2) + number(1, 2) + number(2, 2));
         groups = box("grpl", fullBox("altr", 0, 0,
                                      number(9, 4) + number(2, 4) + number(3, 4) + number(1, 4)));

@@ -1,29 +1,32 @@
 #pragma once
 
 #include "platform/Bytes.h"
+#include "platform/Geometry.h"
 
 #include <array>
+#include <functional>
 #include <optional>
 #include <string>
 
 namespace lumivert::decoder::test {
 
-/// A photo of one colour in HEIF's container (ISO/IEC 23008-12), 64 x 64: coded by libaom or
-/// libheif's encoder, boxed here.
+/// A photo in HEIF's container (ISO/IEC 23008-12): coded by libaom or libheif's encoder of HEVC, in
+/// 4:2:0, and boxed here.
 struct HeifPhoto {
     /// AV1, else HEVC.
     bool isAv1 = true;
     /// Of a sample: 8, 10 or 12.
     int bits = 10;
-    /// Red, green and blue as the transfer has them, 0 to 1.
-    std::array<double, 3> color{};
+    /// Red, green and blue of the stored picture, as the transfer has them, 0 to 1.
+    std::function<std::array<double, 3>(int x, int y)> color{};
+    PixelSize size{64, 64};
     /// ITU-T H.273's numbers, in the file's `colr` box of type nclx. The matrix is that of BT.2020.
     int primaries = 9;
     int transfer = 16;
     bool isFullRange = true;
     /// A `colr` box of type prof beside it.
     Bytes profile = {};
-    /// Counterclockwise, in the file's `irot` box; the right half of the stored picture is black.
+    /// Counterclockwise, in the file's `irot` box.
     int quarterTurns = 0;
     /// The major brand.
     std::string brand = "mif1";

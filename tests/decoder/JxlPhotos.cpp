@@ -7,22 +7,15 @@
 #include <vector>
 
 namespace lumivert::decoder::test {
-namespace {
-
-constexpr int width = 64;
-constexpr int height = 48;
-
-} // namespace
-
 std::string JxlPhoto::bytes() const {
     const std::unique_ptr<JxlEncoder, decltype(&JxlEncoderDestroy)> encoder(
         JxlEncoderCreate(nullptr), &JxlEncoderDestroy);
     JxlBasicInfo info;
     JxlEncoderInitBasicInfo(&info);
-    info.xsize = width;
-    info.ysize = height;
+    info.xsize = static_cast<std::uint32_t>(size.width);
+    info.ysize = static_cast<std::uint32_t>(size.height);
     info.orientation = static_cast<JxlOrientation>(orientation);
-    info.bits_per_sample = 16;
+    info.bits_per_sample = static_cast<std::uint32_t>(bits);
     info.num_color_channels = 3;
     info.uses_original_profile = isLossless ? JXL_TRUE : JXL_FALSE;
     JxlEncoderSetBasicInfo(encoder.get(), &info);
@@ -38,8 +31,8 @@ std::string JxlPhoto::bytes() const {
     JxlEncoderSetFrameDistance(settings, isLossless ? 0 : 0.1F);
     const JxlPixelFormat format{3, JXL_TYPE_UINT16, JXL_NATIVE_ENDIAN, 0};
     std::vector<std::uint16_t> samples;
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)
+    for (int y = 0; y < size.height; ++y)
+        for (int x = 0; x < size.width; ++x)
             for (const double value : color(x, y))
                 samples.push_back(static_cast<std::uint16_t>(std::lround(65535 * value)));
     JxlEncoderAddImageFrame(settings, &format, samples.data(), 2 * samples.size());

@@ -1,15 +1,20 @@
 #pragma once
 
+#include "platform/Geometry.h"
+
 #include <array>
 #include <functional>
 #include <string>
 
 namespace lumivert::decoder::test {
 
-/// A photo that libjxl encodes, 64 x 48, RGB of 16 bits.
+/// A photo that libjxl encodes, RGB.
 struct JxlPhoto {
-    /// Red, green and blue as the transfer has them, 0 to 1.
+    /// Red, green and blue of the stored picture, as the transfer has them, 0 to 1.
     std::function<std::array<double, 3>(int x, int y)> color{};
+    PixelSize size{64, 48};
+    /// Of a sample, 8 or 16.
+    int bits = 16;
     /// ITU-T H.273's number; the primaries are those of BT.2100.
     int transfer = 16;
     /// In its own numbers, else as XYB.

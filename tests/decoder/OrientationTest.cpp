@@ -1,5 +1,3 @@
-#include "decoder/HeifPhotos.h"
-#include "decoder/JxlPhotos.h"
 #include "decoder/Strips.h"
 #include "decoder/TestPhotos.h"
 
@@ -84,58 +82,6 @@ TEST(Orientation, makesPngAndWebpUpright) {
             const auto [x, y] = uprightPlace(0, stored.width - 1, orientation);
             EXPECT_EQ(rows->at(x, y, 0), sampleOf(stored.width - 1, 0));
         }
-}
-
-// Containers whose readers turn the pixels.
-TEST(Orientation, makesJpegXlUpright) {
-    for (int orientation = 1; orientation <= 8; ++orientation) {
-        SCOPED_TRACE(orientation);
-        // One stored corner is bright, the one to its right less so.
-        test::JxlPhoto photo{.color = [](int x, int y) {
-            const double light = y >= 24 ? 0 : x < 32 ? 1 : 0.5;
-            return std::array{light, light, light};
-        }};
-        photo.transfer = 13;
-        photo.orientation = orientation;
-        const auto rows = test::readRows(photo.bytes());
-        ASSERT_TRUE(rows);
-        const PixelSize size = orientation >= 5 ? PixelSize{48, 64} : PixelSize{64, 48};
-        ASSERT_EQ(rows->size, size);
-        const auto lightAt = [&](int column, int row) {
-            const auto [x, y] = uprightPlace(row, column, orientation);
-            // From places in a picture of 5 x 3 to the quarters of this one.
-            const PixelSize small = uprightSize(orientation);
-            return rows->at(x * (size.width - 1) / (small.width - 1),
-                            y * (size.height - 1) / (small.height - 1), 0);
-        };
-        EXPECT_NEAR(lightAt(0, 0), 65535, 300);
-        EXPECT_NEAR(lightAt(4, 0), 32768, 300);
-        EXPECT_NEAR(lightAt(0, 2), 0, 300);
-        EXPECT_NEAR(lightAt(4, 2), 0, 300);
-    }
-}
-
-TEST(Orientation, makesHeicAndAvifUpright) {
-    int made = 0;
-    for (const bool isAv1 : {true, false})
-        for (const int turns : {1, 2, 3}) {
-            test::HeifPhoto photo{.isAv1 = isAv1, .bits = 8, .color = {1, 1, 1}};
-            photo.quarterTurns = turns;
-            const auto file = photo.bytes();
-            if (!file)
-                continue;
-            SCOPED_TRACE(turns);
-            const auto rows = test::readRows(*file);
-            ASSERT_TRUE(rows);
-            // The left half is bright as it is stored.
-            EXPECT_EQ(rows->at(8, 56, 0) > 250, turns == 1) << isAv1;
-            EXPECT_EQ(rows->at(56, 8, 0) > 250, turns != 1) << isAv1;
-            EXPECT_EQ(rows->at(8, 8, 0) > 250, turns == 3) << isAv1;
-            EXPECT_EQ(rows->at(56, 56, 0) > 250, turns != 3) << isAv1;
-            ++made;
-        }
-    if (made == 0)
-        GTEST_SKIP() << "libheif has no encoder here";
 }
 
 TEST(Orientation, cropsTheUprightPhoto) {

@@ -90,6 +90,8 @@ std::string DeepTiff::bytes() const {
     TIFFSetField(to, TIFFTAG_ORIENTATION, orientation);
     TIFFSetField(to, TIFFTAG_PLANARCONFIG, isPlanar ? PLANARCONFIG_SEPARATE : PLANARCONFIG_CONTIG);
     TIFFSetField(to, TIFFTAG_COMPRESSION, compression);
+    if (photometric == PHOTOMETRIC_YCBCR)
+        TIFFSetField(to, TIFFTAG_YCBCRSUBSAMPLING, 1, 1);
     if (predictor != 1)
         TIFFSetField(to, TIFFTAG_PREDICTOR, predictor);
     if (!extraSamples.empty())
