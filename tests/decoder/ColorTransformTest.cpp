@@ -180,6 +180,42 @@ TEST(ColorTransform, isWithinOneStepAtTheBorderOfAGamut) {
     }
 }
 
+// As long as the last step is the only one that cuts off what a device has not: spaces of which
+// primaries are no colours, into each other and into what paper has.
+TEST(ColorTransform, ofUltraWideSpacesNeverWrapsNorClipsWhatTheProfileWouldNot) {
+    const auto rgb = [](double gamma, const cmsCIExyY& white, const cmsCIExyYTRIPLE& primaries) {
+        cmsToneCurve* curve = cmsBuildGamma(nullptr, gamma);
+        std::array<cmsToneCurve*, 3> curves{curve, curve, curve};
+        Profile result(cmsCreateRGBProfile(&white, &primaries, curves.data()));
+        cmsFreeToneCurve(curve);
+        return made(std::move(result));
+    };
+    const cmsCIExyY d65{0.3127, 0.3290, 1};
+    const std::vector<Space> wide{
+        {"ProPhoto", 3, made(openProfile(wideGamutBytes()))},
+        {"Rec. 2020", 3, rgb(2.4, d65, {{0.708, 0.292, 1}, {0.170, 0.797, 1}, {0.131, 0.046, 1}})},
+        // SMPTE ST 2065-1: a green of y = 1, a blue of negative light.
+        {"ACES", 3,
+         rgb(1.8, {0.32168, 0.33767, 1},
+             {{0.7347, 0.2653, 1}, {0.0, 1.0, 1}, {0.0001, -0.0770, 1}})},
+        // x and y beyond 1 and below 0 in each.
+        {"beyond", 3, rgb(2.2, d65, {{1.05, 0.2, 1}, {-0.1, 1.1, 1}, {0.05, -0.1, 1}})},
+    };
+    std::vector<Space> into = targets();
+    into.insert(into.end(), wide.begin() + 1, wide.end());
+    double worst = 0;
+    for (const int bits : {8, 16})
+        for (const Space& source : wide)
+            for (const Space& target : into)
+                for (const std::uint32_t intent : {1u, 3u}) {
+                    const double error = worstError(source, target, bits, intent);
+                    EXPECT_LE(error, 1.0) << source.name << " of " << bits << " bits to "
+                                          << target.name << ", intent " << intent;
+                    worst = std::max(worst, error);
+                }
+    std::cout << "at most " << worst << " of 255 off\n";
+}
+
 TEST(ColorTransform, addsLittleToRoundingFor8BitColours) {
     EXPECT_LE(worstError(sources()[1], targets()[0], 8, 1), 0.65);
     EXPECT_LE(worstError(sources()[0], targets()[2], 8, 1), 0.51);
