@@ -18,8 +18,8 @@ packages_build=(
 packages_run=(
   zsh cups cups-client cups-filters printer-driver-cups-pdf fonts-dejavu-core qt6-wayland xdg-utils)
 packages_test=(
-  adwaita-qt6 at-spi2-core fonts-goudybookletter ghostscript gir1.2-atspi-2.0 mupdf-tools poppler-utils
   openbox python3-gi qpdf weston xdotool xvfb xauth locales dbus icc-profiles-free colord-data cups-ipp-utils
+  adwaita-qt6 at-spi2-core fonts-goudybookletter ghostscript gir1.2-atspi-2.0 libraw-bin mupdf-tools poppler-utils
   printer-driver-gutenprint printer-driver-escpr foomatic-db-compressed-ppds openprinting-ppds)
 packages_bench=(argyll colord-data icc-profiles-free img2pdf libheif-examples libraw-bin libvips-tools)
 packages_package=(

@@ -2,11 +2,15 @@
 #include "decoder/Profiles.h"
 #include "decoder/TestPhotos.h"
 #include "files/SensorPhoto.h"
+#include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
 
 namespace lumivert::decoder {
 namespace {
@@ -147,7 +151,7 @@ TEST(CameraRaw, turnsUpright) {
 
 TEST(CameraRaw, developsASensorWithoutColoursAsGrey) {
     SensorPhoto photo = chartPhoto();
-    photo.isMonochrome = true;
+    photo.filters = SensorPhoto::monochrome;
     const std::string file = photo.bytes();
     const auto rows = readRows(file);
     ASSERT_TRUE(rows);
@@ -207,6 +211,160 @@ TEST(CameraRaw, turnsOblongPixelsUpright) {
     ASSERT_TRUE(rows);
     EXPECT_EQ(rows->size, (PixelSize{160, 480}));
     EXPECT_GT(rows->at(80, 470, 1), 65000); // the white field's end
+}
+
+struct Form {
+    const char* name;
+    SensorPhoto::Filters filters;
+    SensorPhoto::Coding coding;
+    int bits;
+};
+
+std::vector<Form> everyForm() {
+    std::vector<Form> forms;
+    for (const auto& [name, filters] : {std::pair("Bayer", SensorPhoto::bayer),
+                                        {"X-Trans", SensorPhoto::xTrans},
+                                        {"linear", SensorPhoto::linear},
+                                        {"monochrome", SensorPhoto::monochrome}})
+        for (const int bits : {12, 14, 16})
+            for (const auto coding :
+                 {SensorPhoto::words, SensorPhoto::packed, SensorPhoto::losslessJpeg})
+                // Packed, those of 16 bits are words. X-Trans takes long: each coding once.
+                if ((coding != SensorPhoto::packed || bits < 16) &&
+                    (filters != SensorPhoto::xTrans ||
+                     coding == (bits == 12   ? SensorPhoto::packed
+                                : bits == 14 ? SensorPhoto::losslessJpeg
+                                             : SensorPhoto::words)))
+                    forms.push_back({name, filters, coding, bits});
+    return forms;
+}
+
+SensorPhoto photoOf(const Form& form) {
+    SensorPhoto photo = chartPhoto();
+    photo.filters = form.filters;
+    if (form.filters == SensorPhoto::xTrans) { // LibRaw wants 512 pixels a side
+        photo.width = 6 * 96;
+        photo.height = 528;
+        photo.light = [](int x, int) { return chart[static_cast<std::size_t>(x / 96)]; };
+    }
+    photo.coding = form.coding;
+    photo.bits = form.bits;
+    return photo;
+}
+
+TEST(CameraRaw, developsBayerXTransAndLinearOnesOfEveryDepthAndCoding) {
+    for (const Form& form : everyForm()) {
+        SCOPED_TRACE(form.name + (" of " + std::to_string(form.bits)) + " bits, coding " +
+                     std::to_string(form.coding));
+        const auto rows = readRows(photoOf(form).bytes());
+        ASSERT_TRUE(rows);
+        const int fieldSide = rows->size.width / static_cast<int>(chart.size());
+        ASSERT_EQ(rows->size, (fieldSide == 96 ? PixelSize{576, 528} : PixelSize{240, 160}));
+        const bool isGrey = form.filters == SensorPhoto::monochrome;
+        ASSERT_EQ(rows->channels, isGrey ? 1 : 3);
+        for (std::size_t field = 0; field < chart.size(); ++field) {
+            const Light& light = chart[field];
+            if (isGrey) {
+                EXPECT_NEAR(rows->at(middleOf(field), 80, 0), 65535 * std::pow(light[1], 1 / 1.8),
+                            400)
+                    << field;
+                continue;
+            }
+            const auto pixel =
+                asSrgb(*rows, static_cast<int>(field) * fieldSide + fieldSide / 2, 80);
+            for (std::size_t c = 0; c < 3; ++c)
+                EXPECT_NEAR(pixel[c], shown(light[c]), 1.5) << field << ' ' << c;
+        }
+    }
+}
+
+/// What LibRaw's own program makes of a file: linear light of ROMM's primaries, of 16 bits.
+struct Developed {
+    std::size_t width = 0;
+    std::size_t height = 0;
+    std::string samples;
+};
+
+std::optional<Developed> developedByDcraw(const std::string& file) {
+    const TemporaryFolder folder;
+    const std::string path = folder.write("photo.dng", file);
+    if (std::system(("dcraw_emu -4 -w -o 4 '" + path + "' >/dev/null 2>&1").c_str()) != 0)
+        return std::nullopt;
+    for (const char* ending : {".ppm", ".pgm"}) {
+        std::ifstream stream(path + ending, std::ios::binary);
+        std::string magic;
+        Developed result;
+        int most = 0;
+        if (!(stream >> magic >> result.width >> result.height >> most) || most != 65535)
+            continue;
+        stream.get();
+        result.samples.assign(std::istreambuf_iterator<char>(stream), {});
+        return result;
+    }
+    return std::nullopt;
+}
+
+void expectAsDcrawHasIt(const std::string& file) {
+    const auto photo = openPhoto(asBytes(file), {});
+    const auto rows = readRows(file);
+    const auto theirs = developedByDcraw(file);
+    ASSERT_TRUE(photo && rows && theirs);
+    ASSERT_EQ(rows->size,
+              (PixelSize{static_cast<int>(theirs->width), static_cast<int>(theirs->height)}));
+    ASSERT_EQ(rows->samples.size(), theirs->samples.size());
+    double worst = 0;
+    for (std::size_t i = 0; i < theirs->samples.size(); i += 2) {
+        const auto number = [&](const auto& bytes) {
+            return (static_cast<int>(bytes[i]) & 255) << 8 | (static_cast<int>(bytes[i + 1]) & 255);
+        };
+        const double light = std::min(1.0, number(theirs->samples) / photo->rawWhite);
+        worst = std::max(worst, std::abs(number(rows->samples) - 65535 * std::pow(light, 1 / 1.8)));
+    }
+    EXPECT_LE(worst, 1);
+}
+
+// Highlights, black levels and orientation among them.
+TEST(CameraRaw, isWhatDcrawEmuMakesOfIt) {
+    if (std::system("command -v dcraw_emu >/dev/null 2>&1") != 0)
+        GTEST_SKIP() << "dcraw_emu is not installed";
+    const auto brightChart = [](int x, int y) {
+        Light light = chart[static_cast<std::size_t>(x / fieldWidth) % chart.size()];
+        // Beyond what the sensor holds, in some of its colours, and from one pixel to the next.
+        for (double& value : light)
+            value *= y < 80 ? 1.7 : 0.9 + (x * 7 + y * 3) % 11 * 0.01;
+        return light;
+    };
+    for (const Form& form : everyForm()) {
+        SCOPED_TRACE(form.name + (" of " + std::to_string(form.bits)) + " bits, coding " +
+                     std::to_string(form.coding));
+        SensorPhoto photo = photoOf(form);
+        photo.light = brightChart;
+        expectAsDcrawHasIt(photo.bytes());
+    }
+    for (const int orientation : {3, 6, 8}) {
+        SCOPED_TRACE(orientation);
+        SensorPhoto photo = chartPhoto();
+        photo.light = brightChart;
+        photo.orientation = orientation;
+        expectAsDcrawHasIt(photo.bytes());
+    }
+}
+
+// docs/colour.md: of the brightest channel one pixel in a hundred lies above the white.
+TEST(CameraRaw, hasTheWhiteOfTheBrightestHundredthOfItsPixels) {
+    SensorPhoto photo = chartPhoto();
+    photo.sensitivity = photo.lamp = {1, 1, 1};
+    photo.filters = SensorPhoto::linear;
+    for (const auto& [share, white] : {std::pair(0.005, 0.4), {0.03, 0.8}}) {
+        photo.light = [bright = share * 240 * 160](int x, int y) {
+            // LibRaw takes the greatest number that there is for what the sensor holds.
+            const double light = x + y == 0 ? 1 : y * 240 + x < bright ? 0.8 : 0.4;
+            return Light{light, light, light};
+        };
+        const auto opened = openPhoto(asBytes(photo.bytes()), {});
+        ASSERT_TRUE(opened);
+        EXPECT_NEAR(opened->rawWhite / 65535, white, 0.002) << share;
+    }
 }
 
 TEST(CameraRaw, cropsTheDevelopedPhoto) {
