@@ -22,6 +22,7 @@
 #include <atomic>
 #include <charconv>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
@@ -67,6 +68,19 @@ std::optional<std::string> load(DecoderClient& client, const std::string& path) 
     return std::string(reinterpret_cast<const char*>(all.data()), all.size());
 }
 
+bool areSame(const std::string& pixels, const std::string& independent, const Kind& kind) {
+    if (pixels.size() != independent.size() || kind.rounding == 0)
+        return pixels == independent;
+    const auto number = [](const std::string& bytes, std::size_t at) {
+        return static_cast<unsigned char>(bytes[at]) << 8 |
+               static_cast<unsigned char>(bytes[at + 1]);
+    };
+    for (std::size_t i = 0; i + 1 < pixels.size(); i += 2)
+        if (std::abs(number(pixels, i) - number(independent, i)) > kind.rounding)
+            return false;
+    return true;
+}
+
 std::string wrong(const Mutant& mutant, const std::optional<std::string>& opened,
                   const std::string& whole) {
     if (!opened)
@@ -81,7 +95,7 @@ std::string wrong(const Mutant& mutant, const std::optional<std::string>& opened
     if (!independent)
         return "loads where its own library refuses";
     // Where its size, channels or turn have changed as well there is nothing to compare.
-    return independent->size() == opened->size() && *independent != *opened
+    return independent->size() == opened->size() && !areSame(*opened, *independent, *mutant.kind)
                ? "loads with pixels that its own library does not read"
                : "";
 }
@@ -153,7 +167,8 @@ TEST(CorpusTest, isRefusedOrLoadsAsItShould) {
         ASSERT_TRUE(pixels) << kind.name;
         EXPECT_EQ(pixels, open(kind.file)) << kind.name;
         if (kind.read) {
-            EXPECT_EQ(pixels, kind.read(kind.file)) << kind.name;
+            const auto independent = kind.read(kind.file);
+            EXPECT_TRUE(independent && areSame(*pixels, *independent, kind)) << kind.name;
         }
     }
     for (std::size_t i = 0; i < results.size(); ++i)

@@ -38,14 +38,19 @@ bool readRowsOf(jpeg_decompress_struct& info, Jump& jump, const std::string& fil
     jpeg_mem_src(&info, reinterpret_cast<const unsigned char*>(file.data()),
                  static_cast<unsigned long>(file.size()));
     jpeg_read_header(&info, TRUE);
-    info.out_color_space = JCS_RGB;
+    const bool hasInks = info.num_components == 4;
+    info.out_color_space = hasInks ? JCS_CMYK : JCS_RGB;
     jpeg_start_decompress(&info);
-    const std::size_t line = std::size_t{3} * info.output_width;
+    const std::size_t line = std::size_t{hasInks ? 4U : 3U} * info.output_width;
     pixels.resize(line * info.output_height);
     while (info.output_scanline < info.output_height) {
         auto* row = reinterpret_cast<JSAMPROW>(pixels.data() + line * info.output_scanline);
         jpeg_read_scanlines(&info, &row, 1);
     }
+    // Adobe's programs store 255 for no ink.
+    if (hasInks && info.saw_Adobe_marker)
+        for (char& sample : pixels)
+            sample = static_cast<char>(~sample);
     return true;
 }
 
@@ -73,6 +78,37 @@ struct TiffInMemory {
     static int close(thandle_t) { return 0; }
     static toff_t size(thandle_t handle) { return of(handle).bytes.size(); }
 };
+
+using Tiff = std::unique_ptr<TIFF, void (*)(TIFF*)>;
+
+Tiff openTiff(TiffInMemory& memory) {
+    TIFFSetWarningHandler(nullptr);
+    TIFFSetErrorHandler(nullptr);
+    return {TIFFClientOpen("corpus", "rm", &memory, TiffInMemory::read, TiffInMemory::write,
+                           TiffInMemory::seek, TiffInMemory::close, TiffInMemory::size, nullptr,
+                           nullptr),
+            [](TIFF* open) {
+                if (open)
+                    TIFFClose(open);
+            }};
+}
+
+double lightOfHalf(unsigned bits) {
+    const int exponent = static_cast<int>(bits >> 10 & 31);
+    const double fraction = (bits & 1023) / 1024.0;
+    const double value = exponent == 0    ? std::ldexp(fraction, -14)
+                         : exponent == 31 ? (fraction > 0 ? 0 : 2)
+                                          : std::ldexp(1 + fraction, exponent - 15);
+    return (bits >> 15) != 0 ? 0 : std::min(value, 1.0);
+}
+
+// IEC 61966-2-1, of 16 bits.
+void appendEncoded(std::string& pixels, double light) {
+    const long encoded = std::lround(
+        65535 * (light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055));
+    pixels += static_cast<char>(encoded >> 8);
+    pixels += static_cast<char>(encoded);
+}
 
 } // namespace
 
@@ -116,17 +152,8 @@ std::optional<std::string> readWebp(const std::string& file) {
 }
 
 std::optional<std::string> readTiff(const std::string& file) {
-    TIFFSetWarningHandler(nullptr);
-    TIFFSetErrorHandler(nullptr);
     TiffInMemory memory{file};
-    const std::unique_ptr<TIFF, void (*)(TIFF*)> tiff(
-        TIFFClientOpen("corpus", "rm", &memory, TiffInMemory::read, TiffInMemory::write,
-                       TiffInMemory::seek, TiffInMemory::close, TiffInMemory::size, nullptr,
-                       nullptr),
-        [](TIFF* open) {
-            if (open)
-                TIFFClose(open);
-        });
+    const auto tiff = openTiff(memory);
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     constexpr std::uint64_t most = 1U << 24;
@@ -239,13 +266,112 @@ std::optional<std::string> readExr(const std::string& file) {
             return std::nullopt;
         for (const float value : values) {
             const double light = value > 0 ? std::min(value, 1.0F) : 0;
-            const long encoded = std::lround(
-                65535 *
-                (light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055));
-            pixels += static_cast<char>(encoded >> 8);
-            pixels += static_cast<char>(encoded);
+            appendEncoded(pixels, light);
         }
     }
+    return pixels;
+}
+
+std::optional<std::string> readTiffStrips(const std::string& file) {
+    TiffInMemory memory{file};
+    const auto tiff = openTiff(memory);
+    if (!tiff)
+        return std::nullopt;
+    const auto number = [&](ttag_t tag) {
+        std::uint16_t value = 0;
+        TIFFGetFieldDefaulted(tiff.get(), tag, &value);
+        return unsigned{value};
+    };
+    const unsigned bits = number(TIFFTAG_BITSPERSAMPLE);
+    const bool isFloat = number(TIFFTAG_SAMPLEFORMAT) == SAMPLEFORMAT_IEEEFP;
+    const unsigned samples = number(TIFFTAG_SAMPLESPERPIXEL);
+    const bool hasInks = number(TIFFTAG_PHOTOMETRIC) == PHOTOMETRIC_SEPARATED;
+    const bool isPlain = bits == 8 && samples == 4 && hasInks;
+    const bool isDeep = (bits == 12 || (bits == 16 && isFloat)) && samples == 3 &&
+                        number(TIFFTAG_PHOTOMETRIC) == PHOTOMETRIC_RGB;
+    if ((!isPlain && !isDeep) || number(TIFFTAG_SAMPLEFORMAT) == SAMPLEFORMAT_INT ||
+        (bits == 12 && isFloat) || number(TIFFTAG_PLANARCONFIG) != PLANARCONFIG_CONTIG ||
+        number(TIFFTAG_ORIENTATION) != ORIENTATION_TOPLEFT || TIFFIsTiled(tiff.get()) != 0)
+        return std::string();
+    std::uint32_t width = 0;
+    TIFFGetField(tiff.get(), TIFFTAG_IMAGEWIDTH, &width);
+    std::string pixels;
+    const auto line = static_cast<std::size_t>(TIFFScanlineSize(tiff.get()));
+    for (std::uint32_t i = 0; i < TIFFNumberOfStrips(tiff.get()); ++i) {
+        std::string strip(static_cast<std::size_t>(TIFFStripSize(tiff.get())), '\0');
+        const tmsize_t size = TIFFReadEncodedStrip(tiff.get(), i, strip.data(), -1);
+        if (size < 0)
+            return std::nullopt;
+        strip.resize(static_cast<std::size_t>(size));
+        const auto byte = [&](std::size_t at) {
+            return unsigned{static_cast<unsigned char>(strip[at])};
+        };
+        for (std::size_t row = 0; row + line <= strip.size(); row += line)
+            for (std::size_t s = 0; s < std::size_t{width} * samples; ++s) {
+                const std::size_t at = row + s * bits / 8;
+                if (bits == 8) {
+                    pixels += strip[at];
+                } else if (isFloat) { // libtiff has put them in the machine's order
+                    std::uint16_t half = 0;
+                    std::memcpy(&half, strip.data() + at, sizeof half);
+                    appendEncoded(pixels, lightOfHalf(half));
+                } else {
+                    const unsigned value = s % 2 == 0 ? byte(at) << 4 | byte(at + 1) >> 4
+                                                      : (byte(at) & 15) << 8 | byte(at + 1);
+                    const long scaled = std::lround(value * 65535 / 4095.0);
+                    pixels += static_cast<char>(scaled >> 8);
+                    pixels += static_cast<char>(scaled);
+                }
+            }
+    }
+    return pixels;
+}
+
+std::optional<std::string> readBmpRuns(const std::string& file) {
+    const auto byte = [&](std::size_t at) {
+        return at < file.size() ? unsigned{static_cast<unsigned char>(file[at])} : 0U;
+    };
+    const auto word = [&](std::size_t at) {
+        return byte(at) | byte(at + 1) << 8 | byte(at + 2) << 16 | byte(at + 3) << 24;
+    };
+    const std::size_t width = word(18);
+    const auto rows = static_cast<std::int32_t>(word(22));
+    const auto height = static_cast<std::size_t>(std::abs(std::int64_t{rows}));
+    if (word(30) != 1 || (byte(28) | byte(29) << 8) != 8 || width * height > 1U << 24)
+        return std::string();
+    std::vector<unsigned> numbers(width * height);
+    std::size_t at = word(10);
+    for (std::size_t x = 0, y = 0; at < file.size();) {
+        const unsigned first = byte(at);
+        const unsigned second = byte(at + 1);
+        at += 2;
+        if (first == 0 && second == 1)
+            break;
+        if (first == 0 && second == 0) {
+            ++y;
+            x = 0;
+        } else if (first == 0 && second == 2) {
+            x += byte(at);
+            y += byte(at + 1);
+            at += 2;
+        } else {
+            const unsigned count = first != 0 ? first : second;
+            for (unsigned i = 0; i < count; ++i, ++x)
+                if (x < width && y < height)
+                    numbers[y * width + x] = first != 0 ? second : byte(at + i);
+            if (first == 0)
+                at += count + count % 2;
+        }
+    }
+    const std::size_t colors = word(46) == 0 || word(46) > 256 ? 256 : word(46);
+    std::string pixels;
+    for (std::size_t y = 0; y < height; ++y)
+        for (std::size_t x = 0; x < width; ++x) {
+            const unsigned number = numbers[(rows < 0 ? y : height - 1 - y) * width + x];
+            const std::size_t color = 14 + word(14) + std::size_t{4} * number;
+            for (const std::size_t channel : {2U, 1U, 0U})
+                pixels += number < colors ? static_cast<char>(byte(color + channel)) : '\0';
+        }
     return pixels;
 }
 

@@ -33,6 +33,13 @@ VImage photo() {
     });
 }
 
+VImage inks() {
+    return photo()
+        .bandjoin(photo()[0] / 3)
+        .cast(VIPS_FORMAT_UCHAR)
+        .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_CMYK));
+}
+
 VOption* set(const char* name, int value) {
     return VImage::option()->set(name, value);
 }
@@ -184,6 +191,8 @@ std::vector<Kind> everyKind() {
         {"jpeg-exif",
          withExif(saved(photo(), ".jpg"), ExifBuilder{.orientation = 1, .colorSpace = 1}.bytes()),
          asItsLibraryReads, refusedOrWhole, asItsLibraryReads, readJpeg},
+        {"jpeg-cmyk", saved(inks(), ".jpg"), asItsLibraryReads, refusedOrWhole, asItsLibraryReads,
+         readJpeg},
         {"png", saved(photo(), ".png"), refusedOrWhole, refusedOrWhole, refusedOrWhole, readPng},
         {"png-interlaced", saved(photo(), ".png", set("interlace", 1)), refusedOrWhole,
          refusedOrWhole, refusedOrWhole, readPng},
@@ -204,12 +213,17 @@ std::vector<Kind> everyKind() {
          refusedOrWhole, asItsLibraryReads, readTiff},
         {"tiff-jpeg", tiff(VIPS_FOREIGN_TIFF_COMPRESSION_JPEG), asItsLibraryReads, refusedOrWhole,
          asItsLibraryReads, readTiff},
-        {"tiff-12", deepTiff(12, false), asItsLibraryReads, asItsLibraryReads},
-        {"tiff-half", deepTiff(16, true), asItsLibraryReads, asItsLibraryReads},
+        {"tiff-cmyk", saved(inks(), ".tif", set("compression", VIPS_FOREIGN_TIFF_COMPRESSION_LZW)),
+         asItsLibraryReads, refusedOrWhole, asItsLibraryReads, readTiffStrips},
+        {"tiff-12", deepTiff(12, false), asItsLibraryReads, asItsLibraryReads, asItsLibraryReads,
+         readTiffStrips},
+        {"tiff-half", deepTiff(16, true), asItsLibraryReads, asItsLibraryReads, asItsLibraryReads,
+         readTiffStrips, 1},
         {"bmp", bitmap(), asItsLibraryReads, asItsLibraryReads, asItsLibraryReads, readBmp},
-        {"bmp-runs", bitmapOfRuns(), asItsLibraryReads, asItsLibraryReads},
+        {"bmp-runs", bitmapOfRuns(), asItsLibraryReads, asItsLibraryReads, asItsLibraryReads,
+         readBmpRuns},
         {"exr", openExr(0), asItsLibraryReads, asItsLibraryReads, asItsLibraryReads, readExr},
-        {"exr-zip", openExr(3), asItsLibraryReads, asItsLibraryReads},
+        {"exr-zip", openExr(3), asItsLibraryReads, asItsLibraryReads, asItsLibraryReads, readExr},
         {"dng", digitalNegative(), asItsLibraryReads, asItsLibraryReads}};
     for (const auto& [name, compression] : {std::pair{"heic", VIPS_FOREIGN_HEIF_COMPRESSION_HEVC},
                                             std::pair{"avif", VIPS_FOREIGN_HEIF_COMPRESSION_AV1}})

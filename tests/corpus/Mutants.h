@@ -27,6 +27,8 @@ struct Kind {
     Expected flip = Expected::asItsLibraryReads;
     /// The format's own library; empty where none is linked.
     std::function<std::optional<std::string>(const std::string&)> read{};
+    /// Of 16 bits, the upper byte first: by how much two ways to compute them may round otherwise.
+    int rounding = 0;
 };
 
 struct Mutant {
