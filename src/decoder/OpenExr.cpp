@@ -19,6 +19,7 @@
 namespace lumivert::decoder {
 namespace {
 
+using namespace std::string_view_literals;
 using vips::VImage;
 
 class Memory : public Imf::IStream {
@@ -55,6 +56,12 @@ double encoded(std::uint16_t bits) {
 } // namespace
 
 VImage readExr(ByteView file) {
+    // Where its header lacks what every file has, OpenEXR goes on with windows of its own.
+    for (const std::string_view attribute :
+         {"dataWindow"sv, "displayWindow"sv, "lineOrder\0lineOrder"sv, "pixelAspectRatio"sv,
+          "screenWindowCenter"sv, "screenWindowWidth"sv})
+        if (asText(file).find(attribute) == std::string_view::npos)
+            throw std::runtime_error("no whole header");
     Imf::Header::setMaxImageSize(protocol::maximumEdge, protocol::maximumEdge);
     Memory memory(file);
     Imf::RgbaInputFile input(memory, 0); // on this thread alone

@@ -86,6 +86,18 @@ TEST(OpenExr, ofLuminanceAloneIsGrey) {
     expectRead(writer.bytes(light), 1);
 }
 
+TEST(OpenExr, withoutWhatAHeaderMustHaveIsRefused) {
+    const std::string file =
+        ExrWriter{.display = {0, 0, 7, 7}}.bytes([](int, int, int) { return 0.5F; });
+    ASSERT_TRUE(readRows(file));
+    for (const char* attribute : {"dataWindow", "displayWindow", "lineOrder", "pixelAspectRatio",
+                                  "screenWindowCenter", "screenWindowWidth"}) {
+        std::string other = file;
+        other.at(other.find(attribute)) = 'x';
+        EXPECT_FALSE(readRows(other)) << attribute;
+    }
+}
+
 TEST(OpenExr, withoutColoursIsRefused) {
     ExrWriter writer{.display = whole};
     writer.channels = {"Z"};
