@@ -166,11 +166,9 @@ TEST(Hdr, ofJpegXlIsTheSameOnScreenAndPaper) {
 
 TEST(Hdr, isNoJpegXlOfAnotherTransfer) {
     // Other transfers keep the profile that the reader makes of them.
-    const auto plain = readRows(JxlPhoto{[](int, int) {
-                                             return Color{0.5, 0.6, 0.7};
-                                         },
-                                         13}
-                                    .bytes());
+    JxlPhoto photo{.color = [](int, int) { return Color{0.5, 0.6, 0.7}; }};
+    photo.transfer = 13;
+    const auto plain = readRows(photo.bytes());
     ASSERT_TRUE(plain);
     EXPECT_FALSE(plain->profile.empty());
     EXPECT_NE(plain->profile, profileOf(9, 13, 3));
