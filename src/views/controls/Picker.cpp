@@ -66,9 +66,12 @@ QStyleOptionComboBox Picker::unmirrored() const {
 
 QRect Picker::textPlace() const {
     const QStyleOptionComboBox option = unmirrored();
-    const QRect field =
+    QRect field =
         style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, this);
-    return QStyle::visualRect(layoutDirection(), rect(), field.adjusted(2, 0, -2, 0));
+    // Not every style counts the room before the text.
+    field.setLeft(std::max(field.left() + 2, 8));
+    field.setRight(field.right() - 2);
+    return QStyle::visualRect(layoutDirection(), rect(), field);
 }
 
 QString Picker::shownText() const {
