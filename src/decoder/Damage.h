@@ -7,10 +7,10 @@
 namespace lumivert::decoder {
 
 /// Whether the file shows no damage beside its pixels. JPEG: libjpeg reads it to its end without a
-/// warning but harmless ones, every scan there, arithmetic coding not short of data. GIF: its first
-/// picture ends where a block begins. HEIF: no coded data that zeros have replaced. DNG: every tile
-/// there, those of JPEG whole. Decodes a JPEG once more, on this thread; any thread. True for
-/// formats that it has no word on.
+/// warning but harmless ones, every scan there, arithmetic coding not short of data. PNG: every
+/// chunk's checksum is right. GIF: its first picture ends where a block begins. HEIF: no coded data
+/// that zeros have replaced. DNG: every tile there, those of JPEG whole. Decodes a JPEG once more,
+/// on this thread; any thread. True for formats that it has no word on.
 [[nodiscard]] bool isWhole(ByteView bytes);
 
 /// Remembers a library's warning that pixels are damaged; others are ignored. Any thread.

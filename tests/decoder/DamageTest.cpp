@@ -233,6 +233,23 @@ TEST(Damage, isSeenInZerosInstead) {
     }
 }
 
+TEST(Damage, isSeenInAPngByTheChecksumsUpToItsEnd) {
+    const std::string file = saved(detailed(), ".png", {});
+    const auto flipped = [&](std::size_t at) {
+        std::string damaged = file;
+        damaged[at] = static_cast<char>(damaged[at] ^ 1);
+        return damaged;
+    };
+    ASSERT_TRUE(loads(file));
+    for (const char* chunk : {"IHDR", "pHYs", "IDAT"}) {
+        const std::size_t at = file.find(chunk);
+        ASSERT_NE(at, std::string::npos) << chunk;
+        EXPECT_FALSE(loads(flipped(at + 8))) << chunk;
+    }
+    EXPECT_FALSE(loads(flipped(file.size() * 3 / 4)));
+    EXPECT_TRUE(loads(file + "IDAT"));
+}
+
 // Libpng finds no row of the stated size in the data. Which thread meets that is chance.
 TEST(Damage, isSeenInAnInterlacedPngWithoutItsHeightWhicheverThreadMeetsIt) {
     std::string file = saved(detailed(), ".png", set("interlace", 1));
