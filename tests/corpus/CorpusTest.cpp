@@ -125,7 +125,7 @@ void openInHelpers(std::vector<Result>& results, std::size_t first, std::size_t 
             throw std::runtime_error("no helper");
         std::istringstream lines(said);
         for (std::string line; std::getline(lines, line); next += step)
-            results[next] = {line[0] == '1', false, line.substr(1)};
+            results.at(next) = {line.at(0) == '1', false, line.substr(1)};
         const auto status = helper->wait();
         if (status != 0 && next < results.size()) {
             results[next].endedHelper = true;

@@ -232,7 +232,7 @@ std::vector<Kind> everyKind() {
             all.push_back({name, saved(photo(), ".heif", set("compression", compression)),
                            asItsLibraryReads, asItsLibraryReads, asItsLibraryReads, readHeif});
         } catch (const vips::VError&) {
-            std::cout << "no encoder for " << name << '\n';
+            std::cerr << "no encoder for " << name << '\n';
         }
     return all;
 }
