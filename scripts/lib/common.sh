@@ -21,6 +21,9 @@ packages_test=(
   openbox python3-gi qpdf weston xdotool xvfb xauth locales dbus icc-profiles-free colord-data cups-ipp-utils
   adwaita-qt6 at-spi2-core fonts-goudybookletter ghostscript gir1.2-atspi-2.0 libraw-bin mupdf-tools poppler-utils
   printer-driver-gutenprint printer-driver-escpr foomatic-db-compressed-ppds openprinting-ppds)
+# From Debian 13 on libheif's encoders, of which the tests make their photos, are packages.
+[ "$(. /etc/os-release && echo "${VERSION_ID:-0}")" -lt 13 ] ||
+  packages_test+=(libheif-plugin-aomenc libheif-plugin-x265)
 packages_bench=(argyll colord-data icc-profiles-free img2pdf libheif-examples libraw-bin libvips-tools)
 packages_package=(
   build-essential debhelper dpkg-dev librsvg2-bin lintian desktop-file-utils appstream apt-utils gnupg)
