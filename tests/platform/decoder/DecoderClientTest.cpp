@@ -2,12 +2,14 @@
 
 #include "decoder/Profiles.h"
 #include "decoder/TestPhotos.h"
+#include "files/SensorPhoto.h"
 #include "model/FileUrl.h"
 #include "model/Models.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cmath>
@@ -125,6 +127,20 @@ TEST_F(Decoding, refusesWhatIsNoPhotoOrNoFile) {
         saved(vips::VImage::gaussnoise(200, 200).cast(VIPS_FORMAT_UCHAR), ".jpg");
     EXPECT_TRUE(decode(noise));
     EXPECT_FALSE(decode(noise.substr(0, noise.size() / 2)));
+}
+
+TEST_F(Decoding, goesByWhatAFileHoldsWhateverItIsCalled) {
+    test::SensorPhoto negative{.width = 64, .height = 48};
+    negative.light = [](int, int) { return std::array{0.5, 0.5, 0.5}; };
+    const std::string png = saved(plain8({20, 10}, {1, 2, 3}), ".png");
+    for (const char* name : {"photo.jpg", "photo.png", "photo.dng", "photo.txt", "photo"}) {
+        const auto raw = m_client.decode(FileUrl::fromPath(m_folder.write(name, negative.bytes())));
+        ASSERT_TRUE(raw) << name;
+        EXPECT_EQ(raw->screenRendition().size, (PixelSize{64, 48})) << name;
+        const auto plain = m_client.decode(FileUrl::fromPath(m_folder.write(name, png)));
+        ASSERT_TRUE(plain) << name;
+        EXPECT_EQ(plain->screenRendition().size, (PixelSize{20, 10})) << name;
+    }
 }
 
 TEST_F(Decoding, refusesAFileThatMemoryDoesNotHoldBeforeCopyingIt) {
