@@ -138,7 +138,12 @@ void lookAt(const Look& look, const QStringList& photos, const AppServices& serv
 
     auto* panel = window.findChild<QScrollArea*>();
     const std::string profile = pm.selectedICCProfileID;
-    pm.selectedICCProfileID = "gone";
+    std::vector<ICCProfile> profiles = pm.availableICCProfiles;
+    profiles.push_back({.id = "paper",
+                        .name = "Adobe RGB (1998)",
+                        .path = "/usr/share/color/icc/colord/AdobeRGB1998.icc"});
+    pm.availableICCProfiles = profiles;
+    pm.selectedICCProfileID = "paper";
     settle();
     panel->verticalScrollBar()->setValue(panel->verticalScrollBar()->maximum());
     look.save(window, "image-size-lower-and-rendering");
