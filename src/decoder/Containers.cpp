@@ -29,12 +29,12 @@ std::string_view asText(ByteView bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-std::vector<Block> pngChunks(ByteView file) {
+std::vector<Block> pngChunks(ByteView file, bool withPixels) {
     std::vector<Block> chunks;
     for (std::uint64_t at = 8; at + 12 <= file.size();) {
         const std::uint64_t length = bigEndian(file, at, 4);
         const Block chunk{asText(part(file, at + 4, 4)), part(file, at + 8, length)};
-        if (chunk.name == "IDAT" || length > file.size() - at - 12)
+        if ((chunk.name == "IDAT" && !withPixels) || length > file.size() - at - 12)
             break;
         chunks.push_back(chunk);
         at += 12 + length;

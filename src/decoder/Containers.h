@@ -27,8 +27,8 @@ struct Block {
     ByteView content;
 };
 
-/// The chunks of a PNG (PNG, 5.3) before its first IDAT, as long as they are whole.
-[[nodiscard]] std::vector<Block> pngChunks(ByteView file);
+/// The chunks of a PNG (PNG, 5.3) before its first IDAT, or all, as long as they are whole.
+[[nodiscard]] std::vector<Block> pngChunks(ByteView file, bool withPixels = false);
 
 /// The boxes that `bytes` are a row of (ISO/IEC 14496-12, 4.2); the last one may be cut.
 [[nodiscard]] std::vector<Block> isoBoxes(ByteView bytes);

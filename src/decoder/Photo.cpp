@@ -82,7 +82,7 @@ Photo openWithVips(const PhotoFormat& format, std::span<const std::byte> bytes,
     Photo photo;
     photo.storedSize = {image.width(), image.height()};
     allowPhoto(photo.storedSize, heldBytesAPixel(image, format.kind));
-    photo.orientation = orientationOf(format, image);
+    photo.orientation = orientationOf(format, bytes, image);
     photo.density = densityOf(format, bytes, image, jpeg ? jpeg->jfifDensity : tiff.density);
     const Bytes profile = embeddedProfile(image);
     if (options.screenEdge)

@@ -36,6 +36,24 @@ std::optional<Density> pngDensity(ByteView bytes) {
     return std::nullopt;
 }
 
+// The eXIf chunk may stand behind the pixels, where libvips does not look.
+int pngOrientation(ByteView bytes) {
+    for (const auto& [name, exif] : pngChunks(bytes, true)) {
+        if (name != "eXIf")
+            continue;
+        const bool isLittle = asText(part(exif, 0, 2)) == "II";
+        const auto number = [&, tiff = exif](std::uint64_t at, std::size_t size) {
+            return isLittle ? littleEndian(tiff, at, size) : bigEndian(tiff, at, size);
+        };
+        const std::uint64_t directory = number(4, 4);
+        for (std::uint64_t i = 0; i < number(directory, 2); ++i)
+            if (const auto at = directory + 2 + 12 * i; number(at, 2) == 0x112)
+                return number(at + 8, 2) <= 8 ? std::max(1, static_cast<int>(number(at + 8, 2)))
+                                              : 1;
+    }
+    return 1;
+}
+
 std::string textOf(const vips::VImage& image, const char* field) {
     return image.get_typeof(field) == VIPS_TYPE_REF_STRING ? image.get_string(field) : "";
 }
@@ -165,7 +183,9 @@ const PhotoFormat* formatOf(ByteView bytes) {
     return found == photoFormats().end() ? nullptr : &*found;
 }
 
-int orientationOf(const PhotoFormat& format, const vips::VImage& image) {
+int orientationOf(const PhotoFormat& format, ByteView bytes, const vips::VImage& image) {
+    if (format.kind == PhotoKind::png && image.get_typeof(VIPS_META_ORIENTATION) == 0)
+        return pngOrientation(bytes);
     const bool isStated =
         !format.isTurnedByReader && image.get_typeof(VIPS_META_ORIENTATION) == G_TYPE_INT;
     const int stated = isStated ? image.get_int(VIPS_META_ORIENTATION) : 1;

@@ -17,7 +17,8 @@ namespace lumivert::decoder {
 // not there. `image` is what libvips made of the file.
 
 /// EXIF orientation of the stored pixels; 1 where their reader turns them itself.
-[[nodiscard]] int orientationOf(const PhotoFormat& format, const vips::VImage& image);
+[[nodiscard]] int orientationOf(const PhotoFormat& format, ByteView bytes,
+                                const vips::VImage& image);
 
 /// `ofContainer` is what a JPEG's JFIF or a TIFF's tags state. JPEG alone goes by Exif first.
 [[nodiscard]] Density densityOf(const PhotoFormat& format, ByteView bytes,

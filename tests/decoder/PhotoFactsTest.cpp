@@ -1,6 +1,7 @@
 #include "decoder/PhotoFacts.h"
 
 #include "decoder/Jpeg.h"
+#include "decoder/PlainPhotos.h"
 #include "decoder/Profiles.h"
 #include "decoder/TestPhotos.h"
 #include "decoder/Tiff.h"
@@ -170,11 +171,32 @@ TEST(PhotoFacts, ignoresAnOrientationThatDoesNotExist) {
     }
 }
 
+TEST(PhotoFacts, readsTheOrientationBehindThePixelsOfAPng) {
+    const std::string png = saved(plain8({4, 2}, {9, 9, 9}), ".png");
+    for (const std::uint16_t value : {1, 6, 9}) {
+        const std::string early =
+            test::pngWith(png, {{"eXIf", ExifBuilder{.orientation = value}.bytes()}});
+        const std::string chunk = early.substr(33, early.size() - png.size());
+        const std::string late =
+            png.substr(0, png.size() - 12) + chunk + png.substr(png.size() - 12);
+        for (const std::string& file : {early, late})
+            EXPECT_EQ(test::readRows(file)->size,
+                      value == 6 ? (PixelSize{2, 4}) : (PixelSize{4, 2}))
+                << value;
+        // Cut or changed, it says nothing or something else.
+        for (std::size_t i = 0; i < chunk.size(); ++i) {
+            std::string changed = late;
+            changed[png.size() - 12 + i] ^= '\xff';
+            (void)test::readRows(changed);
+        }
+    }
+}
+
 TEST(PhotoFacts, leavesTurningHeifToItsReader) {
     auto image = plain8({4, 4}, {9, 9, 9}).copy();
     image.set("orientation", 6);
     for (const PhotoFormat& format : photoFormats())
-        EXPECT_EQ(orientationOf(format, image), format.isTurnedByReader ? 1 : 6) << format.name;
+        EXPECT_EQ(orientationOf(format, {}, image), format.isTurnedByReader ? 1 : 6) << format.name;
 }
 
 TEST(PhotoFacts, survivesEveryTruncationAndEveryChangedByteOfExif) {
