@@ -62,7 +62,8 @@ void LumivertApp::openWindow() {
     m_window = std::make_unique<ContentView>(*m_printManager, m_services.platform.dispatcher,
                                              m_services.providersOf, m_services.screens,
                                              m_services.printSystem);
-    // Qt keeps what it restores on a screen, and refuses what was left on one of quite another width.
+    // Qt keeps what it restores on a screen, and refuses what was left on one of quite another
+    // width.
     if (const auto geometry = m_services.platform.preferences.data(geometryKey))
         m_window->restoreGeometry(QByteArray::fromStdString(*geometry));
     QMenu* menu = m_window->applicationMenu();

@@ -117,19 +117,16 @@ bool isWholeDng(ByteView file) {
 
 // Each chunk has a checksum (PNG, 5.3 and 5.4). Libspng, where libvips reads by it, looks at none.
 bool isWholePng(ByteView file) {
-    for (std::uint64_t at = 8; at + 12 <= file.size();) {
-        const std::uint64_t length = bigEndian(file, at, 4);
-        if (length > file.size() - at - 12)
-            break; // cut: the reader knows whether pixels are missing
-        const ByteView checked = part(file, at + 4, 4 + length);
+    for (const auto& [name, content] : pngChunks(file, true)) {
+        const auto at = static_cast<std::uint64_t>(content.data() - file.data());
+        const ByteView checked = part(file, at - 4, 4 + content.size());
         if (::crc32_z(0, reinterpret_cast<const Bytef*>(checked.data()), checked.size()) !=
-            bigEndian(file, at + 8 + length, 4))
+            bigEndian(file, at + content.size(), 4))
             return false;
-        if (asText(checked.first(4)) == "IEND")
+        if (name == "IEND")
             break;
-        at += 12 + length;
     }
-    return true;
+    return true; // of one that is cut the reader knows whether pixels are missing
 }
 
 // GIF89a, 15 to 27: blocks until the first picture's last sub-block; then another one begins.
