@@ -12,9 +12,10 @@ top=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 cd "$top" || exit 1
 
 packages_build=(
-  g++ cmake ninja-build pkg-config qt6-base-dev qt6-svg-dev libvips-dev libheif-dev libjpeg-dev libjxl-dev
-  libraw-dev libtiff-dev libaom-dev libpng-dev libwebp-dev zlib1g-dev liblcms2-dev libopenexr-dev libisal-dev libcups2-dev libseccomp-dev nlohmann-json3-dev
-  libxcb1-dev libgtest-dev libgmock-dev)
+  g++ cmake ninja-build pkg-config qt6-base-dev qt6-svg-dev libvips-dev libheif-dev libjpeg-dev
+  libjxl-dev libraw-dev libtiff-dev libaom-dev libpng-dev libwebp-dev zlib1g-dev liblcms2-dev
+  libopenexr-dev libisal-dev libcups2-dev libseccomp-dev nlohmann-json3-dev libxcb1-dev libgtest-dev
+  libgmock-dev)
 packages_run=(
   zsh cups cups-client cups-filters printer-driver-cups-pdf fonts-dejavu-core qt6-wayland xdg-utils)
 packages_test=(
