@@ -69,7 +69,8 @@ TEST(ChildProcess, tellsHowTheChildEnded) {
 }
 
 TEST(ChildProcess, saysWhyAProgramCannotBeStarted) {
-    EXPECT_FALSE(ChildProcess::start({.path = "/nonexistent", .arguments = {}, .descriptors = {}}));
+    EXPECT_FALSE(
+        ChildProcess::start({.path = "/nonexistent/program", .arguments = {}, .descriptors = {}}));
     EXPECT_EQ(errno, ENOENT);
     EXPECT_FALSE(ChildProcess::start({.path = "/", .arguments = {}, .descriptors = {}}));
     EXPECT_EQ(errno, EACCES);
