@@ -18,6 +18,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QMenu>
+#include <QMenuBar>
 #include <QPalette>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -121,6 +122,14 @@ void lookAt(const Look& look, const QStringList& photos, const AppServices& serv
     look.saveDialog(window, "about");
     for (QDialog* dialog : window.findChildren<QDialog*>())
         dialog->close();
+
+    for (QAction* menu : window.menuBar()->actions()) {
+        menu->menu()->popup(window.mapToGlobal(QPoint(0, 40)));
+        menu->menu()->setActiveAction(menu->menu()->actions().front());
+        settle();
+        look.save(menu->menu()->grab().toImage(), "menu-" + menu->text().remove('&').toLower());
+        menu->menu()->close();
+    }
 
     for (const QString& photo : photos) {
         pm.loadImage(FileUrl::fromPath(photo.toStdString()));

@@ -55,6 +55,16 @@ TEST_F(RightToLeftTest, hasItsTextsAtTheRight) {
     }
 }
 
+TEST_F(RightToLeftTest, hasAnErrorWhereItsOtherTextsAreAndReadsACommandAsItIsTyped) {
+    pm->lastPrintError = "Print failed";
+    pm->lastCUPSCommand = "lp -d Photo";
+    QWidget* error = textShown(*panel, "Print failed");
+    QWidget* command = textShown(*panel, "lp -d Photo");
+    QApplication::processEvents();
+    EXPECT_GE(ink(error).second, error->width() - 3);
+    EXPECT_LE(ink(command).first, 3);
+}
+
 TEST_F(RightToLeftTest, centresTheTextsOfButtonsWithAnIcon) {
     load({600, 400});
     for (const char* style : {"Fusion", "Windows"}) {

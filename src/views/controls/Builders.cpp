@@ -39,7 +39,8 @@ QWidget* stack(QBoxLayout::Direction direction, int spacing, Children children) 
     return holder;
 }
 
-/// The label beside its control, or above it where both do not fit.
+/// The label beside its control, or above it where both do not fit; of all rows in one holder
+/// alike.
 class LabelledRow : public QWidget {
 public:
     LabelledRow(const QString& label, QWidget* control)
@@ -60,20 +61,25 @@ public:
     }
     QSize minimumSizeHint() const override { return {0, sizeHint().height()}; }
     int heightForWidth(int width) const override {
-        return neededWidth() <= width ? sizeHint().height() : nameHeight() + gap + hint().height();
+        return isBeside(width) ? sizeHint().height() : nameHeight() + gapBelow + hint().height();
     }
 
 protected:
     bool event(QEvent* event) override {
         if (event->type() == QEvent::LayoutRequest)
-            updateGeometry();
-        if (event->type() == QEvent::LayoutRequest || event->type() == QEvent::Resize)
+            for (QObject* each : parentWidget()->children())
+                if (auto* row = dynamic_cast<LabelledRow*>(each)) {
+                    row->updateGeometry();
+                    row->place();
+                }
+        if (event->type() == QEvent::Resize)
             place();
         return QWidget::event(event);
     }
 
 private:
     static constexpr int gap = 8;
+    static constexpr int gapBelow = 4; // less than there is to what else is above
 
     [[nodiscard]] QSize hint() const { return m_control->sizeHint(); }
     [[nodiscard]] int nameHeight() const { return m_name->sizeHint().height(); }
@@ -83,14 +89,20 @@ private:
                         m_name->fontMetrics().horizontalAdvance(m_name->text()));
     }
     [[nodiscard]] int neededWidth() const { return nameWidth() + gap + hint().width(); }
+    [[nodiscard]] bool isBeside(int width) const {
+        return std::ranges::all_of(parentWidget()->children(), [width](const QObject* each) {
+            const auto* row = dynamic_cast<const LabelledRow*>(each);
+            return !row || row->neededWidth() <= width;
+        });
+    }
     void place() {
-        const bool isBeside = neededWidth() <= width();
-        const int x = isBeside ? nameWidth() + gap : 0;
-        const int y = isBeside ? (height() - hint().height()) / 2 : nameHeight() + gap;
+        const bool beside = isBeside(width());
+        const int x = beside ? nameWidth() + gap : 0;
+        const int y = beside ? (height() - hint().height()) / 2 : nameHeight() + gapBelow;
         const auto put = [this](QWidget* child, const QRect& place) {
             child->setGeometry(QStyle::visualRect(layoutDirection(), rect(), place));
         };
-        put(m_name, {0, 0, nameWidth(), isBeside ? height() : nameHeight()});
+        put(m_name, {0, 0, nameWidth(), beside ? height() : nameHeight()});
         put(m_control, {x, y, width() - x, hint().height()});
     }
 

@@ -35,7 +35,8 @@ using Children = std::initializer_list<QWidget*>;
 /// The child, `overhang` further to the left than what stands above and below it in its group.
 [[nodiscard]] QWidget* overhanging(int overhang, QWidget* child);
 
-// What has a label stands beside it, or below it where both do not fit.
+// What has a label stands beside it, or below it where both do not fit, or those of another row in
+// the same group do not.
 
 /// A field for a whole number from `least` to `most`, which also bound what is shown. Only a
 /// person's change writes. The labels line up with those of pickers.

@@ -140,8 +140,9 @@ void paintLine(QPainter& painter, const QWidget* widget, const QRect& place,
     // Of a name that is cut the dots stay at its end.
     painter.setLayoutDirection(line.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
     const auto side = QStyle::visualAlignment(widget->layoutDirection(), alignment);
+    // As enabled: some styles draw a line that is not so twice, however the palette tells it.
     widget->style()->drawItemText(&painter, place, side | Qt::AlignAbsolute, widget->palette(),
-                                  widget->isEnabled(), line, role);
+                                  true, line, role);
 }
 
 bool answerWithWhole(QWidget* widget, QEvent* event, const QString& shown, const QString& whole) {
@@ -202,6 +203,13 @@ QWidget* selectableText(TextSource content, TextSize size, Tone tone) {
                      [view](const QSizeF& needed) {
                          view->setFixedHeight(static_cast<int>(std::ceil(needed.height())));
                      });
+    // Prose stands where the program's other texts do, a command as it is read.
+    QTextOption option = view->document()->defaultTextOption();
+    if (size == TextSize::monospacedCaption)
+        option.setTextDirection(Qt::LeftToRight);
+    else if (QApplication::isRightToLeft())
+        option.setAlignment(Qt::AlignRight | Qt::AlignAbsolute);
+    view->document()->setDefaultTextOption(option);
     setTextStyle(view, size, tone);
     whenRefreshed(view, [view, content = std::move(content), shown = QString()]() mutable {
         const QString text = content();

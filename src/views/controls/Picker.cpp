@@ -16,6 +16,7 @@
 #include <QStylePainter>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace lumivert {
@@ -30,6 +31,7 @@ Picker::Picker(std::function<std::vector<PickerItem>()> items, Binding<std::stri
     setSizeAdjustPolicy(AdjustToMinimumContentsLengthWithIcon); // whatever the names
     setMinimumContentsLength(10);
     connect(this, &QComboBox::activated, this, &Picker::choose);
+    whenAppearanceChanges(this, [this] { measureNames(); });
 }
 
 void Picker::refresh() {
@@ -43,6 +45,7 @@ void Picker::refresh() {
             setItemData(count() - 1, plainToolTip(name), Qt::ToolTipRole);
         }
         m_shown = std::move(items);
+        measureNames();
     }
     const auto selected = std::ranges::find(m_shown, m_selection.get(), &PickerItem::id);
     setCurrentIndex(selected == m_shown.end() ? -1 : static_cast<int>(selected - m_shown.begin()));
@@ -54,6 +57,22 @@ void Picker::choose(int index) {
         m_selection.set(id);
     // The model has the last word, also where two items share one id.
     refresh();
+}
+
+void Picker::measureNames() {
+    const QFontMetricsF metrics(font()); // rounded down, the longest would be cut
+    double longest = 0;
+    for (int i = 0; i < count(); ++i)
+        longest = std::max(longest, metrics.horizontalAdvance(itemText(i)));
+    m_longestName = static_cast<int>(std::ceil(longest));
+    // Not updateGeometry(), which tells nobody while it is hidden.
+    if (parentWidget())
+        QCoreApplication::postEvent(parentWidget(), new QEvent(QEvent::LayoutRequest));
+}
+
+QSize Picker::sizeHint() const {
+    const QSize hint = QComboBox::sizeHint();
+    return {std::max(hint.width(), m_longestName + width() - textPlace().width()), hint.height()};
 }
 
 QStyleOptionComboBox Picker::unmirrored() const {

@@ -31,6 +31,8 @@ public:
     /// Shows the items and the selection as they are now, without writing.
     void refresh();
 
+    /// The width at which no name of an item is cut. It may be less, too.
+    QSize sizeHint() const override;
     void showPopup() override;
 
 protected:
@@ -39,6 +41,7 @@ protected:
 
 private:
     void choose(int index);
+    void measureNames();
     /// Without the focus, around which the window draws a ring, and as from left to right.
     [[nodiscard]] QStyleOptionComboBox unmirrored() const;
     [[nodiscard]] QRect textPlace() const;
@@ -47,6 +50,7 @@ private:
     std::function<std::vector<PickerItem>()> m_items;
     Binding<std::string> m_selection;
     std::vector<PickerItem> m_shown;
+    int m_longestName = 0;
 };
 
 /// A row of buttons of which one is down, bound like a Picker; for few and fixed items. They share

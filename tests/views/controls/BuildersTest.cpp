@@ -220,6 +220,54 @@ TEST_F(BuildersTest, pickersStandBelowTheirLabelsWhereTheirChoicesWouldNotBeRead
     EXPECT_GT(box->width(), 200);
 }
 
+TEST_F(BuildersTest, pickersStandBelowTheirLabelsWhereAnyOfTheirNamesWouldBeCut) {
+    Published<std::vector<PickerItem>> names{&model, {{"a", "Short"}}};
+    Published<std::string> choice{&model, "a"};
+    Published<bool> isShown{&model, true};
+    const auto items = [&] { return names.get(); };
+    build(group("Paper", 10,
+                {visibleWhen([&] { return isShown.get(); }, picker("Type", items, binding(choice))),
+                 picker("Size", model.list, model.selection)}));
+    Picker* box = control<Picker>(*root, "Type");
+    const auto isBelow = [&] {
+        refreshed();
+        QApplication::processEvents();
+        const auto below = [&](const char* name) {
+            return control<Picker>(*root, name)->y() > textShown(*root, name)->geometry().bottom();
+        };
+        EXPECT_EQ(below("Size"), below("Type")) << "in one group";
+        return below("Type");
+    };
+    const auto offer = [&](const QString& name) {
+        names = std::vector<PickerItem>{{"a", "Short"}, {"b", name.toStdString()}};
+    };
+    EXPECT_FALSE(isBelow());
+    offer("Of a name as long as the group");
+    EXPECT_TRUE(isBelow()) << "though what is chosen is short";
+    const int height = root->heightForWidth(270);
+    isShown = false;
+    refreshed();
+    offer("B");
+    isShown = true;
+    EXPECT_FALSE(isBelow()) << "as of a list that changed while it was hidden";
+    EXPECT_LT(root->heightForWidth(270), height);
+
+    for (const double points : {8.0, 10.0, 12.0}) {
+        const WithFontSize font(points);
+        QString name = "N";
+        for (offer(name); !isBelow(); offer(name))
+            name += 'n';
+        name.chop(1);
+        offer(name);
+        choice = "b";
+        EXPECT_FALSE(isBelow()) << points;
+        QHelpEvent help(QEvent::ToolTip, {5, 5}, box->mapToGlobal(QPoint(5, 5)));
+        QApplication::sendEvent(box, &help);
+        EXPECT_FALSE(QToolTip::isVisible()) << "cut at " << points;
+        choice = "a";
+    }
+}
+
 TEST_F(BuildersTest, groupIsCalledByItsTitle) {
     auto& box = dynamic_cast<QGroupBox&>(build(group("Paper", 10, {text("x")})));
     EXPECT_EQ(box.title(), "Paper");

@@ -6,10 +6,12 @@
 #include "views/controls/Picker.h"
 #include "views/controls/StepSlider.h"
 
+#include <QHelpEvent>
 #include <QImage>
 #include <QPainter>
 #include <QStyle>
 #include <QStyleFactory>
+#include <QToolTip>
 
 #include <algorithm>
 #include <map>
@@ -268,6 +270,35 @@ TEST_P(StylesTest, pickersShowTheirNamesBesideTheirArrowsInBothDirections) {
             EXPECT_GT(stem, text.height() / 2) << id << " " << (direction == Qt::RightToLeft);
         }
     }
+}
+
+TEST_P(StylesTest, pickersHintIsTheLeastWidthAtWhichNoNameIsCut) {
+    Published<std::string> choice{&model, "long"};
+    const auto items = [] {
+        return std::vector<PickerItem>{{"short", "A4"}, {"long", "Printer Managed (standard)"}};
+    };
+    Picker picker(items, binding(choice));
+    picker.refresh();
+    picker.show();
+    const auto isCut = [&](int width) {
+        picker.resize(width, picker.sizeHint().height());
+        QHelpEvent help(QEvent::ToolTip, {5, 5}, picker.mapToGlobal(QPoint(5, 5)));
+        QApplication::sendEvent(&picker, &help);
+        const bool cut = QToolTip::isVisible();
+        QToolTip::hideText();
+        EXPECT_TRUE(QTest::qWaitFor([] { return !QToolTip::isVisible(); }));
+        return cut;
+    };
+    const int hint = picker.sizeHint().width();
+    EXPECT_FALSE(isCut(hint));
+    EXPECT_TRUE(isCut(hint - 1));
+}
+
+TEST_P(StylesTest, drawsTheNamesOfDisabledSegmentsOnce) {
+    auto* segments = shown<SegmentedPicker>(*root).front();
+    const QImage before = painted(place(segments));
+    segments->setEnabled(false);
+    EXPECT_EQ(painted(place(segments)), before);
 }
 
 INSTANTIATE_TEST_SUITE_P(OfTheMachine, StylesTest, testing::ValuesIn(looks()));
