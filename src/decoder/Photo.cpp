@@ -78,13 +78,22 @@ Photo openWithVips(const PhotoFormat& format, std::span<const std::byte> bytes,
                                                    : load(format, source);
     if (tiff.maskSamples > 0 && !tiff.isForLibtiff && image.bands() > tiff.maskSamples)
         image = image.extract_band(0, VImage::option()->set("n", image.bands() - tiff.maskSamples));
+    const bool isInOrder = !tiff.rows.empty() && !tiff.isForLibtiff &&
+                           tiff.rows.size() == VIPS_IMAGE_SIZEOF_IMAGE(image.get_image());
     const auto jpeg = format.kind == PhotoKind::jpeg ? readJpegMarkers(bytes) : std::nullopt;
     Photo photo;
     photo.storedSize = {image.width(), image.height()};
-    allowPhoto(photo.storedSize, heldBytesAPixel(image, format.kind));
+    allowPhoto(photo.storedSize, isInOrder ? 0 : heldBytesAPixel(image, format.kind));
     photo.orientation = orientationOf(format, bytes, image);
     photo.density = densityOf(format, bytes, image, jpeg ? jpeg->jfifDensity : tiff.density);
     const Bytes profile = embeddedProfile(image);
+    // The loader would copy them, and keep strips of them twice. Nothing is written to them.
+    if (isInOrder)
+        image =
+            VImage::new_from_memory(const_cast<std::byte*>(tiff.rows.data()), tiff.rows.size(),
+                                    image.width(), image.height(), image.bands(), image.format())
+                .copy(VImage::option()->set("interpretation", image.interpretation()));
+    photo.isRandomAccess = isInOrder;
     if (options.screenEdge)
         image = shrunk(format, source, image, *options.screenEdge);
 

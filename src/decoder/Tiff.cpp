@@ -100,6 +100,40 @@ int maskSamples(TIFF* file) {
     return isStated && kinds[0] == EXTRASAMPLE_UNSPECIFIED ? count : 0;
 }
 
+// See TiffFacts::rows.
+ByteView rowsInOrder(TIFF* file, ByteView bytes) {
+    const auto number = [&](std::uint32_t tag) { return field<std::uint16_t>(file, tag); };
+    const auto bits = number(TIFFTAG_BITSPERSAMPLE);
+    const auto photometric = number(TIFFTAG_PHOTOMETRIC);
+    const bool isPlain =
+        !TIFFIsTiled(file) && number(TIFFTAG_COMPRESSION) == COMPRESSION_NONE &&
+        number(TIFFTAG_PLANARCONFIG) == PLANARCONFIG_CONTIG &&
+        number(TIFFTAG_FILLORDER) == FILLORDER_MSB2LSB &&
+        number(TIFFTAG_SAMPLEFORMAT) == SAMPLEFORMAT_UINT &&
+        (bits == 8 || (bits == 16 && !TIFFIsByteSwapped(file))) &&
+        number(TIFFTAG_SAMPLESPERPIXEL) == (photometric == PHOTOMETRIC_MINISBLACK  ? 1
+                                            : photometric == PHOTOMETRIC_RGB       ? 3
+                                            : photometric == PHOTOMETRIC_SEPARATED ? 4
+                                                                                   : 0);
+    if (!isPlain)
+        return {};
+    const auto height = field<std::uint32_t>(file, TIFFTAG_IMAGELENGTH);
+    const auto inStrip = field<std::uint32_t>(file, TIFFTAG_ROWSPERSTRIP);
+    const std::uint64_t first = TIFFGetStrileOffset(file, 0);
+    std::uint64_t end = first;
+    std::uint32_t row = 0;
+    for (std::uint32_t i = 0; i < TIFFNumberOfStrips(file); ++i) {
+        const std::uint32_t rows = std::min(inStrip, height - row);
+        const std::uint64_t size = TIFFVStripSize64(file, rows);
+        if (TIFFGetStrileOffset(file, i) != end || TIFFGetStrileByteCount(file, i) != size)
+            return {};
+        end += size;
+        row += rows;
+    }
+    const ByteView found = part(bytes, first, end - first);
+    return found.size() == end - first && first % 2 == 0 ? found : ByteView();
+}
+
 VImage readYcbcr(TIFF* file) {
     const auto [width, height] = sizeOf(file);
     allowPhoto({width, height}, sizeof(std::uint32_t));
@@ -243,6 +277,8 @@ TiffFacts readTiff(ByteView bytes) {
     facts.isIccLab = photometric == PHOTOMETRIC_ICCLAB;
     facts.isForLibtiff = isUncodedYcbcr(file) || isOfOddDepth(file) || isInPlanesOfTiles(file);
     facts.maskSamples = maskSamples(file);
+    if (facts.maskSamples == 0)
+        facts.rows = rowsInOrder(file, bytes);
     const auto unit = field<std::uint16_t>(file, TIFFTAG_RESOLUTIONUNIT);
     const double perInch = unit == RESUNIT_CENTIMETER ? 2.54 : unit == RESUNIT_INCH ? 1 : 0;
     facts.density =

@@ -20,6 +20,8 @@ struct TiffFacts {
     bool isForLibtiff = false;
     /// Samples at each pixel's end that are neither colours nor alpha.
     int maskSamples = 0;
+    /// All rows, where the file has them one behind the other and as the machine would.
+    ByteView rows;
     std::optional<Density> density;
     /// Where coded pixels lie, and TIFF's number of their coding.
     struct Coded {

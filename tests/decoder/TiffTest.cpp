@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 
 namespace lumivert::decoder {
@@ -11,6 +12,7 @@ namespace {
 
 using lumivert::test::TiffEntry;
 using lumivert::test::TiffWriter;
+using test::asBytes;
 using test::readRows;
 
 enum FieldType { shortField = 3, longField = 4 };
@@ -26,9 +28,13 @@ struct Tiff {
     int orientation = 1;
     int bits = 8;
     int rowsPerStrip = 1;
+    bool isLittleEndian = true;
+    bool isBackwards = false; // the last strip first
+    std::size_t gap = 0;      // bytes behind each strip
+    int excess = 0;           // what the stated size of a strip is too large
 
     [[nodiscard]] std::string bytes() const {
-        const TiffWriter writer(true);
+        const TiffWriter writer(isLittleEndian);
         const auto count = static_cast<std::uint32_t>(height / rowsPerStrip);
         const std::size_t stride = pixels.size() / count;
         const auto number = [&](int value) {
@@ -37,15 +43,21 @@ struct Tiff {
         std::string sizes;
         for (int i = 0; i < samples; ++i)
             sizes += writer.number(static_cast<std::uint64_t>(bits), 2);
+        const auto place = [&](std::size_t strip) {
+            return (isBackwards ? count - 1 - strip : strip) * (stride + gap);
+        };
         const auto offsets = [&](std::size_t at) {
             std::string text;
-            for (std::size_t y = 0; y < count; ++y)
-                text += writer.number(at + y * stride, 4);
+            for (std::size_t strip = 0; strip < count; ++strip)
+                text += writer.number(at + place(strip), 4);
             return text;
         };
         std::string lengths;
-        for (std::size_t y = 0; y < count; ++y)
-            lengths += writer.number(stride, 4);
+        std::string strips((stride + gap) * count, 'g');
+        for (std::size_t strip = 0; strip < count; ++strip) {
+            lengths += number(static_cast<int>(stride) + excess);
+            strips.replace(place(strip), stride, pixels, strip * stride, stride);
+        }
         std::vector<TiffEntry> entries{
             {256, longField, 1, number(width)},
             {257, longField, 1, number(height)},
@@ -60,7 +72,7 @@ struct Tiff {
         };
         entries.insert(entries.end(), more.begin(), more.end());
         entries[5].value = offsets(8 + writer.directory(entries, 8).size());
-        return writer.header() + writer.directory(entries, 8) + pixels;
+        return writer.header() + writer.directory(entries, 8) + strips;
     }
 };
 
@@ -187,6 +199,62 @@ TEST(Tiff, ofYcbcrStandsUprightInItsProfile) {
     const std::array corners{rows->at(0, 0, 1), rows->at(1, 0, 1), rows->at(0, 1, 1),
                              rows->at(1, 1, 1)};
     EXPECT_EQ(corners, (std::array{0x80, 0x20, 0xf0, 0x40}));
+}
+
+TEST(Tiff, isTheSameWhereverItsStripsLie) {
+    Tiff tiff{.width = 12,
+              .height = 8,
+              .samples = 3,
+              .photometric = 2,
+              .pixels = {},
+              .more = {},
+              .rowsPerStrip = 2};
+    for (int i = 0; i < 12 * 8 * 3; ++i)
+        tiff.pixels += static_cast<char>(i * 37 % 251);
+    for (const bool isBackwards : {false, true})
+        for (const std::size_t gap : {0u, 1u, 4u})
+            for (const int excess : {0, 1}) {
+                tiff.isBackwards = isBackwards;
+                tiff.gap = gap;
+                tiff.excess = excess;
+                const auto rows = readRows(tiff.bytes() + "behind");
+                ASSERT_TRUE(rows) << isBackwards << gap << excess;
+                EXPECT_TRUE(std::ranges::equal(rows->samples, asBytes(tiff.pixels)))
+                    << isBackwards << gap << excess;
+            }
+    tiff.excess = -1;
+    EXPECT_FALSE(readRows(tiff.bytes()));
+}
+
+/// Words of both byte orders, upright and turned.
+TEST(Tiff, ofWordsIsTheSameInBothByteOrders) {
+    for (const int orientation : {1, 2, 3, 6, 8}) {
+        std::string little;
+        std::string big;
+        for (int i = 0; i < 6 * 4 * 3; ++i) {
+            const int value = i * 911 % 65536;
+            little += {static_cast<char>(value), static_cast<char>(value >> 8)};
+            big += {static_cast<char>(value >> 8), static_cast<char>(value)};
+        }
+        Tiff tiff{.width = 6,
+                  .height = 4,
+                  .samples = 3,
+                  .photometric = 2,
+                  .pixels = little,
+                  .more = {},
+                  .orientation = orientation,
+                  .bits = 16};
+        const auto rows = readRows(tiff.bytes());
+        tiff.isLittleEndian = false;
+        tiff.pixels = big;
+        ASSERT_TRUE(rows) << orientation;
+        const auto other = readRows(tiff.bytes());
+        ASSERT_TRUE(other) << orientation;
+        EXPECT_EQ(other->samples, rows->samples) << orientation;
+        if (orientation == 1) {
+            EXPECT_TRUE(std::ranges::equal(rows->samples, asBytes(big)));
+        }
+    }
 }
 
 TEST(Tiff, thatBreaksOffInItsStripsDoesNotLoad) {
