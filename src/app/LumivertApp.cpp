@@ -3,6 +3,7 @@
 #include "app/updates/CheckForUpdatesView.h"
 #include "manager/PrintManager.h"
 #include "platform/PreferencesStore.h"
+#include "views/controls/Labels.h"
 
 #include <QEvent>
 #include <QMenu>
@@ -68,8 +69,10 @@ void LumivertApp::openWindow() {
         m_window->restoreGeometry(QByteArray::fromStdString(*geometry));
     QMenu* menu = m_window->applicationMenu();
     QAction* behindAbout = menu->actions().value(1);
-    menu->insertAction(behindAbout, new CheckForUpdatesView(m_updaterController.updater(),
-                                                            m_services.platform.dispatcher, menu));
+    auto* check = new CheckForUpdatesView(m_updaterController.updater(),
+                                          m_services.platform.dispatcher, menu);
+    check->setText(menuText(check->text()));
+    menu->insertAction(behindAbout, check);
     if (m_services.firstWindowPainted)
         new FirstPaint(m_window.get(), m_services.firstWindowPainted);
     m_window->show();

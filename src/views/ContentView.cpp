@@ -9,6 +9,7 @@
 #include "views/controls/Dialogs.h"
 #include "views/controls/Focus.h"
 #include "views/controls/Icons.h"
+#include "views/controls/Labels.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -77,8 +78,13 @@ void ContentView::addMenus() {
     m_applicationMenu->addAction(tr("Quit"), QKeySequence(Qt::CTRL | Qt::Key_Q), qApp,
                                  &QApplication::quit);
 
+    // In which some styles draw a disabled item a second time, beside the first.
+    QPalette palette;
+    palette.setColor(QPalette::Disabled, QPalette::Light, Qt::transparent);
+    m_applicationMenu->setPalette(palette);
+
     QMenu* file = menuBar()->addMenu(tr("&File"));
-    file->addAction(tr("Open Image..."), QKeySequence(Qt::CTRL | Qt::Key_O), this,
+    file->addAction(menuText(tr("Open Image...")), QKeySequence(Qt::CTRL | Qt::Key_O), this,
                     [this] { m_pm.showFileImporter = true; });
     new QShortcut(Qt::Key_F10, this, [this] {
         menuBar()->setActiveAction(m_applicationMenu->menuAction());

@@ -4,6 +4,7 @@
 
 #include <QAbstractButton>
 #include <QPainter>
+#include <QStyleOption>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -47,6 +48,14 @@ protected:
     }
 };
 
+class Bin : public QToolButton {
+protected:
+    void initStyleOption(QStyleOptionToolButton* option) const override {
+        QToolButton::initStyleOption(option);
+        option->state &= ~QStyle::State_HasFocus; // the window draws a ring
+    }
+};
+
 } // namespace
 
 QWidget* presetRow(const PrintPreset& preset, std::function<void()> apply,
@@ -54,7 +63,7 @@ QWidget* presetRow(const PrintPreset& preset, std::function<void()> apply,
     const QString name = QString::fromStdString(preset.name);
     auto* applyButton = new TwoLineButton(name, QString::fromStdString(presetSummary(preset)));
     QObject::connect(applyButton, &QAbstractButton::clicked, applyButton, std::move(apply));
-    auto* bin = new QToolButton;
+    auto* bin = new Bin;
     bin->setAutoRaise(true);
     bin->setIcon(lineIcon(Icon::trash, IconTint::secondary));
     whenAppearanceChanges(bin, [bin] {

@@ -214,6 +214,7 @@ int main(int argc, char** argv) {
         std::cerr << "usage: lumivert_look [--points SIZE] FOLDER [PHOTO...]\n";
         return 2;
     }
+    application.setApplicationVersion("1.2.3");
     const QString folder = photos.takeFirst();
     QDir().mkpath(folder);
     if (parser.isSet(points)) {

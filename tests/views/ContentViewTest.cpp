@@ -156,6 +156,27 @@ TEST_F(ContentViewTest, hasTheApplicationsAndTheFileMenu) {
     EXPECT_EQ(action("Open Image...")->shortcut(), QKeySequence("Ctrl+O"));
 }
 
+TEST_F(ContentViewTest, drawsADisabledItemOfItsMenuOnce) {
+    QMenu* menu = window->applicationMenu();
+    action("Quit")->setEnabled(false);
+    QPalette marked = darkPalette();
+    marked.setColor(QPalette::Light, Qt::magenta);
+    for (const char* style : {"Fusion", "Windows"}) {
+        QApplication::setStyle(style);
+        const WithPalette palette(marked);
+        menu->popup(QPoint());
+        const QImage image =
+            menu->grab(menu->actionGeometry(action("Quit")).adjusted(4, 1, -4, -1)).toImage();
+        menu->close();
+        int second = 0;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                second += image.pixelColor(x, y).blue() > image.pixelColor(x, y).green() + 60;
+        EXPECT_EQ(second, 0) << style;
+    }
+    QApplication::setStyle("Fusion");
+}
+
 TEST_F(ContentViewTest, opensItsMenuByF10) {
     window->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));

@@ -174,6 +174,19 @@ TEST_F(PresetsTest, showTheTrashIconAndCanBeReachedByKeys) {
     EXPECT_TRUE(names().empty());
 }
 
+TEST_F(PresetsTest, leaveTheRingAroundTheirBinToTheWindow) {
+    pm->savePreset("One");
+    QApplication::setStyle("Windows");
+    panel->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(panel.get()));
+    QAbstractButton* bin = button("Delete One");
+    const QImage before = bin->grab().toImage();
+    bin->setFocus(Qt::TabFocusReason);
+    EXPECT_TRUE(bin->hasFocus());
+    EXPECT_EQ(bin->grab().toImage(), before);
+    QApplication::setStyle("Fusion");
+}
+
 TEST_F(PresetsTest, areAskedForByAnAlert) {
     button("Save Current Settings")->click();
     EXPECT_TRUE(pm->showSavePreset);

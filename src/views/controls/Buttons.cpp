@@ -47,12 +47,16 @@ protected:
         QStylePainter painter(this);
         // Styles mirror a label with an icon themselves, and the painter its text once more.
         painter.setLayoutDirection(Qt::LeftToRight);
-        if (!m_prominent || !isEnabled()) {
-            painter.drawControl(QStyle::CE_PushButton, option);
-            return;
+        if (m_prominent && isEnabled()) {
+            option.palette.setColor(QPalette::ButtonText,
+                                    active(palette(), QPalette::HighlightedText));
+            paintRounded(painter, rect(), controlRadius, accentFill(palette(), isDown()));
+        } else {
+            painter.drawControl(QStyle::CE_PushButtonBevel, option);
+            option.rect = style()->subElementRect(QStyle::SE_PushButtonContents, &option, this);
         }
-        option.palette.setColor(QPalette::ButtonText, active(palette(), QPalette::HighlightedText));
-        paintRounded(painter, rect(), controlRadius, accentFill(palette(), isDown()));
+        // In which some styles draw a label a second time, beside the first.
+        option.palette.setColor(QPalette::Light, Qt::transparent);
         painter.drawControl(QStyle::CE_PushButtonLabel, option);
     }
 
@@ -65,13 +69,21 @@ class CheckBox : public QCheckBox {
 public:
     using QCheckBox::QCheckBox;
 
+    QSize sizeHint() const override { return QCheckBox::sizeHint() + QSize(growth(), 0); }
+
 protected:
     void paintEvent(QPaintEvent*) override {
         QStylePainter painter(this);
         QStyleOptionButton option;
         initStyleOption(&option);
-        const QRectF room = style()->subElementRect(QStyle::SE_CheckBoxIndicator, &option, this);
-        option.rect = style()->subElementRect(QStyle::SE_CheckBoxContents, &option, this);
+        const int more = growth();
+        const QRectF room =
+            QRectF(style()->subElementRect(QStyle::SE_CheckBoxIndicator, &option, this))
+                .adjusted(isRightToLeft() ? -more : 0, -more / 2.0, isRightToLeft() ? 0 : more,
+                          more / 2.0);
+        option.rect = style()
+                          ->subElementRect(QStyle::SE_CheckBoxContents, &option, this)
+                          .translated(isRightToLeft() ? -more : more, 0);
         painter.drawControl(QStyle::CE_CheckBoxLabel, option);
 
         // No larger than its text, where the style has room for the pointer around it.
@@ -90,6 +102,13 @@ protected:
                               QPointF(0.78, 0.28) * side};
         painter.translate(box.topLeft());
         painter.drawPolyline(tick.data(), tick.size());
+    }
+
+private:
+    /// How much wider than the style's the mark is beside a large text.
+    [[nodiscard]] int growth() const {
+        const int own = style()->pixelMetric(QStyle::PM_IndicatorWidth, nullptr, this);
+        return std::max(0, fontMetrics().height() * 3 / 4 - own);
     }
 };
 

@@ -2,6 +2,7 @@
 
 #include "views/controls/Builders.h"
 
+#include <QApplication>
 #include <QDialog>
 #include <QLineEdit>
 #include <QPointer>
@@ -42,6 +43,13 @@ QDialog* alert(QWidget* parent, const QString& title, const QString& message,
     layout->addWidget(body);
     if (field) {
         field->setAccessibleName(field->placeholderText());
+        // Not every style tells it from what is typed.
+        whenAppearanceChanges(field, [field] {
+            QPalette palette;
+            palette.setColor(QPalette::PlaceholderText,
+                             colorFor(Tone::secondary, QApplication::palette()));
+            field->setPalette(palette);
+        });
         layout->addWidget(field);
     }
     layout->addSpacing(8);

@@ -81,9 +81,10 @@ protected:
         const QRectF box = contentsRect();
         const bool right = QStyle::visualAlignment(layoutDirection(), alignment()) & Qt::AlignRight;
         const double x = right ? box.right() - layOut(text(), fitted) : box.left();
-        // The baseline of the unfitted font, so that a row's texts stand on one line.
         const QFontMetricsF full(font());
-        const double y = box.top() + (box.height() - full.height()) / 2 + full.ascent();
+        const double y = alignment() & Qt::AlignBaseline
+                             ? box.center().y() - full.height() / 2 + full.ascent()
+                             : box.center().y() + QFontMetricsF(fitted).capHeight() / 2;
 
         QPainter painter(this);
         painter.setFont(fitted);
@@ -135,6 +136,11 @@ QString plainToolTip(const QString& text) {
     return Qt::mightBeRichText(text) ? text.toHtmlEscaped() : text;
 }
 
+QString menuText(const QString& text) {
+    const QChar leftToRightMark(0x200e);
+    return QApplication::isRightToLeft() && !text.isRightToLeft() ? text + leftToRightMark : text;
+}
+
 void paintLine(QPainter& painter, const QWidget* widget, const QRect& place,
                Qt::Alignment alignment, const QString& line, QPalette::ColorRole role) {
     // Of a name that is cut the dots stay at its end.
@@ -174,12 +180,12 @@ QWidget* elidedText(TextSource content, TextSize size, Tone tone, Qt::TextElideM
 QLabel* fittedLabel(const QString& reference, Qt::Alignment alignment) {
     auto* label = new FittedLabel(reference);
     label->setTextFormat(Qt::PlainText);
-    label->setAlignment(alignment | Qt::AlignVCenter);
+    label->setAlignment(alignment);
     return label;
 }
 
 QWidget* numberText(TextSource content, TextSize size, Tone tone) {
-    QLabel* label = styled(fittedLabel({}, Qt::AlignRight), size, tone);
+    QLabel* label = styled(fittedLabel({}, Qt::AlignRight | Qt::AlignBaseline), size, tone);
     label->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     whenRefreshed(label, [label, content] { label->setToolTip(content()); });
     return following(label, std::move(content));

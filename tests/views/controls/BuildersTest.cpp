@@ -11,6 +11,7 @@
 #include <QHelpEvent>
 #include <QImage>
 #include <QLineEdit>
+#include <QPainter>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QStyleOptionButton>
@@ -457,6 +458,29 @@ TEST(FittedLabel, paintsDigitsEquallyWide) {
     };
     for (const char* digits : {"000000", "222222", "777777", "987654"})
         EXPECT_EQ(lastStroke(digits), lastStroke("111111")) << digits;
+}
+
+TEST(MenuText, keepsItsDotsAtItsEndWhereMenusRunFromRightToLeft) {
+    const QString dots = "Open Image...";
+    EXPECT_EQ(menuText(dots), dots);
+    QApplication::setLayoutDirection(Qt::RightToLeft);
+    const QString mirrored = menuText(dots);
+    const QString hebrew = QString::fromUtf8("\u05e9\u05dc\u05d5\u05dd...");
+    EXPECT_EQ(menuText(hebrew), hebrew);
+    QApplication::setLayoutDirection(Qt::LeftToRight);
+    // As menus draw it.
+    const auto painted = [](const QString& text) {
+        QImage image(200, 30, QImage::Format_RGB32);
+        image.fill(Qt::white);
+        QPainter painter(&image);
+        painter.setLayoutDirection(Qt::RightToLeft);
+        painter.drawText(image.rect(), Qt::AlignLeft | Qt::AlignAbsolute, text);
+        return image;
+    };
+    const QImage right = painted(mirrored);
+    const int before = inkColumns(painted("Open Image")).first;
+    EXPECT_EQ(inkColumns(right).first, before) << "no dots before it";
+    EXPECT_NE(inkColumns(painted(dots)).first, before) << "as there are without it";
 }
 
 TEST(PlainToolTip, showsMarkupAsItIs) {

@@ -1,5 +1,6 @@
 #include "views/controls/Dialogs.h"
 
+#include "views/controls/Appearance.h"
 #include "views/controls/ControlFixture.h"
 
 #include <QDialog>
@@ -147,6 +148,21 @@ TEST(Alert, isAcceptedByReturnInItsField) {
     EXPECT_EQ(made->focusWidget(), field);
     QTest::keyClick(field, Qt::Key_Return);
     EXPECT_EQ(made->result(), QDialog::Accepted);
+}
+
+TEST(Alert, tellsItsPlaceholderFromWhatIsTyped) {
+    QPalette alike = darkPalette();
+    alike.setColor(QPalette::PlaceholderText, alike.color(QPalette::Text));
+    const WithPalette palette(alike);
+    auto* field = new QLineEdit;
+    const std::unique_ptr<QDialog> made(alert(nullptr, "Save Preset", "message", "Save", field));
+    const auto color = [field](auto role) { return active(field->palette(), role); };
+    EXPECT_NE(color(QPalette::PlaceholderText), color(QPalette::Text));
+    EXPECT_GE(contrastRatio(color(QPalette::PlaceholderText), color(QPalette::Base)),
+              leastContrast);
+    const WithPalette light(QPalette(QColor(0xef, 0xef, 0xef)));
+    EXPECT_GE(contrastRatio(color(QPalette::PlaceholderText), color(QPalette::Base)),
+              leastContrast);
 }
 
 /// A desktop that has the button that accepts at the right.

@@ -57,6 +57,30 @@ TEST_F(MillimetreRowTest, carriesTheExactValueInItsToolTip) {
     EXPECT_EQ(number()->toolTip(), "215.9 mm");
 }
 
+TEST_F(MillimetreRowTest, hasItsTextsInLineWithItsSlider) {
+    for (const double points : {8.0, 10.0, 16.0}) {
+        const WithFontSize font(points);
+        row.resize(268, row.sizeHint().height());
+        QApplication::processEvents();
+        for (QLabel* label : shown<QLabel>(row)) {
+            const QImage image = label->grab().toImage();
+            int first = image.height();
+            int last = 0;
+            for (int y = 0; y < image.height(); ++y)
+                for (int x = 0; x < 8; ++x) // a capital, and no more
+                    if (const int from = label->text() == "Top:" ? 0 : image.width() - 30;
+                        qGray(image.pixel(from + x, y)) < qGray(image.pixel(0, 0)) - 90) {
+                        first = std::min(first, y);
+                        last = std::max(last, y);
+                    }
+            const double middle = label->y() + (first + last + 1) / 2.0;
+            const QRect slider = row.findChild<StepSlider*>()->geometry();
+            EXPECT_NEAR(middle, slider.y() + slider.height() / 2.0, 1.5)
+                << label->text().toStdString() << " at " << points;
+        }
+    }
+}
+
 TEST_F(MillimetreRowTest, takesALengthThatIsTyped) {
     QTest::mouseDClick(number(), Qt::LeftButton);
     ASSERT_NE(field(), nullptr);

@@ -301,6 +301,50 @@ TEST_P(StylesTest, drawsTheNamesOfDisabledSegmentsOnce) {
     EXPECT_EQ(painted(place(segments)), before);
 }
 
+TEST_P(StylesTest, drawsTheLabelOfAButtonOnce) {
+    // Of what some styles draw it with a second time.
+    QPalette palette = QApplication::palette();
+    palette.setColor(QPalette::Light, Qt::magenta);
+    palette.setColor(QPalette::Midlight, Qt::magenta);
+    const WithPalette marked(palette);
+    for (const bool isEnabled : {true, false})
+        for (const char* name : {"Print", "Refresh"}) {
+            auto* button = control<QAbstractButton>(*root, name);
+            button->setEnabled(isEnabled);
+            const QImage image = painted(inner(place(button)));
+            int second = 0;
+            for (int y = 0; y < image.height(); ++y)
+                for (int x = 0; x < image.width(); ++x) {
+                    const QColor color = image.pixelColor(x, y);
+                    second += std::min(color.red(), color.blue()) > color.green() + 60;
+                }
+            EXPECT_EQ(second, 0) << name << (isEnabled ? "" : ", disabled");
+        }
+}
+
+TEST_P(StylesTest, marksOfTogglesGrowWithTheirTexts) {
+    auto* box = control<QAbstractButton>(*root, "Borderless");
+    const QImage image = painted(place(box));
+    const QRgb accent = accentFill(QApplication::palette()).rgb();
+    const QRgb ground = image.pixel(image.width() - 1, 0);
+    QRect mark;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width() / 3; ++x)
+            if (image.pixel(x, y) == accent)
+                mark |= QRect(x, y, 1, 1);
+    const double scale = GetParam().scale;
+    EXPECT_GE(mark.height(), (box->fontMetrics().height() * 3 / 4 - 4) * scale);
+    EXPECT_NEAR(mark.center().y(), image.height() / 2.0, 2 * scale);
+    int clear = 0; // between the mark's outline and the text
+    for (int x = mark.right() + 1 + static_cast<int>(2 * scale); clear == 0; ++x)
+        for (int y = 0; y < image.height(); ++y)
+            if (clear == 0 && qAbs(qGray(image.pixel(x, y)) - qGray(ground)) > 60)
+                clear = x - mark.right();
+    EXPECT_GE(clear, 4 * scale);
+    EXPECT_GE(box->sizeHint().width(), (mark.right() + clear) / scale +
+                                           box->fontMetrics().horizontalAdvance("Borderless") - 2);
+}
+
 INSTANTIATE_TEST_SUITE_P(OfTheMachine, StylesTest, testing::ValuesIn(looks()));
 
 } // namespace
