@@ -137,7 +137,7 @@ std::string savedBy(const Saving& saving, const Picture& picture) {
         if (saving.suffix != ".tif") {
             test::ExifBuilder exif{.orientation = static_cast<std::uint16_t>(picture.orientation)};
             const std::string block = std::string("Exif\0\0", 6) + exif.bytes();
-            image.set("exif-data", nullptr, const_cast<char*>(block.data()), block.size());
+            vips_image_set_blob_copy(image.get_image(), "exif-data", block.data(), block.size());
         }
     }
     std::string file;

@@ -96,6 +96,8 @@ void PhotoLayer::paint(QPainter& painter, const QRect& photo, const QRect& box) 
         return;
     const Part part{m_pyramid->levelFor(photo.size()), photo.translated(-box.topLeft()),
                     box.size()};
+    if (part.level.isNull())
+        return;
     if (part != m_part) {
         m_part = part;
         m_settled = {};
