@@ -57,7 +57,8 @@ struct Look {
         std::cout << path.toStdString() << "\n";
     }
     void save(QWidget& widget, const QString& name) const {
-        widget.window()->activateWindow();
+        if (widget.windowType() != Qt::Popup) // which would close
+            widget.window()->activateWindow();
         settle();
         if (QWidget* focused = widget.focusWidget(); focused && !qobject_cast<QDialog*>(&widget))
             focused->clearFocus();
