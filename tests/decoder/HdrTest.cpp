@@ -203,19 +203,19 @@ TEST(Hdr, ofAJpegWithAGainMapIsItsBasePicture) {
         saved(plain8({64, 48}, {200, 60, 40}), ".jpg", options()->set("Q", 100));
     const std::string map = saved(plain8({32, 24}, {250}), ".jpg");
     const std::string iso = segment(0xe2, std::string("urn:iso:std:iso:ts:21496:-1\0\0\0\0\0", 32));
-    const std::string xmp = segment(
-        0xe1, std::string("http://ns.adobe.com/xap/1.0/\0", 29) +
-                  "<x:xmpmeta xmlns:x='adobe:ns:meta/'><rdf:RDF "
-                  "xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'><rdf:Description "
-                  "xmlns:Container='http://ns.google.com/photos/1.0/container/' "
-                  "xmlns:Item='http://ns.google.com/photos/1.0/container/item/'>"
-                  "<Container:Directory><rdf:Seq><rdf:li rdf:parseType='Resource'><Container:Item "
-                  "Item:Semantic='Primary' Item:Mime='image/jpeg'/></rdf:li><rdf:li "
-                  "rdf:parseType='Resource'><Container:Item Item:Semantic='GainMap' "
-                  "Item:Mime='image/jpeg' Item:Length='" +
-                  std::to_string(map.size()) +
-                  "'/></rdf:li></rdf:Seq></Container:Directory></rdf:Description></rdf:RDF>"
-                  "</x:xmpmeta>");
+    std::string directory("http://ns.adobe.com/xap/1.0/\0", 29);
+    directory += "<x:xmpmeta xmlns:x='adobe:ns:meta/'><rdf:RDF "
+                 "xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'><rdf:Description "
+                 "xmlns:Container='http://ns.google.com/photos/1.0/container/' "
+                 "xmlns:Item='http://ns.google.com/photos/1.0/container/item/'>"
+                 "<Container:Directory><rdf:Seq><rdf:li rdf:parseType='Resource'><Container:Item "
+                 "Item:Semantic='Primary' Item:Mime='image/jpeg'/></rdf:li><rdf:li "
+                 "rdf:parseType='Resource'><Container:Item Item:Semantic='GainMap' "
+                 "Item:Mime='image/jpeg' Item:Length='";
+    directory += std::to_string(map.size());
+    directory += "'/></rdf:li></rdf:Seq></Container:Directory></rdf:Description></rdf:RDF>"
+                 "</x:xmpmeta>";
+    const std::string xmp = segment(0xe1, directory);
     for (const bool hasIso : {true, false})
         for (const bool hasXmp : {true, false})
             for (const bool hasDirectory : {true, false}) {
