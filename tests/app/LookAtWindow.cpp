@@ -57,8 +57,7 @@ struct Look {
         std::cout << path.toStdString() << "\n";
     }
     void save(QWidget& widget, const QString& name) const {
-        if (widget.windowType() != Qt::Popup) // which would close
-            widget.window()->activateWindow();
+        widget.window()->activateWindow();
         settle();
         if (QWidget* focused = widget.focusWidget(); focused && !qobject_cast<QDialog*>(&widget))
             focused->clearFocus();
@@ -186,7 +185,7 @@ void lookAt(const Look& look, const QStringList& photos, const AppServices& serv
     Picker* types = panel->findChildren<Picker*>().at(2);
     types->showPopup();
     settle();
-    look.save(*types->view()->window(), "choices");
+    look.save(types->view()->window()->grab().toImage(), "choices");
     types->hidePopup();
 
     pm.showConfirmPrint = true;

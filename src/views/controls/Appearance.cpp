@@ -157,9 +157,10 @@ QColor colorFor(Tone tone, const QPalette& palette, QPalette::ColorGroup group) 
 QColor accentFill(const QPalette& palette, bool down) {
     constexpr double downShare = 1.4;
     constexpr double smoothing = 1.1; // which the edges of small letters cost
-    return readableOn(active(palette, QPalette::HighlightedText),
-                      active(palette, QPalette::Highlight),
-                      leastContrast * smoothing * (down ? downShare : 1));
+    const QColor text = active(palette, QPalette::HighlightedText);
+    const QColor fill =
+        readableOn(text, active(palette, QPalette::Highlight), leastContrast * smoothing);
+    return down ? readableOn(text, fill, contrastRatio(text, fill) * downShare) : fill;
 }
 
 QColor partColor(const QPalette& palette) {

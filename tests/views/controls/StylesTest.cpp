@@ -158,6 +158,8 @@ TEST_P(StylesTest, printAndTheChosenSegmentAreFilledAndTheOthersAreNot) {
     EXPECT_EQ(ground("Image Size"), accent);
     EXPECT_NE(ground("Margins"), accent);
     EXPECT_NE(ground("Refresh"), accent);
+    control<QAbstractButton>(*root, "Print")->setDown(true);
+    EXPECT_GE(contrastRatio(ground("Print"), accent), 1.3) << "pressed";
 }
 
 TEST_P(StylesTest, partsOfControlsStandOutFromTheWindow) {
