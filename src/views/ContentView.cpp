@@ -20,9 +20,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QMimeData>
 #include <QPointer>
 #include <QScreen>
@@ -118,21 +116,13 @@ void ContentView::addDialogs() {
 }
 
 void ContentView::showAbout() {
-    // In one text: a message box wraps its second one at a few words.
-    auto* about = new QMessageBox(
-        QMessageBox::NoIcon, tr("About Lumivert"),
-        tr("Lumivert %1\nPrints one photograph at a time, exactly.\n"
-           "Prints through %2.\nLicence: MIT")
-            .arg(QCoreApplication::applicationVersion(), QString::fromStdString(m_printSystem())),
-        QMessageBox::Ok, this);
-    about->setTextFormat(Qt::PlainText);
+    QDialog* about =
+        alert(this, tr("Lumivert %1").arg(QCoreApplication::applicationVersion()),
+              tr("Prints one photograph at a time, exactly.\nPrints through %1.\nLicence: MIT")
+                  .arg(QString::fromStdString(m_printSystem())),
+              tr("OK"), nullptr,
+              QIcon::fromTheme(QGuiApplication::desktopFileName(), lineIcon(Icon::printer)));
     about->setAttribute(Qt::WA_DeleteOnClose);
-    const QIcon icon =
-        QIcon::fromTheme(QGuiApplication::desktopFileName(), lineIcon(Icon::printer));
-    about->setIconPixmap(icon.pixmap(QSize(64, 64), devicePixelRatio()));
-    if (isRightToLeft()) // as the texts of alerts, whatever their own direction is
-        for (QLabel* label : about->findChildren<QLabel*>())
-            label->setAlignment(Qt::AlignRight | Qt::AlignAbsolute | Qt::AlignTop);
     about->open();
 }
 

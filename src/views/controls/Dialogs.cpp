@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QDialog>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPointer>
 #include <QPushButton>
@@ -26,21 +27,27 @@ struct Presentation : QObject {
 } // namespace
 
 QDialog* alert(QWidget* parent, const QString& title, const QString& message,
-               const QString& acceptLabel, QLineEdit* field) {
+               const QString& acceptLabel, QLineEdit* field, const QIcon& icon) {
     auto* dialog = new QDialog(parent);
     dialog->setWindowTitle(title);
     dialog->setAccessibleName(title);
     dialog->setAccessibleDescription(message);
     QWidget* body = paragraph(message, TextSize::body, Tone::primary);
-    body->setMinimumWidth(260);
+    body->setMinimumWidth(20 * body->fontMetrics().height()); // some 45 letters
     // No QDialogButtonBox: it has the desktop's order.
     QWidget* accept = button(acceptLabel, [dialog] { dialog->accept(); });
     QWidget* cancel = button(QDialog::tr("Cancel"), [dialog] { dialog->reject(); });
     auto* layout = new QVBoxLayout(dialog);
     layout->setContentsMargins(20, 18, 20, 16);
     layout->setSpacing(8);
-    layout->addWidget(text(title, TextSize::headline));
-    layout->addWidget(body);
+    QWidget* told = column(8, {text(title, TextSize::headline), body});
+    if (!icon.isNull()) {
+        auto* picture = new QLabel;
+        picture->setPixmap(icon.pixmap(QSize(64, 64), dialog->devicePixelRatio()));
+        told = row(20, {picture, told});
+        cancel->hide();
+    }
+    layout->addWidget(told);
     if (field) {
         field->setAccessibleName(field->placeholderText());
         // Not every style tells it from what is typed.
