@@ -71,9 +71,9 @@ public:
         : m_reference(reference) {}
 
     QSize sizeHint() const override {
-        return {static_cast<int>(std::ceil(layOut(text(), font()))), fontMetrics().height()};
+        return {static_cast<int>(std::ceil(layOut(text(), font()))), neededHeight()};
     }
-    QSize minimumSizeHint() const override { return {0, fontMetrics().height()}; }
+    QSize minimumSizeHint() const override { return {0, neededHeight()}; }
 
 protected:
     void paintEvent(QPaintEvent*) override {
@@ -93,6 +93,13 @@ protected:
     }
 
 private:
+    int neededHeight() const {
+        // With the capitals in the middle descenders need more than there is below a line's.
+        const QFontMetricsF metrics(font());
+        constexpr double rounding = 1; // of the baseline
+        return static_cast<int>(std::ceil(
+            std::max(metrics.height(), metrics.capHeight() + 2 * metrics.descent() + rounding)));
+    }
     QFont fittedFont() const {
         constexpr double least = 0.4;
         constexpr double step = 0.02;

@@ -227,6 +227,25 @@ TEST_P(StylesTest, nothingOverlapsAndNoNameIsCut) {
     EXPECT_GE(segments->width(), segments->sizeHint().width());
 }
 
+TEST_P(StylesTest, cutsNothingOfALabelBeneathItsLine) {
+    QWidget* label = textShown(*root, "Top:");
+    const auto inkHeight = [label] {
+        QImage image(label->size() * GetParam().scale, QImage::Format_RGB32);
+        image.setDevicePixelRatio(GetParam().scale);
+        QPainter painter(&image);
+        label->render(&painter);
+        int rows = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            const QRgb* row = reinterpret_cast<const QRgb*>(image.constScanLine(y));
+            rows += !std::all_of(row, row + image.width(), [row](QRgb p) { return p == row[0]; });
+        }
+        return rows;
+    };
+    const int shown = inkHeight();
+    label->resize(label->size() + QSize(0, 40));
+    EXPECT_EQ(shown, inkHeight());
+}
+
 TEST_P(StylesTest, pickersShowTheirNamesBesideTheirArrowsInBothDirections) {
     Published<std::string> choice{&model, "none"};
     const auto items = [] {
