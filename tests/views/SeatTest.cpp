@@ -95,6 +95,9 @@ protected:
                                                [] { return "CUPS 2.4.2"; });
         window->showFullScreen(); // at the screen's corner, without a frame
         EXPECT_TRUE(QTest::qWaitFor([&] { return window->isActiveWindow(); }));
+        // On the preview's plain ground: some compositors miss the first press of all.
+        pointAt(ground.x(), ground.y());
+        byHand("click 1");
     }
 
     template <class Dialog>
@@ -105,6 +108,7 @@ protected:
         return nullptr;
     }
 
+    const QPoint ground{200, 300};
     QtDispatcher dispatcher;
     std::unique_ptr<ContentView> window;
 };
@@ -152,21 +156,19 @@ TEST_F(SeatTest, isWorkedByThePointer) {
 }
 
 TEST_F(SeatTest, showsTheBusyPointerWithoutAnEvent) {
-    const QPoint place(200, 300); // on the preview's plain ground
-    pointAt(place.x(), place.y());
     QTest::qWait(500);
-    const auto before = shownAround(place);
+    const auto before = shownAround(ground);
     ASSERT_FALSE(before.empty());
     {
         const BusyPointer busy;
         std::vector<std::uint8_t> meanwhile;
         for (int turn = 0; turn < 50 && (meanwhile.empty() || meanwhile == before); ++turn) {
             QThread::msleep(50); // the event loop does not run
-            meanwhile = shownAround(place);
+            meanwhile = shownAround(ground);
         }
         EXPECT_NE(meanwhile, before);
     }
-    EXPECT_TRUE(QTest::qWaitFor([&] { return shownAround(place) == before; }));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return shownAround(ground) == before; }));
 }
 
 TEST_F(SeatTest, takesAFileThatIsDroppedOnIt) {
