@@ -6,6 +6,7 @@
 #include <bit>
 #include <cstdlib>
 #include <new>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -20,14 +21,13 @@ constexpr std::uint32_t planesOfCell = fineSteps / coarseSteps;
 template <std::uint32_t steps>
 constexpr std::array<std::uint32_t, 3> strides{(steps + 1) * (steps + 1), steps + 1, 1};
 
-// Of 65535, at the points where a cell is measured. Of what every fifth plane shows of a kink,
-// every one has a fifth, wherever in the cell it is.
-constexpr int mostCoarseError = 257 / 3;
-constexpr int mostCoarseErrorOfFine = 257 * 2;
-constexpr int mostFineError = 257 * 3 / 8;
-
-// The places along a side where a cell is measured, in twentieths.
-constexpr std::array<std::uint32_t, 5> probes{0, 2, 7, 12, 18};
+// Of 65535. Half a step of 255 is for interpolation, the other half for the rounding to 8 bits. Of
+// a kink's largest error on an edge, four fifths at least show at the planes between a coarse one's
+// ends, and a half at least in the middle of a fine one.
+constexpr int mostCoarseError = 257 * 37 / 100;
+constexpr int mostErrorHalfway = 257 * 28 / 100;
+// A second difference: a kink's largest error is at most half of the larger of its two.
+constexpr int mostBend = 257;
 
 // The bits of a number, each with two zeros above it: those of three coordinates, interleaved, are
 // the place of a point beside its neighbours in every direction (Morton).
@@ -62,8 +62,26 @@ using Pixel = std::array<std::uint16_t, 3>;
 // of 0 is kept as 1.
 using Node = std::atomic<std::uint64_t>;
 
-// What pixels in a cell are interpolated between.
-enum Way : std::uint8_t { unmeasured, coarse, fine, evaluated };
+// Whether pixels in a cell may be interpolated between its corners.
+enum State : std::uint8_t { unmeasured, smooth, rough };
+
+// Of a cell's tetrahedra, in cells: where it begins and where it leads. Where a kink runs through a
+// tetrahedron, interpolation is furthest off on one of its edges.
+struct Edge {
+    std::array<int, 3> from;
+    std::array<int, 3> along;
+};
+
+constexpr auto edges = [] {
+    const auto place = [](int bits) { return std::array{bits >> 2 & 1, bits >> 1 & 1, bits & 1}; };
+    std::array<Edge, 19> result{};
+    std::size_t count = 0;
+    for (int from = 0; from < 8; ++from)
+        for (int along = 1; along < 8; ++along)
+            if ((from & along) == 0)
+                result[count++] = {place(from), place(along)};
+    return result;
+}();
 
 // A tetrahedron's corners and their weights of 65536.
 struct Corners {
@@ -77,8 +95,9 @@ public:
         : m_exact(std::move(exact))
         , m_outChannels(static_cast<std::size_t>(outChannels))
         , m_nodes(untouched<Node>())
+        , m_states(untouched<std::atomic<State>>())
         , m_coarseNodes(std::size_t{coarseSteps + 1} * strides<coarseSteps>[0])
-        , m_ways(m_coarseNodes.size()) {}
+        , m_coarseStates(m_coarseNodes.size()) {}
 
     void convert(const std::uint16_t* in, std::uint8_t* out, std::size_t pixels) const {
         for (std::size_t i = 0; i < 3 * pixels; i += 3) {
@@ -106,18 +125,19 @@ private:
                          : m_nodes[placeOf(point >> 16, point >> 8 & 255, point & 255)];
         std::uint64_t value = node.load(std::memory_order_relaxed);
         if (value == 0) [[unlikely]] {
-            Pixel pixel;
-            for (std::size_t c = 0; c < 3; ++c)
-                pixel[c] = static_cast<std::uint16_t>(planeOf<steps>(point, c) * 257);
-            value = exactly(pixel.data());
+            value = exactly(placeOfPoint<steps>(point).data());
             node.store(value, std::memory_order_relaxed);
         }
         return value;
     }
 
     template <std::uint32_t steps>
-    static std::uint32_t planeOf(std::uint32_t point, std::size_t axis) {
-        return point / strides<steps>[axis] % (steps + 1) * (fineSteps / steps);
+    static Pixel placeOfPoint(std::uint32_t point) {
+        Pixel result;
+        for (std::size_t c = 0; c < 3; ++c)
+            result[c] = static_cast<std::uint16_t>(point / strides<steps>[c] % (steps + 1) *
+                                                   (65535 / steps));
+        return result;
     }
 
     // Sakamoto's tetrahedra: from the cell's low corner, whose number is the cell's, along the axes
@@ -172,61 +192,112 @@ private:
         return (even >> 16 & lanes) | (odd & ~lanes);
     }
 
-    Way measured(std::uint32_t cell) const {
-        int coarseError = 0;
-        int fineError = 0;
-        bool isAtBlack = false;
-        // Every pair of places along two axes once: a kink crosses faces and edges too.
-        for (std::uint32_t i = 0; i < 25; ++i) {
-            const std::array places{probes[i % 5], probes[i / 5], probes[(i + 2 * (i / 5)) % 5]};
-            Pixel pixel;
-            for (std::size_t c = 0; c < 3; ++c) {
-                // Of a point at the last plane no cell begins.
-                const std::uint32_t plane = planeOf<coarseSteps>(cell, c);
-                const std::uint32_t side = plane < fineSteps ? planesOfCell * 257 : 0;
-                pixel[c] = static_cast<std::uint16_t>(plane * 257 + side * places[c] / 20);
+    // So far along an edge, of 65535; none beyond the first plane or the last.
+    static std::optional<Pixel> placeOn(const Edge& edge, const Pixel& corner, int side,
+                                        int along) {
+        Pixel result;
+        for (std::size_t c = 0; c < 3; ++c) {
+            const int place = corner[c] + edge.from[c] * side + edge.along[c] * along;
+            if (place < 0 || place > 65535)
+                return {};
+            result[c] = static_cast<std::uint16_t>(place);
+        }
+        return result;
+    }
+
+    // At a point of the fine grid, so that it serves again.
+    std::uint64_t pointAt(const Pixel& pixel) const {
+        std::uint32_t point = 0;
+        for (std::size_t c = 0; c < 3; ++c)
+            point += pixel[c] / 257u * strides<fineSteps>[c];
+        return valueAt<fineSteps>(point);
+    }
+
+    // What interpolation is off by, in the channel where it is most.
+    template <std::uint32_t steps>
+    int errorAt(const Pixel& pixel, std::uint64_t exact) const {
+        const std::uint64_t value = between<steps>(cornersOf<steps>(pixel.data()));
+        int result = 0;
+        for (std::size_t c = 0; c < m_outChannels; ++c)
+            result = std::max(result, std::abs(channelOf(value, c) - channelOf(exact, c)));
+        return result;
+    }
+
+    // The second difference, in the channel where it is most.
+    int bend(std::uint64_t before, std::uint64_t here, std::uint64_t after) const {
+        int result = 0;
+        for (std::size_t c = 0; c < m_outChannels; ++c)
+            result = std::max(result, std::abs(channelOf(before, c) - 2 * channelOf(here, c) +
+                                               channelOf(after, c)));
+        return result;
+    }
+
+    State measuredCoarse(std::uint32_t cell) const {
+        constexpr int side = planesOfCell * 257;
+        const Pixel corner = placeOfPoint<coarseSteps>(cell);
+        for (const Edge& edge : edges)
+            for (int along = 257; along < side; along += 257)
+                if (const auto place = placeOn(edge, corner, side, along);
+                    place && errorAt<coarseSteps>(*place, pointAt(*place)) > mostCoarseError)
+                    return rough;
+        return smooth;
+    }
+
+    State measuredFine(std::uint32_t cell) const {
+        const Pixel corner = placeOfPoint<fineSteps>(cell);
+        for (const Edge& edge : edges) {
+            const bool isShared = edge.along == std::array{1, 1, 1};
+            std::array<std::optional<Pixel>, 4> places;
+            std::array<std::uint64_t, 4> values{};
+            for (std::size_t i = 0; i < 4; ++i) {
+                places[i] = placeOn(edge, corner, 257, static_cast<int>(i) * 257 - 257);
+                values[i] = places[i] ? pointAt(*places[i]) : 0;
             }
-            const std::uint64_t exact = exactly(pixel.data());
+            if (!places[1] || !places[2])
+                continue;
             // Where light begins, a device's curve may be as steep as it likes; that of inks is
             // not.
             for (std::size_t c = 0; c < m_outChannels && m_outChannels < 4; ++c)
-                isAtBlack = isAtBlack || channelOf(exact, c) <= 1;
-            const auto addError = [&](int& error, std::uint64_t value) {
-                for (std::size_t c = 0; c < m_outChannels; ++c)
-                    error = std::max(error, std::abs(channelOf(value, c) - channelOf(exact, c)));
-            };
-            addError(coarseError, between<coarseSteps>(cornersOf<coarseSteps>(pixel.data())));
-            if (coarseError > mostCoarseError)
-                addError(fineError, between<fineSteps>(cornersOf<fineSteps>(pixel.data())));
+                if ((channelOf(values[1], c) <= 1) != (channelOf(values[2], c) <= 1))
+                    return rough;
+            // What bends as often as there are planes looks straight from plane to plane: the one
+            // edge that all six tetrahedra share is always measured.
+            const bool isStraight = !isShared && places[0] && places[3] &&
+                                    bend(values[0], values[1], values[2]) <= mostBend &&
+                                    bend(values[1], values[2], values[3]) <= mostBend;
+            if (isStraight)
+                continue;
+            const Pixel halfway = *placeOn(edge, corner, 257, 128);
+            if (errorAt<fineSteps>(halfway, exactly(halfway.data())) > mostErrorHalfway)
+                return rough;
         }
-        if (coarseError <= mostCoarseError)
-            return coarse;
-        return coarseError <= mostCoarseErrorOfFine && fineError <= mostFineError && !isAtBlack
-                   ? fine
-                   : evaluated;
+        return smooth;
     }
 
     std::uint64_t interpolated(const std::uint16_t* pixel) const {
-        const Corners corners = cornersOf<coarseSteps>(pixel);
-        std::atomic<Way>& way = m_ways[corners.points[0]];
-        if (way.load(std::memory_order_relaxed) == unmeasured)
-            way.store(measured(corners.points[0]), std::memory_order_relaxed);
-        switch (way.load(std::memory_order_relaxed)) {
-        case coarse:
-            return between<coarseSteps>(corners);
-        case fine:
-            return between<fineSteps>(cornersOf<fineSteps>(pixel));
-        default:
-            return exactly(pixel);
-        }
+        const Corners coarse = cornersOf<coarseSteps>(pixel);
+        std::atomic<State>& coarseState = m_coarseStates[coarse.points[0]];
+        if (coarseState.load(std::memory_order_relaxed) == unmeasured) [[unlikely]]
+            coarseState.store(measuredCoarse(coarse.points[0]), std::memory_order_relaxed);
+        if (coarseState.load(std::memory_order_relaxed) == smooth)
+            return between<coarseSteps>(coarse);
+        const Corners fine = cornersOf<fineSteps>(pixel);
+        const std::uint32_t point = fine.points[0];
+        std::atomic<State>& state = m_states[placeOf(point >> 16, point >> 8 & 255, point & 255)];
+        if (state.load(std::memory_order_relaxed) == unmeasured) [[unlikely]]
+            state.store(measuredFine(point), std::memory_order_relaxed);
+        return state.load(std::memory_order_relaxed) == smooth ? between<fineSteps>(fine)
+                                                               : exactly(pixel);
     }
 
     Convert m_exact;
     std::size_t m_outChannels;
+    // The points of every plane, and the cells that begin at them.
     std::shared_ptr<Node[]> m_nodes;
-    // Every fifth plane's points, close together, and the cells that begin at them.
+    std::shared_ptr<std::atomic<State>[]> m_states;
+    // Those of every fifth plane, close together.
     mutable std::vector<Node> m_coarseNodes;
-    mutable std::vector<std::atomic<Way>> m_ways;
+    mutable std::vector<std::atomic<State>> m_coarseStates;
 };
 
 } // namespace

@@ -180,6 +180,48 @@ TEST(ColorTransform, isWithinOneStepAtTheBorderOfAGamut) {
     }
 }
 
+// A film's log encoding: a table of 256 steps whose light ends at two thirds of the way, next to
+// where it is steepest. Its kinks stand at single planes between the grid's coarse ones.
+Profile filmLog() {
+    std::array<std::uint16_t, 256> light{};
+    const auto lightOf = [](double code) { return std::pow(10, (code - 685) / 300); };
+    for (std::size_t i = 0; i < light.size(); ++i) {
+        const double code = static_cast<double>(i) / 255 * 1023;
+        const double value = (lightOf(code) - lightOf(95)) / (1 - lightOf(95));
+        light[i] = static_cast<std::uint16_t>(std::lround(65535 * std::clamp(value, 0.0, 1.0)));
+    }
+    cmsToneCurve* curve = cmsBuildTabulatedToneCurve16(nullptr, 256, light.data());
+    std::array<cmsToneCurve*, 3> curves{curve, curve, curve};
+    const cmsCIExyYTRIPLE primaries{{0.64, 0.33, 1}, {0.30, 0.60, 1}, {0.15, 0.06, 1}};
+    const cmsCIExyY white{0.3127, 0.3290, 1};
+    Profile result(cmsCreateRGBProfile(&white, &primaries, curves.data()));
+    cmsFreeToneCurve(curve);
+    return result;
+}
+
+TEST(ColorTransform, isWithinOneStepWhereACurveIsSteepAndBreaksOff) {
+    const Profile from = filmLog();
+    // Around the last of the light, in one channel and in all.
+    constexpr std::size_t count = 150'000;
+    std::mt19937 random(11);
+    std::vector<std::uint16_t> in(3 * count);
+    for (std::size_t i = 0; i < in.size(); ++i)
+        in[i] = static_cast<std::uint16_t>(i % 3 == i / 3 % 3 || random() % 4 == 0
+                                               ? 171 * 257 - 1285 + random() % 2570
+                                               : random() % 65536);
+    for (const Space& target : targets())
+        for (const std::uint32_t intent : {1u, 3u}) {
+            const ColorRoute route{from, *target.profile, nullptr, intent};
+            const auto got = convertedTo8(in, 3, route);
+            std::vector<std::uint16_t> expected(got.size());
+            exactConversion(route, 16, 16)(in.data(), expected.data(), count);
+            double worst = 0;
+            for (std::size_t i = 0; i < got.size(); ++i)
+                worst = std::max(worst, std::abs(got[i] - expected[i] / 257.0));
+            EXPECT_LE(worst, 1.0) << target.name << ", intent " << intent;
+        }
+}
+
 // As long as the last step is the only one that cuts off what a device has not: spaces of which
 // primaries are no colours, into each other and into what paper has.
 TEST(ColorTransform, ofUltraWideSpacesNeverWrapsNorClipsWhatTheProfileWouldNot) {
