@@ -45,15 +45,15 @@ void pointAt(int x, int y) {
     byHand(QString("mousemove 1620 20 mousemove %1 %2").arg(x).arg(y));
 }
 
-/// What the compositor shows around a place, pointer included.
-std::vector<std::uint8_t> shownAround(const QPoint& place) {
+/// What the compositor shows there, pointer included.
+std::vector<std::uint8_t> shownIn(const QRect& place) {
     xcb_connection_t* connection = xcb_connect(seat(), nullptr);
     const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
-    const auto x = static_cast<std::int16_t>(place.x() - 32);
-    const auto y = static_cast<std::int16_t>(place.y() - 32);
+    const auto number = [](int n) { return static_cast<std::int16_t>(n); };
     auto* reply = xcb_get_image_reply(
         connection,
-        xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, screen->root, x, y, 64, 64, ~0U),
+        xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, screen->root, number(place.x()),
+                      number(place.y()), number(place.width()), number(place.height()), ~0U),
         nullptr);
     std::vector<std::uint8_t> pixels;
     if (reply) {
@@ -147,6 +147,28 @@ TEST_F(SeatTest, asksAndIsAnsweredByKeys) {
     }
 }
 
+TEST_F(SeatTest, hasTheQuestionOffTheScreenBeforeItWaits) {
+    load({300, 200});
+    pointAt(1590, 990);
+    QTest::qWait(500);
+    const QRect preview(0, 100, 1200, 800);
+    const auto before = shownIn(preview);
+    ASSERT_FALSE(before.empty());
+    pm->showConfirmPrint = true;
+    EXPECT_TRUE(QTest::qWaitFor([&] { return shownIn(preview) != before; }));
+    bool isGone = false;
+    fakes.processes.willRun = [&](const std::string&) {
+        for (int turn = 0; turn < 50 && !isGone; ++turn) {
+            QThread::msleep(50); // the event loop does not run
+            isGone = shownIn(preview) == before;
+        }
+    };
+    EXPECT_TRUE(QTest::qWaitFor([&] { return dialog<QDialog>()->isActiveWindow(); }));
+    byHand("key Return");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !pm->showConfirmPrint; }));
+    EXPECT_TRUE(isGone);
+}
+
 TEST_F(SeatTest, isWorkedByThePointer) {
     auto* borderless = control<QAbstractButton>(*window, "Borderless");
     const QPoint place = borderless->mapTo(window.get(), QPoint(8, borderless->height() / 2));
@@ -157,18 +179,19 @@ TEST_F(SeatTest, isWorkedByThePointer) {
 
 TEST_F(SeatTest, showsTheBusyPointerWithoutAnEvent) {
     QTest::qWait(500);
-    const auto before = shownAround(ground);
+    const QRect around(ground - QPoint(32, 32), QSize(64, 64));
+    const auto before = shownIn(around);
     ASSERT_FALSE(before.empty());
     {
         const BusyPointer busy;
         std::vector<std::uint8_t> meanwhile;
         for (int turn = 0; turn < 50 && (meanwhile.empty() || meanwhile == before); ++turn) {
             QThread::msleep(50); // the event loop does not run
-            meanwhile = shownAround(ground);
+            meanwhile = shownIn(around);
         }
         EXPECT_NE(meanwhile, before);
     }
-    EXPECT_TRUE(QTest::qWaitFor([&] { return shownAround(ground) == before; }));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return shownIn(around) == before; }));
 }
 
 TEST_F(SeatTest, takesAFileThatIsDroppedOnIt) {

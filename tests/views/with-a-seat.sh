@@ -27,7 +27,7 @@ display=$!
 eventually test -s "$run/display"
 LUMIVERT_SEAT=":$(cat "$run/display")"
 export LUMIVERT_SEAT DISPLAY="$LUMIVERT_SEAT"
-printf '[shell]\npanel-position=none\nlocking=false\n' >"$run/weston.ini"
+printf '[shell]\npanel-position=none\nlocking=false\nanimation=none\nclose-animation=none\n' >"$run/weston.ini"
 weston --backend=x11-backend.so --use-pixman --width=1600 --height=1000 --socket=lumivert \
   --idle-time=0 --config="$run/weston.ini" >"$run/log" 2>&1 &
 compositor=$!
