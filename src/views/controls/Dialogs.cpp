@@ -50,6 +50,8 @@ QDialog* alert(QWidget* parent, const QString& title, const QString& message,
     layout->addWidget(told);
     if (field) {
         field->setAccessibleName(field->placeholderText());
+        if (QApplication::isRightToLeft()) // whatever the direction of the keyboard
+            field->setAlignment(Qt::AlignRight | Qt::AlignAbsolute);
         // Not every style tells it from what is typed.
         whenAppearanceChanges(field, [field] {
             QPalette palette;

@@ -150,6 +150,16 @@ TEST(Alert, isAcceptedByReturnInItsField) {
     EXPECT_EQ(made->result(), QDialog::Accepted);
 }
 
+TEST(Alert, hasWhatIsTypedAtTheRightWhereTheProgramRunsFromRightToLeft) {
+    QApplication::setLayoutDirection(Qt::RightToLeft);
+    auto* field = new QLineEdit;
+    const std::unique_ptr<QDialog> made(alert(nullptr, "Save Preset", "message", "Save", field));
+    made->show();
+    field->grab(); // the cursor finds its place in painting
+    QApplication::setLayoutDirection(Qt::LeftToRight);
+    EXPECT_GT(field->inputMethodQuery(Qt::ImCursorRectangle).toRect().right(), field->width() - 20);
+}
+
 TEST(Alert, tellsItsPlaceholderFromWhatIsTyped) {
     QPalette alike = darkPalette();
     alike.setColor(QPalette::PlaceholderText, alike.color(QPalette::Text));
