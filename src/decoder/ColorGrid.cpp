@@ -276,18 +276,20 @@ private:
 
     std::uint64_t interpolated(const std::uint16_t* pixel) const {
         const Corners coarse = cornersOf<coarseSteps>(pixel);
-        std::atomic<State>& coarseState = m_coarseStates[coarse.points[0]];
-        if (coarseState.load(std::memory_order_relaxed) == unmeasured) [[unlikely]]
-            coarseState.store(measuredCoarse(coarse.points[0]), std::memory_order_relaxed);
-        if (coarseState.load(std::memory_order_relaxed) == smooth)
+        const auto stateOf = [](std::atomic<State>& kept, auto measured) {
+            State state = kept.load(std::memory_order_relaxed);
+            if (state == unmeasured) [[unlikely]]
+                kept.store(state = measured(), std::memory_order_relaxed);
+            return state;
+        };
+        const std::uint32_t cell = coarse.points[0];
+        if (stateOf(m_coarseStates[cell], [&] { return measuredCoarse(cell); }) == smooth)
             return between<coarseSteps>(coarse);
         const Corners fine = cornersOf<fineSteps>(pixel);
         const std::uint32_t point = fine.points[0];
-        std::atomic<State>& state = m_states[placeOf(point >> 16, point >> 8 & 255, point & 255)];
-        if (state.load(std::memory_order_relaxed) == unmeasured) [[unlikely]]
-            state.store(measuredFine(point), std::memory_order_relaxed);
-        return state.load(std::memory_order_relaxed) == smooth ? between<fineSteps>(fine)
-                                                               : exactly(pixel);
+        const State state = stateOf(m_states[placeOf(point >> 16, point >> 8 & 255, point & 255)],
+                                    [&] { return measuredFine(point); });
+        return state == smooth ? between<fineSteps>(fine) : exactly(pixel);
     }
 
     Convert m_exact;
