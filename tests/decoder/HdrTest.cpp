@@ -202,28 +202,46 @@ TEST(Hdr, ofAJpegWithAGainMapIsItsBasePicture) {
     const std::string base =
         saved(plain8({64, 48}, {200, 60, 40}), ".jpg", options()->set("Q", 100));
     const std::string map = saved(plain8({32, 24}, {250}), ".jpg");
-    const std::string iso = segment(0xe2, std::string("urn:iso:std:iso:ts:21496:-1\0\0\0\0\0", 32));
-    std::string directory("http://ns.adobe.com/xap/1.0/\0", 29);
-    directory += "<x:xmpmeta xmlns:x='adobe:ns:meta/'><rdf:RDF "
-                 "xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'><rdf:Description "
-                 "xmlns:Container='http://ns.google.com/photos/1.0/container/' "
-                 "xmlns:Item='http://ns.google.com/photos/1.0/container/item/'>"
-                 "<Container:Directory><rdf:Seq><rdf:li rdf:parseType='Resource'><Container:Item "
-                 "Item:Semantic='Primary' Item:Mime='image/jpeg'/></rdf:li><rdf:li "
-                 "rdf:parseType='Resource'><Container:Item Item:Semantic='GainMap' "
-                 "Item:Mime='image/jpeg' Item:Length='";
-    directory += std::to_string(map.size());
-    directory += "'/></rdf:li></rdf:Seq></Container:Directory></rdf:Description></rdf:RDF>"
-                 "</x:xmpmeta>";
-    const std::string xmp = segment(0xe1, directory);
+    const std::string isoName("urn:iso:std:iso:ts:21496:-1\0", 28);
+    const std::string isoVersion = segment(0xe2, isoName + std::string(4, '\0'));
+    const std::string isoOfMap = segment(0xe2, isoName + gainMapMetadata());
+    const auto xmp = [](const std::string& description) {
+        return segment(0xe1, std::string("http://ns.adobe.com/xap/1.0/\0", 29) +
+                                 "<x:xmpmeta xmlns:x='adobe:ns:meta/'><rdf:RDF "
+                                 "xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'>"
+                                 "<rdf:Description "
+                                 "xmlns:hdrgm='http://ns.adobe.com/hdr-gain-map/1.0/' "
+                                 "hdrgm:Version='1.0' " +
+                                 description + "</rdf:RDF></x:xmpmeta>");
+    };
+    const std::string xmpOfMap =
+        xmp("hdrgm:GainMapMin='0' hdrgm:GainMapMax='2' hdrgm:Gamma='1' hdrgm:OffsetSDR='0.015625' "
+            "hdrgm:OffsetHDR='0.015625' hdrgm:HDRCapacityMin='0' hdrgm:HDRCapacityMax='2' "
+            "hdrgm:BaseRenditionIsHDR='False'/>");
+    const std::string item = "<rdf:li rdf:parseType='Resource'><Container:Item "
+                             "Item:Mime='image/jpeg' Item:Semantic='";
+    const std::string itemEnd = "'/></rdf:li>";
     for (const bool hasIso : {true, false})
         for (const bool hasXmp : {true, false})
             for (const bool hasDirectory : {true, false}) {
-                std::string head = (hasIso ? iso : "") + (hasXmp ? xmp : "");
-                const std::string second = hasIso ? withSegments(map, iso) : map;
-                const std::size_t size = base.size() + head.size();
-                if (hasDirectory)
-                    head += segment(0xe2, multiPicture(size, second.size(), size));
+                const std::string second =
+                    withSegments(map, (hasXmp ? xmpOfMap : "") + (hasIso ? isoOfMap : ""));
+                std::string head;
+                if (hasXmp)
+                    head = xmp("xmlns:Container='http://ns.google.com/photos/1.0/container/' "
+                               "xmlns:Item='http://ns.google.com/photos/1.0/container/item/'>"
+                               "<Container:Directory><rdf:Seq>" +
+                               item + "Primary" + itemEnd + item + "GainMap' Item:Length='" +
+                               std::to_string(second.size()) + itemEnd +
+                               "</rdf:Seq></Container:Directory></rdf:Description>");
+                head += hasIso ? isoVersion : "";
+                if (hasDirectory) {
+                    // The second picture's place counts from the directory's own byte order mark.
+                    const std::size_t mark = 2 + head.size() + 4 + 4;
+                    const std::size_t first =
+                        base.size() + head.size() + segment(0xe2, multiPicture(0, 0, 0)).size();
+                    head += segment(0xe2, multiPicture(first, second.size(), first - mark));
+                }
                 const std::string file = withSegments(base, head) + second;
                 const auto rows = readRows(file);
                 ASSERT_TRUE(rows);
@@ -231,6 +249,7 @@ TEST(Hdr, ofAJpegWithAGainMapIsItsBasePicture) {
                 expectNear(outcome(file), {3, 8, {200, 60, 40}}, 2);
                 const auto screen = readRendition(file, 64);
                 ASSERT_TRUE(screen);
+                EXPECT_EQ(screen->size, rows->size);
                 EXPECT_NEAR(static_cast<int>(screen->words.front() >> 16 & 255), 200, 2);
             }
     // As does a stereo camera's file of two pictures of the same size.

@@ -189,6 +189,14 @@ std::string nclxBox(const HeifPhoto& photo) {
 
 } // namespace
 
+std::string gainMapMetadata() {
+    std::string result = number(0, 4) + number(0, 1); // versions, flags
+    // Fractions: the headroom of both pictures; the gain from and to, its gamma, both offsets.
+    for (const std::uint64_t value : {0, 1, 2, 1, 0, 1, 2, 1, 1, 1, 1, 64, 1, 64})
+        result += number(value, 4);
+    return result;
+}
+
 std::optional<std::string> HeifPhoto::bytes() const {
     const auto picture = coded(*this);
     HeifPhoto map;
@@ -217,9 +225,8 @@ std::optional<std::string> HeifPhoto::bytes() const {
         {type, false, picture->data, {whole, picture->configuration, nclxBox(*this)}}};
     if (!profile.empty())
         items[0].properties.push_back(box("colr", "prof" + std::string(asText(profile))));
-    if (quarterTurns != 0)
-        items[0].properties.push_back(
-            box("irot", number(static_cast<std::uint64_t>(quarterTurns), 1)));
+    for (const auto& [name, value] : turns)
+        items[0].properties.push_back(box(name, number(value, 1)));
     std::string references;
     std::string groups;
     if (gainMap != none)
@@ -229,17 +236,15 @@ std::optional<std::string> HeifPhoto::bytes() const {
             fullBox("auxC", 0, 0, std::string("urn:example:aux:gainmap\0", 24)));
         references = box("auxl", number(2, 2) + number(1, 2) + number(1, 2));
     } else if (gainMap == toneMap) {
-        // Its parameters (ISO 21496-1, annex C): version 0, one channel, a boost of 2 stops.
-        std::string boost;
-        for (const int value : {0, 1, 2, 1, 0, 1, 2, 1, 1, 1, 1, 64, 1, 64})
-            boost += number(static_cast<std::uint64_t>(value), 4);
-        items.push_back({"tmap",
-                         false,
-                         number(0, 1) + number(0, 4) + number(0, 1) + boost,
-                         {whole, nclxBox(*this)}});
+        items.push_back({"tmap", false, number(0, 1) + gainMapMetadata(), {whole, nclxBox(*this)}});
         references = box("dimg", number(3, 2) + number(2, 2) + number(1, 2) + number(2, 2));
         groups = box("grpl", fullBox("altr", 0, 0,
                                      number(9, 4) + number(2, 4) + number(3, 4) + number(1, 4)));
+    }
+
+    if (!exif.empty()) {
+        items.push_back({"Exif", true, number(6, 4) + std::string("Exif\0\0", 6) + exif, {}});
+        references += box("cdsc", number(items.size(), 2) + number(1, 2) + number(1, 2));
     }
 
     const auto metaAt = [&](std::size_t dataAt) {
@@ -256,12 +261,10 @@ std::optional<std::string> HeifPhoto::bytes() const {
             associations += id + number(item.properties.size(), 1);
             for (const std::string& content : item.properties) {
                 properties += content;
-                associations += number(++property | (content.substr(4, 4) == "irot" ||
-                                                             content.substr(4, 4) == "hvcC" ||
-                                                             content.substr(4, 4) == "av1C"
-                                                         ? 0x80
-                                                         : 0),
-                                       1);
+                const std::string name = content.substr(4, 4);
+                const bool isEssential =
+                    name == "irot" || name == "imir" || name == "hvcC" || name == "av1C";
+                associations += number(++property | (isEssential ? 0x80 : 0), 1);
             }
             locations +=
                 id + number(0, 2) + number(1, 2) + number(dataAt, 4) + number(item.data.size(), 4);

@@ -7,8 +7,13 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace lumivert::decoder::test {
+
+/// ISO 21496-1, annex C.2: one channel, a boost of two stops.
+[[nodiscard]] std::string gainMapMetadata();
 
 /// A photo in HEIF's container (ISO/IEC 23008-12): coded by libaom or libheif's encoder of HEVC, in
 /// 4:2:0, and boxed here.
@@ -26,8 +31,11 @@ struct HeifPhoto {
     bool isFullRange = true;
     /// A `colr` box of type prof beside it.
     Bytes profile = {};
-    /// Counterclockwise, in the file's `irot` box.
-    int quarterTurns = 0;
+    /// The boxes that turn it, in the order of their application: `irot` with quarter turns
+    /// counterclockwise, `imir` with 0 to exchange top and bottom, 1 for left and right.
+    std::vector<std::pair<std::string, std::uint64_t>> turns = {};
+    /// A TIFF structure in an item of Exif.
+    std::string exif = {};
     /// The major brand.
     std::string brand = "mif1";
     enum GainMap {

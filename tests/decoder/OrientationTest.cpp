@@ -1,3 +1,4 @@
+#include "decoder/HeifPhotos.h"
 #include "decoder/Strips.h"
 #include "decoder/TestPhotos.h"
 
@@ -82,6 +83,60 @@ TEST(Orientation, makesPngAndWebpUpright) {
             const auto [x, y] = uprightPlace(0, stored.width - 1, orientation);
             EXPECT_EQ(rows->at(x, y, 0), sampleOf(stored.width - 1, 0));
         }
+}
+
+// ISO/IEC 23008-12: the boxes hold, in the order of the picture's properties. The two orders of a
+// quarter turn and an exchange end in different orientations.
+TEST(Orientation, ofHeifIsThatOfItsBoxesInTheirOrderWhateverItsExifSays) {
+    using Turns = std::vector<std::pair<std::string, std::uint64_t>>;
+    const std::vector<std::pair<Turns, int>> orientations{
+        {{}, 1},
+        {{{"imir", 1}}, 2},
+        {{{"irot", 2}}, 3},
+        {{{"imir", 0}}, 4},
+        {{{"irot", 1}, {"imir", 0}}, 5},
+        {{{"imir", 1}, {"irot", 1}}, 5},
+        {{{"irot", 3}}, 6},
+        {{{"irot", 1}, {"imir", 1}}, 7},
+        {{{"imir", 0}, {"irot", 1}}, 7},
+        {{{"irot", 1}}, 8},
+    };
+    constexpr int block = 32;
+    int made = 0;
+    for (const bool isAv1 : {true, false})
+        for (const auto& [turns, orientation] : orientations)
+            for (const int ofExif : {0, 1, 6, 7}) {
+                test::HeifPhoto photo{.isAv1 = isAv1, .bits = 8, .color = [](int x, int y) {
+                                          const double grey = sampleOf(x / block, y / block) / 50.0;
+                                          return std::array{grey, grey, grey};
+                                      }};
+                photo.size = {stored.width * block, stored.height * block};
+                photo.turns = turns;
+                if (ofExif != 0)
+                    photo.exif =
+                        test::ExifBuilder{.orientation = static_cast<std::uint16_t>(ofExif)}
+                            .bytes();
+                const auto file = photo.bytes();
+                if (!file)
+                    continue;
+                SCOPED_TRACE(std::to_string(orientation) + ", Exif " + std::to_string(ofExif));
+                const auto rows = test::readRows(*file);
+                const auto screen = test::readRendition(*file, stored.width * block);
+                ASSERT_TRUE(rows && screen);
+                const PixelSize upright = uprightSize(orientation);
+                const PixelSize pixels{upright.width * block, upright.height * block};
+                ASSERT_EQ(rows->size, pixels);
+                ASSERT_EQ(screen->size, pixels);
+                for (int row = 0; row < stored.height; ++row)
+                    for (int column = 0; column < stored.width; ++column) {
+                        const auto [x, y] = uprightPlace(row, column, orientation);
+                        EXPECT_NEAR(rows->at(x * block + block / 2, y * block + block / 2, 0),
+                                    sampleOf(column, row) * 255 / 50.0, 2.5);
+                    }
+                ++made;
+            }
+    if (made == 0)
+        GTEST_SKIP() << "libheif has no encoder here";
 }
 
 TEST(Orientation, cropsTheUprightPhoto) {
