@@ -1,3 +1,8 @@
+# What libraries that are not built for it do inside memcpy() and free() is theirs. A QProcess begins
+# in its parent's memory, which then counts as forked.
+string(CONCAT tsan_options "TSAN_OPTIONS=suppressions=${CMAKE_CURRENT_LIST_DIR}/tsan.supp:"
+  "ignore_noninstrumented_modules=1:die_after_fork=0")
+
 # The environment that every test runs in: nothing of the machine's or the user's leaks in.
 set(LUMIVERT_TEST_ENVIRONMENT
   "QT_QPA_PLATFORM=offscreen:configfile=${CMAKE_CURRENT_LIST_DIR}/screen.json"
@@ -7,8 +12,7 @@ set(LUMIVERT_TEST_ENVIRONMENT
   # A wrapped strndup() takes text without an end, which libxkbcommon has, for a mistake.
   "ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1:intercept_strndup=0"
   "LSAN_OPTIONS=suppressions=${CMAKE_CURRENT_LIST_DIR}/lsan.supp:print_suppressions=0"
-  # What libraries that are not built for it do inside memcpy() and free() is theirs.
-  "TSAN_OPTIONS=suppressions=${CMAKE_CURRENT_LIST_DIR}/tsan.supp:ignore_noninstrumented_modules=1"
+  "${tsan_options}"
   "UBSAN_OPTIONS=print_stacktrace=1")
 
 # lumivert_test(NAME sources...): a GoogleTest program `NAME`. Link what it tests with
