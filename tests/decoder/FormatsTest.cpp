@@ -1,4 +1,5 @@
 #include "decoder/Jpeg.h"
+#include "decoder/JxlPhotos.h"
 #include "decoder/PhotoFacts.h"
 #include "decoder/PlainPhotos.h"
 #include "decoder/Profiles.h"
@@ -169,6 +170,13 @@ TEST(Formats, readWebp) {
     expectNear(
         outcome(saved(plain8(small, {200, 60, 40}), ".webp", options()->set("lossless", true))),
         {3, 8, {200, 60, 40}}, 1);
+}
+
+TEST(Formats, readAJpegThatJpegXlRecompressed) {
+    const std::string jpeg = saved(plain8(small, {200, 60, 40}), ".jpg", options()->set("Q", 100));
+    const std::string file = recompressed(jpeg);
+    ASSERT_NE(file.find("jbrd"), std::string::npos);
+    expectNear(outcome(file), {3, 8, {200, 60, 40}}, 3);
 }
 
 TEST(Formats, readHeicWhereAnEncoderIsThereToMakeOne) {

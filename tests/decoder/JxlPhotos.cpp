@@ -7,9 +7,30 @@
 #include <vector>
 
 namespace lumivert::decoder::test {
+namespace {
+
+using Encoder = std::unique_ptr<JxlEncoder, decltype(&JxlEncoderDestroy)>;
+
+Encoder newEncoder() {
+    return {JxlEncoderCreate(nullptr), &JxlEncoderDestroy};
+}
+
+// What the encoder makes of all that it was given.
+std::string fileOf(const Encoder& encoder) {
+    JxlEncoderCloseInput(encoder.get());
+    std::string file(1 << 16, '\0');
+    auto* to = reinterpret_cast<std::uint8_t*>(file.data());
+    std::size_t room = file.size();
+    if (JxlEncoderProcessOutput(encoder.get(), &to, &room) != JXL_ENC_SUCCESS)
+        return {};
+    file.resize(file.size() - room);
+    return file;
+}
+
+} // namespace
+
 std::string JxlPhoto::bytes() const {
-    const std::unique_ptr<JxlEncoder, decltype(&JxlEncoderDestroy)> encoder(
-        JxlEncoderCreate(nullptr), &JxlEncoderDestroy);
+    const Encoder encoder = newEncoder();
     JxlBasicInfo info;
     JxlEncoderInitBasicInfo(&info);
     info.xsize = static_cast<std::uint32_t>(size.width);
@@ -36,14 +57,16 @@ std::string JxlPhoto::bytes() const {
             for (const double value : color(x, y))
                 samples.push_back(static_cast<std::uint16_t>(std::lround(65535 * value)));
     JxlEncoderAddImageFrame(settings, &format, samples.data(), 2 * samples.size());
-    JxlEncoderCloseInput(encoder.get());
-    std::string file(1 << 16, '\0');
-    auto* to = reinterpret_cast<std::uint8_t*>(file.data());
-    std::size_t room = file.size();
-    if (JxlEncoderProcessOutput(encoder.get(), &to, &room) != JXL_ENC_SUCCESS)
-        return {};
-    file.resize(file.size() - room);
-    return file;
+    return fileOf(encoder);
+}
+
+std::string recompressed(const std::string& jpeg) {
+    const Encoder encoder = newEncoder();
+    JxlEncoderUseContainer(encoder.get(), JXL_TRUE);
+    JxlEncoderStoreJPEGMetadata(encoder.get(), JXL_TRUE);
+    JxlEncoderAddJPEGFrame(JxlEncoderFrameSettingsCreate(encoder.get(), nullptr),
+                           reinterpret_cast<const std::uint8_t*>(jpeg.data()), jpeg.size());
+    return fileOf(encoder);
 }
 
 } // namespace lumivert::decoder::test

@@ -26,4 +26,8 @@ struct JxlPhoto {
     [[nodiscard]] std::string bytes() const;
 };
 
+/// A JPEG as libjxl keeps it, from whose file the very JPEG could be had again. Empty where it does
+/// not.
+[[nodiscard]] std::string recompressed(const std::string& jpeg);
+
 } // namespace lumivert::decoder::test
