@@ -206,13 +206,13 @@ TEST(Hdr, ofAJpegWithAGainMapIsItsBasePicture) {
     const std::string isoVersion = segment(0xe2, isoName + std::string(4, '\0'));
     const std::string isoOfMap = segment(0xe2, isoName + gainMapMetadata());
     const auto xmp = [](const std::string& description) {
-        return segment(0xe1, std::string("http://ns.adobe.com/xap/1.0/\0", 29) +
-                                 "<x:xmpmeta xmlns:x='adobe:ns:meta/'><rdf:RDF "
-                                 "xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'>"
-                                 "<rdf:Description "
-                                 "xmlns:hdrgm='http://ns.adobe.com/hdr-gain-map/1.0/' "
-                                 "hdrgm:Version='1.0' " +
-                                 description + "</rdf:RDF></x:xmpmeta>");
+        std::string text("http://ns.adobe.com/xap/1.0/\0", 29);
+        text += "<x:xmpmeta xmlns:x='adobe:ns:meta/'><rdf:RDF "
+                "xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'><rdf:Description "
+                "xmlns:hdrgm='http://ns.adobe.com/hdr-gain-map/1.0/' hdrgm:Version='1.0' ";
+        text += description;
+        text += "</rdf:RDF></x:xmpmeta>";
+        return segment(0xe1, text);
     };
     const std::string xmpOfMap =
         xmp("hdrgm:GainMapMin='0' hdrgm:GainMapMax='2' hdrgm:Gamma='1' hdrgm:OffsetSDR='0.015625' "
