@@ -156,8 +156,8 @@ bool serve(int socket, const Request& request, std::vector<Descriptor> descripto
     return true;
 }
 
-// Reduced for the screen, a photo of 400 megapixels is read 463 rows at a time for libvips' own
-// strips of 16, and since 8.16 it touches all that it allocates for them: 116 MB a thread.
+// Reducing a photo of 400 megapixels for the screen, libvips makes strips of 16 rows out of
+// hundreds. It allocates 116 MB a thread for that, and since 8.16 touches all of it.
 void takeLowStrips() {
     GOptionContext* context = g_option_context_new(nullptr);
     GOptionGroup* group = g_option_group_new("vips", "", "", nullptr, nullptr);
