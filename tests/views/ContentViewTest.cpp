@@ -67,10 +67,7 @@ protected:
     }
     template <class Dialog>
     Dialog* dialog() {
-        for (Dialog* found : window->findChildren<Dialog*>())
-            if (found->isVisible())
-                return found;
-        return nullptr;
+        return visibleOf<Dialog>(*window);
     }
     QAction* action(const QString& text) {
         for (QAction* found : window->findChildren<QAction*>())

@@ -102,10 +102,7 @@ protected:
 
     template <class Dialog>
     Dialog* dialog() {
-        for (Dialog* found : window->findChildren<Dialog*>())
-            if (found->isVisible())
-                return found;
-        return nullptr;
+        return visibleOf<Dialog>(*window);
     }
 
     const QPoint ground{200, 300};

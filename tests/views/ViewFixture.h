@@ -29,6 +29,15 @@ protected:
         pm->loadImage(FileUrl::fromPath(path));
     }
 
+    /// The window's dialog of that kind that is on the screen.
+    template <class Dialog>
+    static Dialog* visibleOf(const QWidget& window) {
+        for (Dialog* found : window.findChildren<Dialog*>())
+            if (found->isVisible())
+                return found;
+        return nullptr;
+    }
+
     fakes::FakePlatform fakes;
     std::unique_ptr<PrintManager> pm;
 };
