@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <new>
 #include <optional>
+#include <random>
 #include <utility>
 #include <vector>
 
@@ -17,17 +18,22 @@ constexpr std::uint32_t fineSteps = 255;
 constexpr std::uint32_t coarseSteps = 51;
 constexpr std::uint32_t planesOfCell = fineSteps / coarseSteps;
 
-// What a point's number grows by along each axis.
-template <std::uint32_t steps>
-constexpr std::array<std::uint32_t, 3> strides{(steps + 1) * (steps + 1), steps + 1, 1};
-
 // Of 65535. Half a step of 255 is for interpolation, the other half for the rounding to 8 bits. Of
-// a kink's largest error on an edge, four fifths at least show at the planes between a coarse one's
-// ends, and a half at least in the middle of a fine one.
-constexpr int mostCoarseError = 257 * 37 / 100;
-constexpr int mostErrorHalfway = 257 * 28 / 100;
-// A second difference: a kink's largest error is at most half of the larger of its two.
-constexpr int mostBend = 257;
+// a kink's largest error, four fifths at least show at the planes between a coarse cell's ends, or
+// at the quarters of a fine one's edge. Errors up to the slight ones are no sign of a kink.
+constexpr int mostCoarseError = 257 * 33 / 100;
+constexpr int slightCoarseError = 257 * 24 / 100;
+constexpr int mostFineError = 257 * 38 / 100;
+constexpr int slightFineError = 257 * 20 / 100;
+// Second differences. A kink's largest error is at most half of the larger of its two; where a
+// table jumps to and fro, two of opposite signs hide what is between them.
+constexpr int mostBend = 200;
+constexpr int mostZigzag = 80;
+
+// Cells that are measured to judge a conversion by, and how many of them may be rough: at most 20
+// are with tables that a profiling program makes, 33 to 57 with one that jumps from point to point.
+constexpr int trials = 64;
+constexpr int mostRough = 25;
 
 // The bits of a number, each with two zeros above it: those of three coordinates, interleaved, are
 // the place of a point beside its neighbours in every direction (Morton).
@@ -62,15 +68,24 @@ using Pixel = std::array<std::uint16_t, 3>;
 // of 0 is kept as 1.
 using Node = std::atomic<std::uint64_t>;
 
+// What a point's number grows by along each axis.
+template <std::uint32_t steps>
+constexpr std::array<std::uint32_t, 3> strides{(steps + 1) * (steps + 1), steps + 1, 1};
+
 // Whether pixels in a cell may be interpolated between its corners.
 enum State : std::uint8_t { unmeasured, smooth, rough };
 
-// Of a cell's tetrahedra, in cells: where it begins and where it leads. Where a kink runs through a
-// tetrahedron, interpolation is furthest off on one of its edges.
+// How values at four planes in a row go on.
+enum Course { straight, bent, zigzag };
+
+// Of a cell's tetrahedra, in cells: where it begins and where it leads. Where one kink runs through
+// a tetrahedron, interpolation is furthest off on one of its edges.
 struct Edge {
     std::array<int, 3> from;
     std::array<int, 3> along;
 };
+
+constexpr std::array<int, 3> everyAxis{1, 1, 1};
 
 constexpr auto edges = [] {
     const auto place = [](int bits) { return std::array{bits >> 2 & 1, bits >> 1 & 1, bits & 1}; };
@@ -83,10 +98,10 @@ constexpr auto edges = [] {
     return result;
 }();
 
-// A tetrahedron's corners and their weights of 65536.
-struct Corners {
-    std::array<std::uint32_t, 4> points;
-    std::array<std::uint32_t, 4> weights;
+// A cell, whose number is that of its low corner, and the place in it of 65536.
+struct Position {
+    std::uint32_t cell;
+    std::array<std::uint32_t, 3> fractions;
 };
 
 class ColorGrid {
@@ -96,19 +111,46 @@ public:
         , m_outChannels(static_cast<std::size_t>(outChannels))
         , m_nodes(untouched<Node>())
         , m_states(untouched<std::atomic<State>>())
-        , m_coarseNodes(std::size_t{coarseSteps + 1} * strides<coarseSteps>[0])
-        , m_coarseStates(m_coarseNodes.size()) {}
+        , m_coarseNodes(coarsePoints)
+        , m_coarseStates(coarsePoints) {}
+
+    // Whether it is worth the measuring.
+    bool isMostlySmooth() const {
+        std::minstd_rand random;
+        int roughCells = 0;
+        for (int i = 0; i < trials; ++i)
+            roughCells += measuredFine(random() & 0xffffff) == rough;
+        return roughCells <= mostRough;
+    }
 
     void convert(const std::uint16_t* in, std::uint8_t* out, std::size_t pixels) const {
+        // Of 255, rounded, two channels side by side.
+        const auto narrowed = [](std::uint64_t values) {
+            return ((values & lanes) * 255 + 0x0000807f0000807f) >> 16 & 0x000000ff000000ff;
+        };
         for (std::size_t i = 0; i < 3 * pixels; i += 3) {
-            std::uint64_t value = interpolated(in + i);
-            for (std::size_t c = 0; c < m_outChannels; ++c, value >>= 16)
-                *out++ = static_cast<std::uint8_t>(((value & 0xffff) * 255 + 32895) >> 16);
+            // Of the fine grid, which no cache holds: a twelfth of the time into a table of inks.
+            constexpr std::size_t ahead = 3 * 4;
+            if (i + ahead < 3 * pixels) {
+                const std::uint32_t cell = positionOf<fineSteps>(in + i + ahead).cell;
+                __builtin_prefetch(&stateAt(cell));
+                __builtin_prefetch(&nodeAt<fineSteps>(cell));
+            }
+            const std::uint64_t value = interpolated(in + i);
+            const std::uint64_t pairs = narrowed(value) | narrowed(value >> 16) << 8;
+            auto bytes = static_cast<std::uint32_t>(pairs | pairs >> 16);
+            for (std::size_t c = 0; c < m_outChannels; ++c, bytes >>= 8)
+                *out++ = static_cast<std::uint8_t>(bytes);
         }
     }
 
 private:
-    std::uint64_t exactly(const std::uint16_t* pixel) const {
+    static constexpr std::uint64_t lanes = 0x0000ffff0000ffff;
+    // A corner without weight may lie beyond the last plane.
+    static constexpr std::size_t coarsePoints =
+        std::size_t{coarseSteps + 2} * (coarseSteps + 2) * (coarseSteps + 2);
+
+    [[gnu::noinline]] std::uint64_t exactly(const std::uint16_t* pixel) const {
         std::array<std::uint16_t, 4> channels{};
         m_exact(pixel, channels.data(), 1);
         std::uint64_t value = std::max<std::uint64_t>(channels[0], 1);
@@ -117,18 +159,18 @@ private:
         return value;
     }
 
-    // At a point of the grid whose sides have so many steps.
+    // A point of the grid whose sides have so many steps.
     template <std::uint32_t steps>
-    std::uint64_t valueAt(std::uint32_t point) const {
-        Node& node = steps == coarseSteps
-                         ? m_coarseNodes[point]
-                         : m_nodes[placeOf(point >> 16, point >> 8 & 255, point & 255)];
-        std::uint64_t value = node.load(std::memory_order_relaxed);
-        if (value == 0) [[unlikely]] {
-            value = exactly(placeOfPoint<steps>(point).data());
-            node.store(value, std::memory_order_relaxed);
-        }
-        return value;
+    Node& nodeAt(std::uint32_t point) const {
+        if constexpr (steps == coarseSteps)
+            return m_coarseNodes[point];
+        else
+            return m_nodes[placeOf(point >> 16 & 255, point >> 8 & 255, point & 255)];
+    }
+
+    // Of a fine cell.
+    std::atomic<State>& stateAt(std::uint32_t cell) const {
+        return m_states[placeOf(cell >> 16, cell >> 8 & 255, cell & 255)];
     }
 
     template <std::uint32_t steps>
@@ -140,64 +182,96 @@ private:
         return result;
     }
 
-    // Sakamoto's tetrahedra: from the cell's low corner, whose number is the cell's, along the axes
-    // in the order of their fractions. Inlined by order, for every pixel comes here: that halves
-    // its time.
     template <std::uint32_t steps>
-    [[gnu::always_inline]] Corners cornersOf(const std::uint16_t* pixel) const {
-        std::array<std::uint64_t, 3> moves; // fraction above, stride below
-        std::uint32_t point = 0;
+    [[gnu::always_inline]] static Position positionOf(const std::uint16_t* pixel) {
+        Position result{};
         for (std::size_t c = 0; c < 3; ++c) {
             const std::uint32_t place = pixel[c];
             const std::uint32_t position = (place + (place >> 15)) * steps; // 65536 at the last one
-            point += (position >> 16) * strides<steps>[c];
-            moves[c] = std::uint64_t{position & 0xffff} << 32 | strides<steps>[c];
+            result.cell += (position >> 16) * strides<steps>[c];
+            result.fractions[c] = position & 0xffff;
         }
-        // Without a branch: which fraction is the larger cannot be predicted.
-        const auto order = [](std::uint64_t& first, std::uint64_t& second) {
-            const std::uint64_t change = (first ^ second) & -std::uint64_t{first < second};
-            first ^= change;
-            second ^= change;
-        };
-        order(moves[0], moves[1]);
-        order(moves[1], moves[2]);
-        order(moves[0], moves[1]);
-        Corners corners;
-        std::uint32_t before = 65536;
-        for (std::size_t i = 0; i < 3; ++i) {
-            const auto fraction = static_cast<std::uint32_t>(moves[i] >> 32);
-            corners.points[i] = point;
-            corners.weights[i] = before - fraction;
-            before = fraction;
-            // Without a fraction the axis may be at its last plane.
-            point += fraction > 0 ? static_cast<std::uint32_t>(moves[i]) : 0;
-        }
-        corners.points[3] = point;
-        corners.weights[3] = before;
-        return corners;
+        return result;
     }
 
+    // Sakamoto's tetrahedra: from the cell's low corner to its high one, along the axes in the
+    // order of their fractions. The corners that have weight must stand. Without a branch, for
+    // which fraction is the larger cannot be predicted, and inlined, for every pixel comes here.
     template <std::uint32_t steps>
-    [[gnu::always_inline]] std::uint64_t between(const Corners& corners) const {
+    [[gnu::always_inline]] std::uint64_t between(const Position& position) const {
+        constexpr auto axis = strides<steps>;
+        // By which of red and green, green and blue, red and blue is the smaller: after one step
+        // and after two.
+        static constexpr std::array<std::uint32_t, 8> once{axis[0], axis[1], axis[0], 0,
+                                                           0,       axis[1], axis[2], axis[2]};
+        static constexpr std::array<std::uint32_t, 8> twice{
+            axis[0] + axis[1], axis[0] + axis[1], axis[0] + axis[2], 0, 0,
+            axis[1] + axis[2], axis[0] + axis[2], axis[1] + axis[2]};
+        const auto [red, green, blue] = position.fractions;
+        const std::size_t order = std::size_t{red < green} | std::size_t{green < blue} << 1 |
+                                  std::size_t{red < blue} << 2;
+        const std::uint32_t largest = std::max(std::max(red, green), blue);
+        const std::uint32_t least = std::min(std::min(red, green), blue);
+        const std::uint32_t middle = red + green + blue - largest - least;
+        const std::uint32_t cell = position.cell;
         // Two sums of 32 bits side by side in each: the weights add up to 65536, so that neither
         // runs over into the other.
-        constexpr std::uint64_t lanes = 0x0000ffff0000ffff;
         std::uint64_t even = 0;
         std::uint64_t odd = 0;
-        for (std::size_t i = 0; i < 4; ++i) {
-            const std::uint64_t value = valueAt<steps>(corners.points[i]);
-            even += (value & lanes) * corners.weights[i];
-            odd += (value >> 16 & lanes) * corners.weights[i];
-        }
+        const auto add = [&](std::uint32_t point, std::uint32_t weight) {
+            const std::uint64_t value = nodeAt<steps>(point).load(std::memory_order_relaxed);
+            even += (value & lanes) * weight;
+            odd += (value >> 16 & lanes) * weight;
+        };
+        add(cell, 65536 - largest);
+        add(cell + once[order], largest - middle);
+        add(cell + twice[order], middle - least);
+        add(cell + axis[0] + axis[1] + axis[2], least);
         return (even >> 16 & lanes) | (odd & ~lanes);
     }
 
-    // So far along an edge, of 65535; none beyond the first plane or the last.
-    static std::optional<Pixel> placeOn(const Edge& edge, const Pixel& corner, int side,
-                                        int along) {
+    std::uint64_t interpolated(const std::uint16_t* pixel) const {
+        const auto stateOf = [](std::atomic<State>& kept, auto measured) {
+            State state = kept.load(std::memory_order_acquire);
+            if (state == unmeasured) [[unlikely]]
+                kept.store(state = measured(), std::memory_order_release);
+            return state;
+        };
+        const Position coarse = positionOf<coarseSteps>(pixel);
+        if (stateOf(m_coarseStates[coarse.cell], [&] { return measuredCoarse(coarse.cell); }) ==
+            smooth)
+            return between<coarseSteps>(coarse);
+        const Position fine = positionOf<fineSteps>(pixel);
+        const State state = stateOf(stateAt(fine.cell), [&] { return measuredFine(fine.cell); });
+        return state == smooth ? between<fineSteps>(fine) : exactly(pixel);
+    }
+
+    template <std::uint32_t steps>
+    std::uint64_t valueAt(std::uint32_t point) const {
+        Node& node = nodeAt<steps>(point);
+        std::uint64_t value = node.load(std::memory_order_relaxed);
+        if (value == 0)
+            node.store(value = exactly(placeOfPoint<steps>(point).data()),
+                       std::memory_order_relaxed);
+        return value;
+    }
+
+    // On a point of the fine grid it serves again.
+    std::uint64_t valueOf(const Pixel& pixel) const {
+        std::uint32_t point = 0;
+        for (std::size_t c = 0; c < 3; ++c) {
+            if (pixel[c] % 257 != 0)
+                return exactly(pixel.data());
+            point += pixel[c] / 257u * strides<fineSteps>[c];
+        }
+        return valueAt<fineSteps>(point);
+    }
+
+    // So far from the corner along each axis, of 65535; none beyond the first plane or the last.
+    static std::optional<Pixel> placeFrom(const Pixel& corner, const std::array<int, 3>& distance) {
         Pixel result;
         for (std::size_t c = 0; c < 3; ++c) {
-            const int place = corner[c] + edge.from[c] * side + edge.along[c] * along;
+            const int place = corner[c] + distance[c];
             if (place < 0 || place > 65535)
                 return {};
             result[c] = static_cast<std::uint16_t>(place);
@@ -205,53 +279,103 @@ private:
         return result;
     }
 
-    // At a point of the fine grid, so that it serves again.
-    std::uint64_t pointAt(const Pixel& pixel) const {
-        std::uint32_t point = 0;
+    static std::optional<Pixel> placeOn(const Edge& edge, const Pixel& corner, int side,
+                                        int along) {
+        std::array<int, 3> distance;
         for (std::size_t c = 0; c < 3; ++c)
-            point += pixel[c] / 257u * strides<fineSteps>[c];
-        return valueAt<fineSteps>(point);
+            distance[c] = edge.from[c] * side + edge.along[c] * along;
+        return placeFrom(corner, distance);
     }
 
-    // What interpolation is off by, in the channel where it is most.
+    // Makes a cell's corners stand.
     template <std::uint32_t steps>
-    int errorAt(const Pixel& pixel, std::uint64_t exact) const {
-        const std::uint64_t value = between<steps>(cornersOf<steps>(pixel.data()));
+    void fill(std::uint32_t cell, const Pixel& corner) const {
+        constexpr auto axis = strides<steps>;
+        constexpr int side = 65535 / steps;
+        for (std::uint32_t red = 0; red < 2; ++red)
+            for (std::uint32_t green = 0; green < 2; ++green)
+                for (std::uint32_t blue = 0; blue < 2; ++blue)
+                    if (placeFrom(corner,
+                                  {static_cast<int>(red) * side, static_cast<int>(green) * side,
+                                   static_cast<int>(blue) * side}))
+                        valueAt<steps>(cell + red * axis[0] + green * axis[1] + blue * axis[2]);
+    }
+
+    // What interpolation is off by, in the channel where it is most; 0 at no place.
+    template <std::uint32_t steps>
+    int errorAt(const std::optional<Pixel>& place) const {
+        if (!place)
+            return 0;
+        const std::uint64_t exact = valueOf(*place);
+        const std::uint64_t value = between<steps>(positionOf<steps>(place->data()));
         int result = 0;
         for (std::size_t c = 0; c < m_outChannels; ++c)
             result = std::max(result, std::abs(channelOf(value, c) - channelOf(exact, c)));
         return result;
     }
 
-    // The second difference, in the channel where it is most.
-    int bend(std::uint64_t before, std::uint64_t here, std::uint64_t after) const {
-        int result = 0;
-        for (std::size_t c = 0; c < m_outChannels; ++c)
-            result = std::max(result, std::abs(channelOf(before, c) - 2 * channelOf(here, c) +
-                                               channelOf(after, c)));
+    // Whether interpolation is off by more than `most` at one of the places so far along the axes.
+    template <std::uint32_t steps, std::size_t count>
+    bool missesWithin(const Pixel& corner, const std::array<int, count>& distances,
+                      int most) const {
+        for (const int red : distances)
+            for (const int green : distances)
+                for (const int blue : distances)
+                    if (errorAt<steps>(placeFrom(corner, {red, green, blue})) > most)
+                        return true;
+        return false;
+    }
+
+    // Kinks of a table may meet anywhere; between two planes there are those of the photo's own
+    // curves, all of which the diagonal crosses.
+    [[gnu::noinline]] State measuredCoarse(std::uint32_t cell) const {
+        constexpr int side = planesOfCell * 257;
+        const Pixel corner = placeOfPoint<coarseSteps>(cell);
+        fill<coarseSteps>(cell, corner);
+        int most = 0;
+        for (const Edge& edge : edges)
+            for (int along = 257; along < side && most <= mostCoarseError; along += 257)
+                most = std::max(most, errorAt<coarseSteps>(placeOn(edge, corner, side, along)));
+        for (int along = 103; along < side && most <= mostCoarseError; along += 103)
+            most = std::max(most, errorAt<coarseSteps>(placeFrom(corner, {along, along, along})));
+        if (most <= slightCoarseError)
+            return smooth;
+        constexpr std::array planes{0, 257, 2 * 257, 3 * 257, 4 * 257, side};
+        return most > mostCoarseError || missesWithin<coarseSteps>(corner, planes, mostCoarseError)
+                   ? rough
+                   : smooth;
+    }
+
+    Course courseOf(const std::array<std::uint64_t, 4>& values) const {
+        Course result = straight;
+        for (std::size_t c = 0; c < m_outChannels; ++c) {
+            const auto bend = [&](std::size_t i) {
+                return channelOf(values[i - 1], c) - 2 * channelOf(values[i], c) +
+                       channelOf(values[i + 1], c);
+            };
+            const int first = bend(1);
+            const int second = bend(2);
+            if ((first < 0) != (second < 0) &&
+                std::min(std::abs(first), std::abs(second)) > mostZigzag)
+                return zigzag;
+            if (std::max(std::abs(first), std::abs(second)) > mostBend)
+                result = bent;
+        }
         return result;
     }
 
-    State measuredCoarse(std::uint32_t cell) const {
-        constexpr int side = planesOfCell * 257;
-        const Pixel corner = placeOfPoint<coarseSteps>(cell);
-        for (const Edge& edge : edges)
-            for (int along = 257; along < side; along += 257)
-                if (const auto place = placeOn(edge, corner, side, along);
-                    place && errorAt<coarseSteps>(*place, pointAt(*place)) > mostCoarseError)
-                    return rough;
-        return smooth;
-    }
-
-    State measuredFine(std::uint32_t cell) const {
+    [[gnu::noinline]] State measuredFine(std::uint32_t cell) const {
         const Pixel corner = placeOfPoint<fineSteps>(cell);
+        fill<fineSteps>(cell, corner);
+        // What lies on the outermost planes has no diagonal through it.
+        const bool isFlat = std::ranges::count(corner, 65535) > 0;
+        int most = 0;
         for (const Edge& edge : edges) {
-            const bool isShared = edge.along == std::array{1, 1, 1};
             std::array<std::optional<Pixel>, 4> places;
             std::array<std::uint64_t, 4> values{};
             for (std::size_t i = 0; i < 4; ++i) {
                 places[i] = placeOn(edge, corner, 257, static_cast<int>(i) * 257 - 257);
-                values[i] = places[i] ? pointAt(*places[i]) : 0;
+                values[i] = places[i] ? valueOf(*places[i]) : 0;
             }
             if (!places[1] || !places[2])
                 continue;
@@ -260,36 +384,27 @@ private:
             for (std::size_t c = 0; c < m_outChannels && m_outChannels < 4; ++c)
                 if ((channelOf(values[1], c) <= 1) != (channelOf(values[2], c) <= 1))
                     return rough;
+            const Course course = places[0] && places[3] && !isFlat ? courseOf(values) : bent;
+            if (course == zigzag)
+                return rough;
             // What bends as often as there are planes looks straight from plane to plane: the one
             // edge that all six tetrahedra share is always measured.
-            const bool isStraight = !isShared && places[0] && places[3] &&
-                                    bend(values[0], values[1], values[2]) <= mostBend &&
-                                    bend(values[1], values[2], values[3]) <= mostBend;
-            if (isStraight)
+            if (course == straight && edge.along != everyAxis)
                 continue;
-            const Pixel halfway = *placeOn(edge, corner, 257, 128);
-            if (errorAt<fineSteps>(halfway, exactly(halfway.data())) > mostErrorHalfway)
+            const auto error = [&](int along) {
+                return errorAt<fineSteps>(placeOn(edge, corner, 257, along));
+            };
+            const int halfway = error(128);
+            most = std::max(most, halfway);
+            if (halfway > slightFineError && halfway <= mostFineError)
+                most = std::max({most, error(64), error(193)});
+            if (most > mostFineError)
                 return rough;
         }
-        return smooth;
-    }
-
-    std::uint64_t interpolated(const std::uint16_t* pixel) const {
-        const Corners coarse = cornersOf<coarseSteps>(pixel);
-        const auto stateOf = [](std::atomic<State>& kept, auto measured) {
-            State state = kept.load(std::memory_order_relaxed);
-            if (state == unmeasured) [[unlikely]]
-                kept.store(state = measured(), std::memory_order_relaxed);
-            return state;
-        };
-        const std::uint32_t cell = coarse.points[0];
-        if (stateOf(m_coarseStates[cell], [&] { return measuredCoarse(cell); }) == smooth)
-            return between<coarseSteps>(coarse);
-        const Corners fine = cornersOf<fineSteps>(pixel);
-        const std::uint32_t point = fine.points[0];
-        const State state = stateOf(m_states[placeOf(point >> 16, point >> 8 & 255, point & 255)],
-                                    [&] { return measuredFine(point); });
-        return state == smooth ? between<fineSteps>(fine) : exactly(pixel);
+        constexpr std::array quarters{64, 128, 193};
+        return most > slightFineError && missesWithin<fineSteps>(corner, quarters, mostFineError)
+                   ? rough
+                   : smooth;
     }
 
     Convert m_exact;
@@ -329,6 +444,8 @@ Convert colorTable(const Convert& exact, int outChannels) {
 
 Convert colorGrid(Convert exact, int outChannels) {
     const auto grid = std::make_shared<const ColorGrid>(std::move(exact), outChannels);
+    if (!grid->isMostlySmooth())
+        return {};
     return [grid](const void* in, void* out, std::size_t pixels) {
         grid->convert(static_cast<const std::uint16_t*>(in), static_cast<std::uint8_t*>(out),
                       pixels);

@@ -98,15 +98,13 @@ VImage converted(const VImage& image, const ColorRoute& route, int bits) {
             through(exactConversion(route, bitsIn, bits), greys, channels, bits).copy_memory());
     }
     Convert convert;
-    if (bits == 16 || (bands == 4 && bitsIn == 16))
-        convert = exactConversion(route, bitsIn, bits);
-    else if (bands == 4)
-        convert = remembering(exactConversion(route, 8, 8), static_cast<std::size_t>(channels));
-    else if (bitsIn == 8)
-        convert = colorTable(exactConversion(route, 8, 8), channels);
-    else
+    if (bits == 8 && bitsIn == 8)
+        convert = bands == 4 ? remembering(exactConversion(route, 8, 8),
+                                           static_cast<std::size_t>(channels))
+                             : colorTable(exactConversion(route, 8, 8), channels);
+    else if (bits == 8 && bands == 3)
         convert = colorGrid(exactConversion(route, 16, 16), channels);
-    return through(convert, image, channels, bits);
+    return through(convert ? convert : exactConversion(route, bitsIn, bits), image, channels, bits);
 }
 
 } // namespace lumivert::decoder

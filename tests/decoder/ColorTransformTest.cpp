@@ -1,5 +1,7 @@
 #include "decoder/ColorTransform.h"
 
+#include "decoder/CodePoints.h"
+#include "decoder/ColorGrid.h"
 #include "decoder/TestPhotos.h"
 #include "decoder/TestProfiles.h"
 
@@ -220,6 +222,100 @@ TEST(ColorTransform, isWithinOneStepWhereACurveIsSteepAndBreaksOff) {
                 worst = std::max(worst, std::abs(got[i] - expected[i] / 257.0));
             EXPECT_LE(worst, 1.0) << target.name << ", intent " << intent;
         }
+}
+
+using Color = std::array<std::uint16_t, 3>;
+
+// How far a conversion of 16 bits to 8 is off at most, of 255: of random colours, and of those that
+// a search uphill from the worst of them finds.
+double worstUphill(const Convert& convert, const Convert& exact, std::size_t channels) {
+    const auto errorOf = [&](const Color& color) {
+        std::array<std::uint8_t, 4> got{};
+        std::array<std::uint16_t, 4> expected{};
+        convert(color.data(), got.data(), 1);
+        exact(color.data(), expected.data(), 1);
+        double worst = 0;
+        for (std::size_t c = 0; c < channels; ++c)
+            worst = std::max(worst, std::abs(got[c] - expected[c] / 257.0));
+        return worst;
+    };
+    std::mt19937 random(3);
+    std::vector<std::pair<double, Color>> found(5'000);
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        auto& [error, color] = found[i];
+        for (std::uint16_t& channel : color)
+            channel = random() % 5 == 0
+                          ? static_cast<std::uint16_t>(random() % 2 * 65535)
+                          : static_cast<std::uint16_t>(random() % (i % 2 ? 65536 : 8192));
+        error = errorOf(color);
+    }
+    std::ranges::sort(found, std::greater());
+    double worst = 0;
+    for (std::size_t i = 0; i < 40; ++i) {
+        auto [error, color] = found[i];
+        int reach = 2570;
+        for (int missed = 0; reach > 8;) {
+            Color next = color;
+            for (std::uint16_t& channel : next)
+                if (random() % 2 == 0)
+                    channel = static_cast<std::uint16_t>(std::clamp(
+                        channel + std::uniform_int_distribution(-reach, reach)(random), 0, 65535));
+            const double other = errorOf(next);
+            if (other > error) {
+                error = other;
+                color = next;
+                missed = 0;
+            } else if (++missed > 30) {
+                missed = 0;
+                reach /= 2;
+            }
+        }
+        worst = std::max(worst, error);
+    }
+    return worst;
+}
+
+// Where a curve is steep a cell holds several points of a table.
+TEST(ColorTransform, isWithinOneStepWhereverASearchUphillLeads) {
+    const std::vector<Space> from{
+        {"sRGB", 3, made(srgbProfile())},
+        {"wide gamut", 3, made(openProfile(wideGamutBytes()))},
+        {"linear", 3, made(linearRgb())},
+        {"film", 3, made(filmLog())},
+        {"PQ", 3, made(openProfile(profileOf(9, 16, 3)))},
+        {"HLG", 3, made(openProfile(profileOf(9, 18, 3)))},
+    };
+    const Space uneven{"uneven RGB", 3, made(test::TableRgb{.jumps = 1'000}.profile())};
+    double most = 0;
+    for (const Space& source : from)
+        for (const Space& target : {targets()[1], targets()[2], targets()[3], uneven})
+            for (const std::uint32_t intent : {0u, 1u}) {
+                const ColorRoute route{*source.profile, *target.profile, nullptr, intent};
+                const Convert exact = exactConversion(route, 16, 16);
+                const Convert grid = colorGrid(exact, target.channels);
+                ASSERT_TRUE(grid) << source.name << " to " << target.name;
+                const double worst =
+                    worstUphill(grid, exact, static_cast<std::size_t>(target.channels));
+                EXPECT_LE(worst, 1.0)
+                    << source.name << " to " << target.name << ", intent " << intent;
+                most = std::max(most, worst);
+            }
+    std::cout << "at most " << most << " of 255 off\n";
+}
+
+TEST(ColorTransform, evaluatesWhatJumpsFromPointToPoint) {
+    const auto jumping = made(test::TableRgb{.jumps = 60'000}.profile());
+    for (const Space& source : {sources()[0], sources()[2]}) {
+        const ColorRoute route{*source.profile, *jumping, nullptr, 1};
+        const Convert exact = exactConversion(route, 16, 16);
+        EXPECT_FALSE(colorGrid(exact, 3)) << source.name;
+        const auto in = colors(3, 16);
+        const auto got = convertedTo8(in, 3, route);
+        std::vector<std::uint16_t> expected(got.size());
+        exact(in.data(), expected.data(), samplePixels);
+        for (std::size_t i = 0; i < got.size(); ++i)
+            ASSERT_LE(std::abs(got[i] - expected[i] / 257.0), 0.51) << source.name;
+    }
 }
 
 // As long as the last step is the only one that cuts off what a device has not: spaces of which

@@ -1,8 +1,10 @@
 #include "decoder/TestProfiles.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <memory>
+#include <random>
 #include <stdexcept>
 
 namespace lumivert::decoder::test {
@@ -71,8 +73,23 @@ Profile TableRgb::profile() const {
         cmsWriteTag(result.get(), tag, way);
         cmsPipelineFree(way);
     }
+    struct Jumps {
+        std::mt19937 random;
+        int most;
+    } jumping{std::mt19937(5), jumps};
     for (const auto tag : {cmsSigBToA0Tag, cmsSigBToA1Tag, cmsSigBToA2Tag}) {
         cmsPipeline* way = table(lab, device, TYPE_Lab_16, TYPE_RGB_16);
+        cmsStageSampleCLut16bit(
+            cmsStageNext(cmsPipelineGetPtrToFirstStage(way)),
+            [](const cmsUInt16Number*, cmsUInt16Number* values, void* handle) {
+                auto& [random, most] = *static_cast<Jumps*>(handle);
+                for (int c = 0; c < 3; ++c)
+                    values[c] = static_cast<cmsUInt16Number>(std::clamp(
+                        values[c] + std::uniform_int_distribution(-most / 2, most / 2)(random), 0,
+                        65535));
+                return 1;
+            },
+            &jumping, 0);
         cmsWriteTag(result.get(), tag, way);
         cmsPipelineFree(way);
     }

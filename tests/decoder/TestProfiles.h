@@ -11,6 +11,8 @@ struct TableRgb {
     /// The way from the device for the perceptual intent only; every reader takes it for the
     /// others.
     bool hasOnlyPerceptual = false;
+    /// By how much of 65535 the device's numbers jump from one point of their grid to the next.
+    int jumps = 0;
     /// The paper, relative to a perfect reflector.
     cmsCIEXYZ paper = *cmsD50_XYZ();
 
