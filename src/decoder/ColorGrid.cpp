@@ -139,8 +139,11 @@ public:
             const std::uint64_t value = interpolated(in + i);
             const std::uint64_t pairs = narrowed(value) | narrowed(value >> 16) << 8;
             auto bytes = static_cast<std::uint32_t>(pairs | pairs >> 16);
-            for (std::size_t c = 0; c < m_outChannels; ++c, bytes >>= 8)
-                *out++ = static_cast<std::uint8_t>(bytes);
+            const auto write = [&](std::size_t channels) {
+                for (std::size_t c = 0; c < channels; ++c, bytes >>= 8)
+                    *out++ = static_cast<std::uint8_t>(bytes);
+            };
+            m_outChannels == 4 ? write(4) : write(m_outChannels); // four are one word
         }
     }
 
