@@ -129,7 +129,7 @@ public:
             return ((values & lanes) * 255 + 0x0000807f0000807f) >> 16 & 0x000000ff000000ff;
         };
         for (std::size_t i = 0; i < 3 * pixels; i += 3) {
-            // Of the fine grid, which no cache holds: a twelfth of the time into a table of inks.
+            // No cache holds the fine grid.
             constexpr std::size_t ahead = 3 * 4;
             if (i + ahead < 3 * pixels) {
                 const std::uint32_t cell = positionOf<fineSteps>(in + i + ahead).cell;

@@ -289,14 +289,17 @@ TEST(ColorTransform, isWithinOneStepWhereverASearchUphillLeads) {
     double most = 0;
     for (const Space& source : from)
         for (const Space& target : {targets()[1], targets()[2], targets()[3], uneven})
-            for (const std::uint32_t intent : {0u, 1u}) {
+            for (const std::uint32_t intent : {0u, 1u, 3u}) {
                 const ColorRoute route{*source.profile, *target.profile, nullptr, intent};
                 const Convert exact = exactConversion(route, 16, 16);
                 const Convert grid = colorGrid(exact, target.channels);
                 ASSERT_TRUE(grid) << source.name << " to " << target.name;
                 const double worst =
                     worstUphill(grid, exact, static_cast<std::size_t>(target.channels));
-                EXPECT_LE(worst, 1.0)
+                // PQ's and HLG's dark tones go up in steps with Little CMS, of which absolute
+                // colorimetry keeps all.
+                const bool hasSteps = intent == 3 && &source >= &from[4];
+                EXPECT_LE(worst, hasSteps ? 1.25 : 1.0)
                     << source.name << " to " << target.name << ", intent " << intent;
                 most = std::max(most, worst);
             }
