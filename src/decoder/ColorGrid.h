@@ -14,11 +14,10 @@ namespace lumivert::decoder {
 
 /// A conversion from three channels of 16 bits to 8, interpolated between the four nearest points
 /// (tetrahedral) of every fifth plane of such a grid, or of every one, or evaluated: a cell of five
-/// planes a side, and one of one, is measured the first time a pixel falls into it. Of
-/// 144 MiB only what is in use is ever touched. Throws std::bad_alloc. None for a conversion that
-/// jumps from colour to colour, most of which would have to be evaluated.
-///
-/// `exact` takes three channels of 16 bits and gives `outChannels` of 16 bits.
-[[nodiscard]] Convert colorGrid(Convert exact, int outChannels);
+/// planes a side, and one of one, is measured the first time a pixel falls into it, and says of
+/// each of its tetrahedra whether that may be interpolated. Of 144 MiB only what is in use is ever
+/// touched. Throws std::bad_alloc and what `exactConversion` does. None for a conversion that jumps
+/// from colour to colour, most of which would have to be evaluated.
+[[nodiscard]] Convert colorGrid(const ColorRoute& route);
 
 } // namespace lumivert::decoder

@@ -103,7 +103,7 @@ VImage converted(const VImage& image, const ColorRoute& route, int bits) {
                                            static_cast<std::size_t>(channels))
                              : colorTable(exactConversion(route, 8, 8), channels);
     else if (bits == 8 && bands == 3)
-        convert = colorGrid(exactConversion(route, 16, 16), channels);
+        convert = colorGrid(route);
     return through(convert ? convert : exactConversion(route, bitsIn, bits), image, channels, bits);
 }
 

@@ -224,6 +224,19 @@ TEST(ColorTransform, isWithinOneStepWhereACurveIsSteepAndBreaksOff) {
         }
 }
 
+// sRGB's curve as a table of 1024 steps, as most of its profiles have it: Little CMS takes its dark
+// tones in steps, which a table of inks may make larger.
+Profile tabulatedSrgb() {
+    const ToneCurve curve = srgbCurve();
+    std::vector<std::uint16_t> light(1024);
+    for (std::size_t i = 0; i < light.size(); ++i)
+        light[i] = cmsEvalToneCurve16(curve.get(), static_cast<std::uint16_t>(i * 65535 / 1023));
+    const ToneCurve table{cmsBuildTabulatedToneCurve16(nullptr, 1024, light.data()),
+                          &cmsFreeToneCurve};
+    return openProfile(
+        rgbBytes({0.3127, 0.3290, 0.64, 0.33, 0.30, 0.60, 0.15, 0.06}, table, "sRGB as a table"));
+}
+
 using Color = std::array<std::uint16_t, 3>;
 
 // How far a conversion of 16 bits to 8 is off at most, of 255: of random colours, and of those that
@@ -282,6 +295,7 @@ TEST(ColorTransform, isWithinOneStepWhereverASearchUphillLeads) {
         {"wide gamut", 3, made(openProfile(wideGamutBytes()))},
         {"linear", 3, made(linearRgb())},
         {"film", 3, made(filmLog())},
+        {"sRGB as a table", 3, made(tabulatedSrgb())},
         {"PQ", 3, made(openProfile(profileOf(9, 16, 3)))},
         {"HLG", 3, made(openProfile(profileOf(9, 18, 3)))},
     };
@@ -292,14 +306,11 @@ TEST(ColorTransform, isWithinOneStepWhereverASearchUphillLeads) {
             for (const std::uint32_t intent : {0u, 1u, 3u}) {
                 const ColorRoute route{*source.profile, *target.profile, nullptr, intent};
                 const Convert exact = exactConversion(route, 16, 16);
-                const Convert grid = colorGrid(exact, target.channels);
+                const Convert grid = colorGrid(route);
                 ASSERT_TRUE(grid) << source.name << " to " << target.name;
                 const double worst =
                     worstUphill(grid, exact, static_cast<std::size_t>(target.channels));
-                // PQ's and HLG's dark tones go up in steps with Little CMS, of which absolute
-                // colorimetry keeps all.
-                const bool hasSteps = intent == 3 && &source >= &from[4];
-                EXPECT_LE(worst, hasSteps ? 1.25 : 1.0)
+                EXPECT_LE(worst, 1.0)
                     << source.name << " to " << target.name << ", intent " << intent;
                 most = std::max(most, worst);
             }
@@ -311,7 +322,7 @@ TEST(ColorTransform, evaluatesWhatJumpsFromPointToPoint) {
     for (const Space& source : {sources()[0], sources()[2]}) {
         const ColorRoute route{*source.profile, *jumping, nullptr, 1};
         const Convert exact = exactConversion(route, 16, 16);
-        EXPECT_FALSE(colorGrid(exact, 3)) << source.name;
+        EXPECT_FALSE(colorGrid(route)) << source.name;
         const auto in = colors(3, 16);
         const auto got = convertedTo8(in, 3, route);
         std::vector<std::uint16_t> expected(got.size());
