@@ -139,7 +139,8 @@ std::optional<Photo> openPhoto(std::span<const std::byte> bytes, const OpenOptio
     const TiffFacts tiff = isTiff ? readTiff(bytes) : TiffFacts{};
     // Libvips opens sensor data as the small preview inside it, so the RAW reader is asked first,
     // except for what no camera's RAW begins with.
-    if (!format || (isTiff && !tiff.isPicture))
+    const bool isThumbnail = tiff.cameraPixels > 0 && sensorPixels(bytes) > 2 * tiff.cameraPixels;
+    if (!format || (isTiff && !tiff.isPicture) || isThumbnail)
         photo = openRaw(bytes, options);
     if (!photo && format)
         photo = openWithVips(*format, bytes, tiff, options);

@@ -58,6 +58,13 @@ struct Development {
 
 } // namespace
 
+std::uint64_t sensorPixels(std::span<const std::byte> bytes) {
+    LibRaw raw;
+    if (!open(raw, bytes))
+        return 0;
+    return std::uint64_t{raw.imgdata.sizes.width} * raw.imgdata.sizes.height;
+}
+
 std::optional<Photo> openRaw(std::span<const std::byte> bytes, const OpenOptions& options) {
     const auto development = std::make_shared<Development>();
     LibRaw* const raw = &development->raw;

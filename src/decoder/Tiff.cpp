@@ -274,6 +274,9 @@ TiffFacts readTiff(ByteView bytes) {
     const auto photometric = field<std::uint16_t>(file, TIFFTAG_PHOTOMETRIC, 0xffff);
     facts.isPicture = photometric <= PHOTOMETRIC_ITULAB && !isDng && !isCanonRaw && below.empty() &&
                       !(field<std::uint32_t>(file, TIFFTAG_SUBFILETYPE) & FILETYPE_REDUCEDIMAGE);
+    if (const char* make = nullptr; facts.isPicture && TIFFGetField(file, TIFFTAG_MAKE, &make))
+        facts.cameraPixels = std::uint64_t{field<std::uint32_t>(file, TIFFTAG_IMAGEWIDTH)} *
+                             field<std::uint32_t>(file, TIFFTAG_IMAGELENGTH);
     facts.isIccLab = photometric == PHOTOMETRIC_ICCLAB;
     facts.isForLibtiff = isUncodedYcbcr(file) || isOfOddDepth(file) || isInPlanesOfTiles(file);
     facts.maskSamples = maskSamples(file);

@@ -15,6 +15,8 @@ namespace lumivert::decoder {
 struct TiffFacts {
     /// Of a photometric interpretation that pictures have, the main one, and no camera's.
     bool isPicture = false;
+    /// Of one that names its camera: how many pixels it has, which may be a thumbnail's.
+    std::uint64_t cameraPixels = 0;
     bool isIccLab = false;
     /// Of pixels that libvips does not read, or for something else: see readTiffPixels().
     bool isForLibtiff = false;

@@ -359,6 +359,27 @@ TEST(CameraRaw, isWhatDcrawEmuMakesOfIt) {
     }
 }
 
+TEST(CameraRaw, developsMakersOwnFiles) {
+    if (std::system("command -v dcraw_emu >/dev/null 2>&1") != 0)
+        GTEST_SKIP() << "dcraw_emu is not installed";
+    SensorPhoto photo = chartPhoto();
+    for (const auto container : {SensorPhoto::plain, SensorPhoto::ownMagic,
+                                 SensorPhoto::nextDirectory, SensorPhoto::belowDirectory}) {
+        SCOPED_TRACE(container);
+        photo.container = container;
+        expectAsDcrawHasIt(photo.bytes());
+    }
+}
+
+// Of a camera, and of one directory more.
+TEST(CameraRaw, isNoPictureThatAMaskFollows) {
+    SensorPhoto mask{.width = 24, .height = 30, .light = [](int, int) { return Light{1, 1, 1}; }};
+    mask.container = SensorPhoto::nextDirectory;
+    const auto rows = readRows(mask.bytes());
+    ASSERT_TRUE(rows);
+    EXPECT_EQ(rows->at(5, 5, 0), 0x60);
+}
+
 // docs/colour.md: of the brightest channel one pixel in a hundred lies above the white.
 TEST(CameraRaw, hasTheWhiteOfTheBrightestHundredthOfItsPixels) {
     SensorPhoto photo = chartPhoto();

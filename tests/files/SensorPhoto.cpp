@@ -121,6 +121,34 @@ std::string jpegOf(const Samples& samples, int width, int height, int components
     return file + writer.bytes + words({0xffd9});
 }
 
+// A file with a picture of 24 x 16 pixels, which another directory is to follow.
+std::string withThumbnail(const TiffWriter& writer, bool isNext, const std::string& name) {
+    std::string pixels;
+    for (int i = 0; i < 24 * 16; ++i)
+        pixels += "\x60\x40\x20";
+    std::vector<TiffEntry> entries{
+        {256, longField, 1, writer.number(24, 4)},               // ImageWidth
+        {257, longField, 1, writer.number(16, 4)},               // ImageLength
+        {258, shortField, 3, std::string("\10\0\10\0\10\0", 6)}, // BitsPerSample
+        {259, shortField, 1, writer.number(1, 2)},               // Compression: none
+        {262, shortField, 1, writer.number(2, 2)},               // RGB
+        {271, text, 12, name},                                   // Make
+        {272, text, 12, name},                                   // Model
+        {273, longField, 1, writer.number(0, 4)},                // StripOffsets, known below
+        {277, shortField, 1, writer.number(3, 2)},               // SamplesPerPixel
+        {278, longField, 1, writer.number(16, 4)},               // RowsPerStrip
+        {279, longField, 1, writer.number(pixels.size(), 4)},    // StripByteCounts
+    };
+    if (!isNext)
+        entries.push_back({330, longField, 1, writer.number(0, 4)}); // SubIFDs, known below
+    const std::size_t pixelsAt = 8 + writer.directory(entries, 8).size();
+    const std::size_t end = pixelsAt + pixels.size();
+    entries[7].value = writer.number(pixelsAt, 4);
+    if (!isNext)
+        entries.back().value = writer.number(end, 4);
+    return writer.header() + writer.directory(entries, 8, isNext ? end : 0) + pixels;
+}
+
 } // namespace
 
 std::string SensorPhoto::bytes() const {
@@ -227,10 +255,14 @@ std::string SensorPhoto::bytes() const {
         entries.insert(
             after, {50718, ratio, 2, writer.rational(thousandths, 1000) + writer.rational(1, 1)});
     }
-    std::string file = writer.header();
-    const std::size_t pixelsAt = 8 + writer.directory(entries, 8).size();
+    if (container != dng)
+        std::erase_if(entries, [](const TiffEntry& entry) { return entry.tag >= 50706; });
+    std::string file = container == ownMagic ? "IIRO" + writer.number(8, 4) : writer.header();
+    if (container == nextDirectory || container == belowDirectory)
+        file = withThumbnail(writer, container == nextDirectory, name);
+    const std::size_t pixelsAt = file.size() + writer.directory(entries, file.size()).size();
     entries[8].value = writer.number(pixelsAt, 4);
-    return file + writer.directory(entries, 8) + pixels;
+    return file + writer.directory(entries, file.size()) + pixels;
 }
 
 } // namespace lumivert::test

@@ -7,7 +7,7 @@
 
 namespace lumivert::test {
 
-/// A digital negative (DNG 1.4) as a camera writes it.
+/// A camera's RAW: a digital negative (DNG 1.4), or a file of a maker's own built on TIFF.
 struct SensorPhoto {
     enum Filters {
         bayer,  ///< one sample a pixel: red, green, green, blue by twos
@@ -20,6 +20,15 @@ struct SensorPhoto {
         words,        ///< of 16 bits
         packed,       ///< rows of fewer than 16 bits, from the most significant on
         losslessJpeg, ///< ITU-T T.81, annex H, with the first predictor
+    };
+
+    /// All but the first have no matrix and no levels.
+    enum Container {
+        dng,
+        plain,          ///< sensor data in the first directory
+        ownMagic,       ///< the same, with a maker's letters where TIFF has its number
+        nextDirectory,  ///< behind a thumbnail that does not say it is one
+        belowDirectory, ///< below one
     };
 
     int width = 0; // even, as is the height
@@ -38,6 +47,8 @@ struct SensorPhoto {
     Coding coding = words;
     /// Of a sample: 12, 14 or 16. Black is 1/128 of their range, white 125/128.
     int bits = 14;
+
+    Container container = dng;
 
     [[nodiscard]] std::string bytes() const;
 };

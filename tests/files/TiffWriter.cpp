@@ -19,7 +19,8 @@ std::string TiffWriter::rational(std::uint32_t numerator, std::uint32_t denomina
     return number(numerator, 4) + number(denominator, 4);
 }
 
-std::string TiffWriter::directory(const std::vector<TiffEntry>& entries, std::size_t offset) const {
+std::string TiffWriter::directory(const std::vector<TiffEntry>& entries, std::size_t offset,
+                                  std::size_t next) const {
     std::string head = number(entries.size(), 2);
     std::string tail;
     const std::size_t tailAt = offset + 2 + entries.size() * 12 + 4;
@@ -33,7 +34,7 @@ std::string TiffWriter::directory(const std::vector<TiffEntry>& entries, std::si
             tail += entry.value;
         }
     }
-    return head + number(0, 4) + tail;
+    return head + number(next, 4) + tail;
 }
 
 } // namespace lumivert::test

@@ -26,10 +26,10 @@ public:
     [[nodiscard]] std::string header() const;
     [[nodiscard]] std::string number(std::uint64_t value, int size) const;
     [[nodiscard]] std::string rational(std::uint32_t numerator, std::uint32_t denominator) const;
-    /// A directory that stands at `offset` and is the last. Values of more than four bytes stand
-    /// behind it. Entries in the order of their tags.
-    [[nodiscard]] std::string directory(const std::vector<TiffEntry>& entries,
-                                        std::size_t offset) const;
+    /// A directory that stands at `offset`, before the one at `next`; 0 for none. Values of more
+    /// than four bytes stand behind it. Entries in the order of their tags.
+    [[nodiscard]] std::string directory(const std::vector<TiffEntry>& entries, std::size_t offset,
+                                        std::size_t next = 0) const;
 
 private:
     bool m_littleEndian;
