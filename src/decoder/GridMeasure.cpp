@@ -125,8 +125,7 @@ GridMeasure::Course GridMeasure::courseOf(const std::array<std::uint64_t, 4>& va
         };
         const int first = bend(1);
         const int second = bend(2);
-        if ((first < 0) != (second < 0) &&
-            std::min(std::abs(first), std::abs(second)) > mostZigzag)
+        if ((first < 0) != (second < 0) && std::min(std::abs(first), std::abs(second)) > mostZigzag)
             return zigzag;
         if (std::max(std::abs(first), std::abs(second)) > mostBend)
             result = bent;
@@ -167,9 +166,8 @@ Tetrahedra GridMeasure::roughInFine(std::uint32_t number) const {
         const auto after = cell.valueAt(edge.at(1, 2));
         if (!first || !last)
             continue;
-        const Course course = before && after && !cell.isFlat()
-                                  ? courseOf({*before, *first, *last, *after})
-                                  : bent;
+        const Course course =
+            before && after && !cell.isFlat() ? courseOf({*before, *first, *last, *after}) : bent;
         bool isRough = course == zigzag || cell.isStepped(edge, *first, *last);
         // Where light begins, a device's curve may be as steep as it likes; that of inks is not.
         for (std::size_t c = 0; c < m_points.channels() && m_points.channels() < 4; ++c)

@@ -37,7 +37,8 @@ inline std::uint32_t placeOf(std::uint32_t red, std::uint32_t green, std::uint32
     return spread[red] << 2 | spread[green] << 1 | spread[blue];
 }
 
-/// Zeros for 256 x 256 x 256 points. The system does not write so many before they are used. Throws std::bad_alloc.
+/// Zeros for 256 x 256 x 256 points. The system does not write so many before they are used. Throws
+/// std::bad_alloc.
 template <typename Point>
 std::shared_ptr<Point[]> untouched() {
     auto* points = static_cast<Point*>(std::calloc(std::size_t{1} << 24, sizeof(Point)));
@@ -46,9 +47,9 @@ std::shared_ptr<Point[]> untouched() {
     return {points, &std::free};
 }
 
-/// What a conversion makes of the points of both grids, evaluated as they are asked for, and what is
-/// between them. Values are up to four channels of 16 bits in one number, the first one lowest. Any
-/// number of threads at once.
+/// What a conversion makes of the points of both grids, evaluated as they are asked for, and what
+/// is between them. Values are up to four channels of 16 bits in one number, the first one lowest.
+/// Any number of threads at once.
 class GridPoints {
 public:
     /// Of 128 MiB only what is in use is ever touched. Throws std::bad_alloc.

@@ -41,7 +41,8 @@ Values straight(int red, int green, int blue) {
 TEST(GridCells, haveEachPlaceInTheTetrahedronOfItsOrder) {
     std::mt19937 random(1);
     for (int i = 0; i < 10'000; ++i) {
-        const Pixel pixel{static_cast<std::uint16_t>(random()), static_cast<std::uint16_t>(random()),
+        const Pixel pixel{static_cast<std::uint16_t>(random()),
+                          static_cast<std::uint16_t>(random()),
                           static_cast<std::uint16_t>(random())};
         const Position position = positionOf<fineSteps>(pixel.data());
         const Pixel corner = placeOfPoint<fineSteps>(position.cell);
@@ -74,7 +75,8 @@ TEST(GridPoints, interpolateWhatIsStraight) {
     for (int i = 0; i < 10'000; ++i) {
         Pixel pixel;
         for (std::uint16_t& channel : pixel)
-            channel = static_cast<std::uint16_t>(random() % 5 == 0 ? random() % 2 * 65535 : random());
+            channel =
+                static_cast<std::uint16_t>(random() % 5 == 0 ? random() % 2 * 65535 : random());
         const Position coarse = positionOf<coarseSteps>(pixel.data());
         const Position fine = positionOf<fineSteps>(pixel.data());
         makeCornersStand<coarseSteps>(points, coarse.cell);
@@ -120,9 +122,8 @@ TEST(GridMeasure, leavesTheTetrahedraThatABendPassesBy) {
         });
         const GridPoints points(bent, 3);
         const GridMeasure measure(points, {});
-        const Tetrahedra rough = side == 257
-                                     ? measure.roughInFine(cellAt<fineSteps>(20, 70, 20))
-                                     : measure.roughInCoarse(cellAt<coarseSteps>(4, 14, 4));
+        const Tetrahedra rough = side == 257 ? measure.roughInFine(cellAt<fineSteps>(20, 70, 20))
+                                             : measure.roughInCoarse(cellAt<coarseSteps>(4, 14, 4));
         EXPECT_EQ(rough, 0b00000111) << side;
     }
 }
@@ -140,7 +141,9 @@ TEST(GridMeasure, takesNoNumbersToAndFroForStraight) {
 }
 
 TEST(GridMeasure, evaluatesWhereLightBegins) {
-    const auto cut = by([](int red, int, int) { return Values{std::max(red - 20 * 257, 0), 0, 0}; });
+    const auto cut = by([](int red, int, int) {
+        return Values{std::max(red - 20 * 257, 0), 0, 0};
+    });
     const GridPoints device(cut, 3);
     EXPECT_EQ(GridMeasure(device, {}).roughInFine(cellAt<fineSteps>(20, 9, 11)), everyOne);
     EXPECT_EQ(GridMeasure(device, {}).roughInFine(cellAt<fineSteps>(21, 9, 11)), 0);
