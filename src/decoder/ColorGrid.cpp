@@ -96,6 +96,14 @@ private:
     mutable std::vector<State> m_coarse;
 };
 
+template <std::size_t channels>
+Convert through(const std::shared_ptr<const ColorGrid>& grid) {
+    return [grid](const void* in, void* out, std::size_t pixels) {
+        grid->convert<channels>(static_cast<const std::uint16_t*>(in),
+                                static_cast<std::uint8_t*>(out), pixels);
+    };
+}
+
 } // namespace
 
 Convert colorTable(const Convert& exact, int outChannels) {
@@ -125,20 +133,8 @@ Convert colorGrid(const ColorRoute& route) {
     const auto grid = std::make_shared<const ColorGrid>(route);
     if (!grid->isMostlySmooth())
         return {};
-    const auto convert = [=]<std::size_t channels>() -> Convert {
-        return [grid](const void* in, void* out, std::size_t pixels) {
-            grid->convert<channels>(static_cast<const std::uint16_t*>(in),
-                                    static_cast<std::uint8_t*>(out), pixels);
-        };
-    };
-    switch (channelsOf(route.to)) {
-    case 1:
-        return convert.operator()<1>();
-    case 3:
-        return convert.operator()<3>();
-    default:
-        return convert.operator()<4>();
-    }
+    const int channels = channelsOf(route.to);
+    return channels == 1 ? through<1>(grid) : channels == 3 ? through<3>(grid) : through<4>(grid);
 }
 
 } // namespace lumivert::decoder
