@@ -59,10 +59,10 @@ struct Development {
 } // namespace
 
 std::uint64_t sensorPixels(std::span<const std::byte> bytes) {
-    LibRaw raw;
-    if (!open(raw, bytes))
+    const auto raw = std::make_unique<LibRaw>(); // too large for the stack
+    if (!open(*raw, bytes))
         return 0;
-    return std::uint64_t{raw.imgdata.sizes.width} * raw.imgdata.sizes.height;
+    return std::uint64_t{raw->imgdata.sizes.width} * raw->imgdata.sizes.height;
 }
 
 std::optional<Photo> openRaw(std::span<const std::byte> bytes, const OpenOptions& options) {

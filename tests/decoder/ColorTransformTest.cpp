@@ -224,7 +224,7 @@ TEST(ColorTransform, isWithinOneStepWhereACurveIsSteepAndBreaksOff) {
         }
 }
 
-// sRGB's curve as a table of 1024 steps, as most of its profiles have it: Little CMS takes its dark
+// sRGB's curve as a table of 1024 steps, as many of its profiles have it: Little CMS takes its dark
 // tones in steps, which a table of inks may make larger.
 Profile tabulatedSrgb() {
     const ToneCurve curve = srgbCurve();
